@@ -1,0 +1,34 @@
+# Language level, warnings and link rules shared by every target of the project.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+# One place for programs and one for libraries, so that a build tree runs as it stands.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+find_package(Threads REQUIRED)
+
+add_library(pciprovider_settings INTERFACE)
+target_compile_options(pciprovider_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+  -Wold-style-cast -Woverloaded-virtual -Wcast-align -Wunused -Wnull-dereference
+  -Wdouble-promotion -Wformat=2 -Wimplicit-fallthrough -Wmissing-declarations)
+if(PCIPROVIDER_WERROR)
+  target_compile_options(pciprovider_settings INTERFACE -Werror)
+endif()
+if(PCIPROVIDER_SANITIZE)
+  add_compile_options(-fsanitize=${PCIPROVIDER_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${PCIPROVIDER_SANITIZE})
+  # GCC's flow analysis reports paths that only the instrumentation adds.
+  target_compile_options(pciprovider_settings INTERFACE -Wno-null-dereference -Wno-maybe-uninitialized)
+endif()
+
+# Every library names all that it needs: an object manager that opens it must not meet a
+# missing symbol at run time. clang's sanitizer runtimes live in the program alone.
+if(NOT (PCIPROVIDER_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
+  set(PCIPROVIDER_LIBRARY_LINK_OPTIONS -Wl,--no-undefined)
+endif()
