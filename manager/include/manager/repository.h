@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <manager/cim_type.h>
@@ -47,8 +48,8 @@ struct MofValue {
   enum class Kind { kNull, kBoolean, kNumber, kString, kCharacter, kAlias };
   struct Element {
     Kind kind = Kind::kNull;
-    /// Strings with their escapes resolved (UTF-8), numbers as written, "true" or "false", the
-    /// name of an alias without its '$'; empty for null.
+    /// Strings and characters with their escapes resolved (UTF-8), whole numbers in decimal, other
+    /// numbers as written, "true" or "false", the name of an alias without its '$'; empty for null.
     std::string text;
   };
 
@@ -83,6 +84,9 @@ struct PropertyDeclaration {
   std::optional<MofValue> defaultValue;
   /// The class that first declares the property, up the chain of overrides.
   std::string originClass;
+  /// Where the name stands in the file of the class; counted from 1.
+  std::size_t line = 0;
+  std::size_t column = 0;
 };
 
 /// A class as its MOF declares it; what it inherits is the repository's to add.
@@ -95,6 +99,7 @@ struct ClassDeclaration {
   std::vector<PropertyDeclaration> properties;
   /// The methods that the class itself declares, by name.
   std::vector<std::string> methods;
+  /// True also when a superclass is an association.
   bool isAssociation = false;
   bool isAbstract = false;
   /// Where the declaration stands.
@@ -132,8 +137,8 @@ class ClassRepository {
   /// Reads one file and whatever it includes. Throws MofError.
   static ClassRepository loadFile(const std::filesystem::path& file);
 
-  /// Reads every *.mof file of one directory (not of those below it). Throws MofError, also when
-  /// the directory cannot be read or holds no such file.
+  /// Reads every *.mof file of a directory and of those below it, in any order. Throws MofError,
+  /// also when the directory cannot be read or holds no such file.
   static ClassRepository loadDirectory(const std::filesystem::path& directory);
 
   /// Reads several files and directories as one schema; a superclass may stand in any of them,
