@@ -1,0 +1,52 @@
+#!/bin/bash
+# Installs the Debian packages that a job needs and that are missing.
+# Usage: scripts/install-packages.sh GROUP...     (groups: build, test, lint)
+set -euo pipefail
+
+declare -A groups=(
+  [build]="cmake ninja-build g++ libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libcpp-httplib-dev"
+  [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils"
+  [lint]="clang clang-format clang-tidy libclang-rt-14-dev"
+)
+
+usage() {
+  echo "usage: $0 GROUP...    (groups: ${!groups[*]})" >&2
+  exit 2
+}
+
+# True when the package is installed as it should be, not merely known or half removed.
+is_installed() {
+  [[ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" == installed ]]
+}
+
+(($# > 0)) || usage
+missing=()
+for group in "$@"; do
+  [[ -n "${groups[$group]:-}" ]] || usage
+  for package in ${groups[$group]}; do
+    is_installed "$package" || missing+=("$package")
+  done
+done
+((${#missing[@]} > 0)) || exit 0
+
+as_root=()
+if ((EUID != 0)); then
+  if ! command -v sudo >/dev/null; then
+    echo "These packages are missing, and sudo, to install them, is too. As root:" >&2
+    echo "  apt-get install --no-install-recommends ${missing[*]}" >&2
+    exit 1
+  fi
+  as_root=(sudo)
+  echo "Installing with sudo: ${missing[*]}" >&2
+else
+  echo "Installing: ${missing[*]}" >&2
+fi
+
+install_missing() {
+  # sudo drops the environment, so the variable is set behind it.
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -q --no-install-recommends "${missing[@]}" >&2
+}
+
+"${as_root[@]}" apt-get update -q >&2
+install_missing
