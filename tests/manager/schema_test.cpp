@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -233,6 +232,18 @@ TEST(SchemaTest, AssociationEndsTakeWhatTheProviderPutsThere) {
     ASSERT_NE(role, nullptr) << end.association << "." << end.role;
     EXPECT_TRUE(schema().isA(end.target, role->referenceClass))
         << end.association << "." << end.role << " refers to " << role->referenceClass;
+  }
+}
+
+TEST(SchemaTest, EveryClassIsRegistered) {
+  for (const PublishedClass& published : publishedClasses()) {
+    const auto registers = [&published](const MofInstance& instance) {
+      return instance.className == "PG_ProviderCapabilities" &&
+             std::ranges::any_of(instance.properties, [&published](const auto& property) {
+               return property.first == "ClassName" && property.second.text() == published.name;
+             });
+    };
+    EXPECT_EQ(std::ranges::count_if(schema().instances(), registers), 1) << published.name;
   }
 }
 
