@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cmpi/cmpi.h>
+#include <zelcppc/CmpiData.h>
+#include <zelcppc/Export.h>
+
+namespace zelInt {
+
+/// An element of an array that can be assigned to.
+class ZELCPPC_EXPORT CmpiArrayIdx {
+ public:
+  CmpiArrayIdx(const CMPIArray* array, CMPICount index) : array_(array), index_(index) {}
+
+  /// Stores the value; throws CmpiStatus when the broker refuses it.
+  CmpiArrayIdx& operator=(const CmpiData& value);
+  /// Reads the element; throws CmpiStatus when the broker cannot.
+  operator CmpiData() const;
+
+ private:
+  const CMPIArray* array_;
+  CMPICount index_;
+};
+
+/// An array of the broker, valid until the request ends.
+class ZELCPPC_EXPORT CmpiArray {
+ public:
+  /// A new array of `count` null elements of the CMPI type `type` (without the array flag).
+  /// Throws CmpiStatus when the broker cannot make it.
+  CmpiArray(CMPICount count, CMPIType type);
+  explicit CmpiArray(const CMPIArray* array);
+
+  CmpiArrayIdx operator[](int index) const;
+  CMPIType elementType() const noexcept { return type_; }
+  const CMPIArray* getHandle() const noexcept { return array_; }
+
+ private:
+  const CMPIArray* array_;
+  CMPIType type_;
+};
+
+}  // namespace zelInt

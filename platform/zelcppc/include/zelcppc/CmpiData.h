@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cmpi/cmpi.h>
+#include <zelcppc/Export.h>
+
+namespace zelInt {
+
+class CmpiArray;
+class CmpiInstance;
+class CmpiObjectPath;
+class CmpiString;
+
+/// A CMPI value with its type. Values made from text point at the caller's characters, which
+/// must live until the value has been handed on.
+class ZELCPPC_EXPORT CmpiData {
+ public:
+  explicit CmpiData(const CMPIData& data) : data_(data) {}
+  /// A null pointer makes empty text.
+  CmpiData(const char* text);
+  CmpiData(unsigned char value);
+  CmpiData(unsigned short value);
+  CmpiData(bool value);
+  CmpiData(const CmpiArray& array);
+  CmpiData(const CmpiObjectPath& path);
+
+  /// Conversions throw CmpiStatus with TYPE_MISMATCH when the value is of another type (or, but
+  /// for text, null). Null text reads as empty text.
+  operator CmpiInstance() const;
+  operator CmpiObjectPath() const;
+  operator CmpiString() const;
+
+  CMPIType type() const noexcept { return data_.type; }
+  bool isNull() const noexcept { return (data_.state & CMPI_nullValue) != 0; }
+  const CMPIData& raw() const noexcept { return data_; }
+  /// What the C interface takes for this value: brokers read a value of type chars from the
+  /// pointer itself.
+  const CMPIValue* valuePointer() const noexcept;
+
+ private:
+  CMPIData data_;
+};
+
+}  // namespace zelInt

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <zelcppc/Export.h>
+
+#include <atomic>
+
+namespace zelInt {
+
+class CmpiBaseMI;
+
+/// Remembers the one provider object of a class and how many factory calls handed it out. A
+/// provider that is still remembered when the holder dies (at unload: some object managers clean
+/// up one record per library, not each) is destroyed with it.
+class ZELCPPC_EXPORT CmpiProviderBase {
+ public:
+  CmpiProviderBase() = default;
+  ~CmpiProviderBase();
+  CmpiProviderBase(const CmpiProviderBase&) = delete;
+  CmpiProviderBase& operator=(const CmpiProviderBase&) = delete;
+
+  /// The remembered provider or null.
+  CmpiBaseMI* getBaseMI() const noexcept { return provider_.load(); }
+  /// Remembers the provider and owns it from now on.
+  void setBaseMI(CmpiBaseMI* provider) noexcept { provider_.store(provider); }
+  void incUseCount() noexcept { ++useCount_; }
+  /// One user less; the last one takes the provider with it. Answers whether it did.
+  bool decUseCount();
+  int useCount() const noexcept { return useCount_.load(); }
+
+ private:
+  std::atomic<CmpiBaseMI*> provider_{nullptr};
+  std::atomic<int> useCount_{0};
+};
+
+}  // namespace zelInt
