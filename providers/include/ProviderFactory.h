@@ -78,28 +78,27 @@ inline void announceNothing() {}
 #define PROVIDERS_EXPORT extern "C" __attribute__((visibility("default")))
 
 /// Defines the exported holder of a CIM class.
-#define PROVIDERS_HOLDER(cimClass)                                    \
-  extern __attribute__((visibility("default")))                       \
-  zelInt::CmpiProviderBase base##cimClass;                            \
+#define PROVIDERS_HOLDER(cimClass)                                                       \
+  extern __attribute__((visibility("default"))) zelInt::CmpiProviderBase base##cimClass; \
   zelInt::CmpiProviderBase base##cimClass
 
-#define PROVIDERS_FACTORY(cimClass, Provider, Record, makeTable, kind, kindName, announce)   \
-  PROVIDERS_EXPORT Record* cimClass##_Create_##kind(const CMPIBroker* broker,                \
-                                                    const CMPIContext* context);             \
-  Record* cimClass##_Create_##kind(const CMPIBroker* broker, const CMPIContext* context) {   \
-    static const auto table = providers::makeTable(kindName #cimClass);                      \
-    static Record record{};                                                                  \
-    return providers::createMI<Provider>(record, table, base##cimClass, broker, context,     \
-                                         announce);                                          \
-  }                                                                                          \
+#define PROVIDERS_FACTORY(cimClass, Provider, Record, makeTable, kind, kindName, announce) \
+  PROVIDERS_EXPORT Record* cimClass##_Create_##kind(const CMPIBroker* broker,              \
+                                                    const CMPIContext* context);           \
+  Record* cimClass##_Create_##kind(const CMPIBroker* broker, const CMPIContext* context) { \
+    static const auto table = providers::makeTable(kindName #cimClass);                    \
+    static Record record{};                                                                \
+    return providers::createMI<Provider>(record, table, base##cimClass, broker, context,   \
+                                         announce);                                        \
+  }                                                                                        \
   static_assert(true, "a semicolon follows")
 
 /// Defines the exported instance factory of a CIM class.
-#define PROVIDERS_INSTANCE_FACTORY(cimClass, Provider, announce)                             \
-  PROVIDERS_FACTORY(cimClass, Provider, CMPIInstanceMI, makeInstanceTable, InstanceMI,       \
-                    "instance", announce)
+#define PROVIDERS_INSTANCE_FACTORY(cimClass, Provider, announce)                                   \
+  PROVIDERS_FACTORY(cimClass, Provider, CMPIInstanceMI, makeInstanceTable, InstanceMI, "instance", \
+                    announce)
 
 /// Defines the exported association factory of a CIM class.
-#define PROVIDERS_ASSOCIATION_FACTORY(cimClass, Provider)                                    \
-  PROVIDERS_FACTORY(cimClass, Provider, CMPIAssociationMI, makeAssociationTable,             \
-                    AssociationMI, "association", providers::announceNothing)
+#define PROVIDERS_ASSOCIATION_FACTORY(cimClass, Provider)                                       \
+  PROVIDERS_FACTORY(cimClass, Provider, CMPIAssociationMI, makeAssociationTable, AssociationMI, \
+                    "association", providers::announceNothing)

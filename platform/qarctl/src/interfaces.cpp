@@ -13,7 +13,9 @@ HostCtlException::HostCtlException(std::string message) : message_(std::move(mes
 HostCtlException::HostCtlException(const HostCtlException&) = default;
 HostCtlException& HostCtlException::operator=(const HostCtlException&) = default;
 HostCtlException::~HostCtlException() = default;
-const char* HostCtlException::what() const noexcept { return message_.c_str(); }
+const char* HostCtlException::what() const noexcept {
+  return message_.c_str();
+}
 
 }  // namespace HostCtl::Lib
 

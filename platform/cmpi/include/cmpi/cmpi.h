@@ -244,16 +244,14 @@ struct CMPIBrokerFT {
                                          const CMPIObjectPath*, const char** properties,
                                          CMPIStatus*);
   CMPIEnumeration* (*associators)(const CMPIBroker*, const CMPIContext*, const CMPIObjectPath*,
-                                  const char* assocClass, const char* resultClass,
-                                  const char* role, const char* resultRole,
-                                  const char** properties, CMPIStatus*);
-  CMPIEnumeration* (*associatorNames)(const CMPIBroker*, const CMPIContext*,
-                                      const CMPIObjectPath*, const char* assocClass,
-                                      const char* resultClass, const char* role,
-                                      const char* resultRole, CMPIStatus*);
+                                  const char* assocClass, const char* resultClass, const char* role,
+                                  const char* resultRole, const char** properties, CMPIStatus*);
+  CMPIEnumeration* (*associatorNames)(const CMPIBroker*, const CMPIContext*, const CMPIObjectPath*,
+                                      const char* assocClass, const char* resultClass,
+                                      const char* role, const char* resultRole, CMPIStatus*);
   CMPIEnumeration* (*references)(const CMPIBroker*, const CMPIContext*, const CMPIObjectPath*,
-                                 const char* resultClass, const char* role,
-                                 const char** properties, CMPIStatus*);
+                                 const char* resultClass, const char* role, const char** properties,
+                                 CMPIStatus*);
   CMPIEnumeration* (*referenceNames)(const CMPIBroker*, const CMPIContext*, const CMPIObjectPath*,
                                      const char* resultClass, const char* role, CMPIStatus*);
   CMPIData (*invokeMethod)(const CMPIBroker*, const CMPIContext*, const CMPIObjectPath*,
@@ -270,8 +268,8 @@ struct CMPIBrokerFT {
                                           const CMPIObjectPath*, const char* assocClass,
                                           const char* resultClass, const char* role,
                                           const char* resultRole, const char** properties,
-                                          const char* filterQueryLanguage,
-                                          const char* filterQuery, CMPIStatus*);
+                                          const char* filterQueryLanguage, const char* filterQuery,
+                                          CMPIStatus*);
   CMPIEnumeration* (*referencesFiltered)(const CMPIBroker*, const CMPIContext*,
                                          const CMPIObjectPath*, const char* resultClass,
                                          const char* role, const char** properties,
@@ -433,8 +431,7 @@ struct CMPIObjectPathFT {
   CMPIData (*getKeyAt)(const CMPIObjectPath*, CMPICount index, CMPIString** name, CMPIStatus*);
   CMPICount (*getKeyCount)(const CMPIObjectPath*, CMPIStatus*);
   CMPIStatus (*setNameSpaceFromObjectPath)(const CMPIObjectPath*, const CMPIObjectPath* src);
-  CMPIStatus (*setHostAndNameSpaceFromObjectPath)(const CMPIObjectPath*,
-                                                  const CMPIObjectPath* src);
+  CMPIStatus (*setHostAndNameSpaceFromObjectPath)(const CMPIObjectPath*, const CMPIObjectPath* src);
   CMPIData (*getClassQualifier)(const CMPIObjectPath*, const char* qName, CMPIStatus*);
   CMPIData (*getPropertyQualifier)(const CMPIObjectPath*, const char* pName, const char* qName,
                                    CMPIStatus*);
@@ -459,8 +456,7 @@ struct CMPIInstanceMIFT {
   CMPIStatus (*createInstance)(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
                                const CMPIObjectPath*, const CMPIInstance*);
   CMPIStatus (*modifyInstance)(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
-                               const CMPIObjectPath*, const CMPIInstance*,
-                               const char** properties);
+                               const CMPIObjectPath*, const CMPIInstance*, const char** properties);
   CMPIStatus (*deleteInstance)(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
                                const CMPIObjectPath*);
   CMPIStatus (*execQuery)(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
@@ -473,13 +469,11 @@ struct CMPIAssociationMIFT {
   const char* miName;
   CMPIStatus (*cleanup)(CMPIAssociationMI*, const CMPIContext*, CMPIBoolean terminating);
   CMPIStatus (*associators)(CMPIAssociationMI*, const CMPIContext*, const CMPIResult*,
-                            const CMPIObjectPath*, const char* assocClass,
-                            const char* resultClass, const char* role, const char* resultRole,
-                            const char** properties);
+                            const CMPIObjectPath*, const char* assocClass, const char* resultClass,
+                            const char* role, const char* resultRole, const char** properties);
   CMPIStatus (*associatorNames)(CMPIAssociationMI*, const CMPIContext*, const CMPIResult*,
                                 const CMPIObjectPath*, const char* assocClass,
-                                const char* resultClass, const char* role,
-                                const char* resultRole);
+                                const char* resultClass, const char* role, const char* resultRole);
   CMPIStatus (*references)(CMPIAssociationMI*, const CMPIContext*, const CMPIResult*,
                            const CMPIObjectPath*, const char* resultClass, const char* role,
                            const char** properties);

@@ -15,15 +15,14 @@ class ZELCPPC_EXPORT CmpiAssociationMI : public virtual CmpiBaseMI {
 
   virtual CmpiStatus associators(const CmpiContext& ctx, CmpiResult& rslt,
                                  const CmpiObjectPath& cop, const char* assocClass,
-                                 const char* resultClass, const char* role,
-                                 const char* resultRole, const char** properties);
+                                 const char* resultClass, const char* role, const char* resultRole,
+                                 const char** properties);
   virtual CmpiStatus associatorNames(const CmpiContext& ctx, CmpiResult& rslt,
                                      const CmpiObjectPath& cop, const char* assocClass,
                                      const char* resultClass, const char* role,
                                      const char* resultRole);
-  virtual CmpiStatus references(const CmpiContext& ctx, CmpiResult& rslt,
-                                const CmpiObjectPath& cop, const char* resultClass,
-                                const char* role, const char** properties);
+  virtual CmpiStatus references(const CmpiContext& ctx, CmpiResult& rslt, const CmpiObjectPath& cop,
+                                const char* resultClass, const char* role, const char** properties);
   virtual CmpiStatus referenceNames(const CmpiContext& ctx, CmpiResult& rslt,
                                     const CmpiObjectPath& cop, const char* resultClass,
                                     const char* role);

@@ -27,9 +27,8 @@ class ZELCPPC_EXPORT CmpiInstanceMI : public virtual CmpiBaseMI {
                                  const char** properties);
   virtual CmpiStatus deleteInstance(const CmpiContext& ctx, CmpiResult& rslt,
                                     const CmpiObjectPath& cop);
-  virtual CmpiStatus execQuery(const CmpiContext& ctx, CmpiResult& rslt,
-                               const CmpiObjectPath& cop, const char* query,
-                               const char* language);
+  virtual CmpiStatus execQuery(const CmpiContext& ctx, CmpiResult& rslt, const CmpiObjectPath& cop,
+                               const char* query, const char* language);
 
   /// Entry points of the function table: each calls its operation on the record's provider and
   /// turns whatever is thrown into a status.

@@ -1,0 +1,59 @@
+#include <zelcppc/CmpiBaseMI.h>
+#include <zelcppc/CmpiProviderBase.h>
+
+#include "Drive.h"
+
+namespace zelInt {
+
+namespace {
+
+bool keepsProvider(CMPIrc code) {
+  return code == CMPI_RC_DO_NOT_UNLOAD || code == CMPI_RC_NEVER_UNLOAD;
+}
+
+/// A provider that asks to stay keeps its user; any other answer lets the user go.
+CMPIStatus runCleanup(CmpiBaseMI& provider, CmpiContext& context, bool terminating) {
+  if (!terminating && !provider.isUnloadable()) return {CMPI_RC_DO_NOT_UNLOAD, nullptr};
+  return statusOf([&]() { return provider.cleanup(context, terminating); });
+}
+
+template <class Record>
+CMPIStatus cleanupRecord(Record* record, const CMPIContext* cmpiContext, bool terminating) {
+  // A record that was cleaned up before has nothing left to do.
+  if (record == nullptr || record->hdl == nullptr) return {CMPI_RC_OK, nullptr};
+  auto* provider = static_cast<CmpiBaseMI*>(record->hdl);
+  const CurrentBrokerScope scope(provider->getBroker().getHandle());
+  CmpiContext context(cmpiContext);
+  const CMPIStatus status = runCleanup(*provider, context, terminating);
+  if (keepsProvider(status.rc) && !terminating) return status;
+  CmpiProviderBase* holder = provider->getProviderBase();
+  if (holder != nullptr && holder->decUseCount()) record->hdl = nullptr;
+  return status;
+}
+
+}  // namespace
+
+CmpiBaseMI::CmpiBaseMI(const CmpiBroker& broker, const CmpiContext&) : broker_(broker) {}
+CmpiBaseMI::~CmpiBaseMI() = default;
+
+CmpiStatus CmpiBaseMI::initialize(const CmpiContext&) {
+  return CmpiStatus(CMPI_RC_OK);
+}
+CmpiStatus CmpiBaseMI::cleanup(CmpiContext&, bool) {
+  return CmpiStatus(CMPI_RC_OK);
+}
+bool CmpiBaseMI::isUnloadable() const {
+  return true;
+}
+
+CMPIStatus CmpiBaseMI::driveBaseCleanup(CMPIInstanceMI* mi, const CMPIContext* context,
+                                        CMPIBoolean terminating) {
+  return cleanupRecord(mi, context, terminating != 0);
+}
+
+CMPIStatus CmpiBaseMI::driveBaseCleanup(CMPIAssociationMI* mi, const CMPIContext* context,
+                                        CMPIBoolean terminating) {
+  return cleanupRecord(mi, context, terminating != 0);
+}
+
+}  // namespace zelInt

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <zelcppc/CmpiBaseMI.h>
+#include <zelcppc/CmpiBroker.h>
+#include <zelcppc/CmpiStatus.h>
+
+#include <exception>
+
+namespace zelInt {
+
+/// Runs `operation` and answers its status; whatever it throws becomes a status too, since no
+/// exception may cross into the object manager.
+template <class Operation>
+CMPIStatus statusOf(Operation operation) noexcept {
+  try {
+    try {
+      return operation().toCmpi();
+    } catch (const CmpiStatus& status) {
+      return status.toCmpi();
+    } catch (const std::exception& failure) {
+      return CmpiStatus(CMPI_RC_ERR_FAILED, failure.what()).toCmpi();
+    }
+  } catch (...) {
+    return {CMPI_RC_ERR_FAILED, nullptr};
+  }
+}
+
+/// Calls `operation` on the record's provider, seen as `Interface`, with the provider's broker as
+/// the thread's current one.
+template <class Interface, class Record, class Operation>
+CMPIStatus drive(const Record* record, Operation operation) noexcept {
+  if (record == nullptr || record->hdl == nullptr) return {CMPI_RC_ERR_FAILED, nullptr};
+  auto* base = static_cast<CmpiBaseMI*>(record->hdl);
+  const CurrentBrokerScope scope(base->getBroker().getHandle());
+  return statusOf([&]() {
+    auto* provider = dynamic_cast<Interface*>(base);
+    if (provider == nullptr) {
+      throw CmpiStatus(CMPI_RC_ERR_NOT_SUPPORTED, "the provider lacks this interface");
+    }
+    return operation(*provider);
+  });
+}
+
+}  // namespace zelInt
