@@ -1,0 +1,14 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "options.h"
+
+namespace pcicim {
+
+/// Does what the command line asks for and prints the answer. Nothing is printed before the whole
+/// answer is there. Throws std::exception with a reason for the user: PathError, CimError, MofError
+/// and others.
+void runCommand(const Options& options, std::ostream& out);
+
+}  // namespace pcicim

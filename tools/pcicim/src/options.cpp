@@ -1,0 +1,130 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <map>
+
+namespace pcicim {
+namespace {
+
+constexpr int kWrongUse = 2;
+
+class CommandLine {
+ public:
+  CommandLine() {
+    app_.name("pcicim");
+    app_.set_version_flag("--version", "pcicim " PCICIM_VERSION);
+    app_.require_subcommand(1, 1);
+    app_.fallthrough();
+    addGeneralOptions();
+    addClassCommands();
+    addPathCommands();
+    app_.footer(
+        "PATH is CLASS.KEY=\"VALUE\",KEY=\"VALUE\"..., with NAMESPACE: in front if you like. Keys\n"
+        "that the provider does not need may be left out: Zelmar_PCIPort.DeviceID=\"...\"");
+  }
+
+  Parsed parse(int count, const char* const* words) {
+    Parsed result;
+    try {
+      app_.parse(count, words);
+    } catch (const CLI::ParseError& error) {
+      result.done = true;
+      result.exitCode = app_.exit(error) == 0 ? 0 : kWrongUse;
+    }
+    result.options = options_;
+    return result;
+  }
+
+ private:
+  void addGeneralOptions() {
+    app_.add_option("--inventory", options_.inventory,
+                    "A saved inventory (lspci -D -xxxx) to show instead of this host")
+        ->type_name("FILE");
+    app_.add_option("--host-name", options_.hostName, "The host's name")->type_name("NAME");
+    app_.add_option("--provider", options_.providers,
+                    "A provider library to load instead of the project's own; may be repeated")
+        ->type_name("LIBRARY")
+        ->allow_extra_args(false);
+    app_.add_option("--schema", options_.schema, "Directory with the classes in MOF")
+        ->type_name("DIR");
+    app_.add_flag("--verbose", options_.verbose, "Show the providers' tracing too");
+  }
+
+  CLI::App* addCommand(const char* name, const char* description, Command command) {
+    CLI::App* added = app_.add_subcommand(name, description);
+    added->callback([this, command] { options_.command = command; });
+    return added;
+  }
+
+  void addClassCommands() {
+    addFormat(addCommand("classes", "List the published classes", Command::kClasses));
+    addCommand("count", "Count the instances of each published class", Command::kCount);
+    addCommand("tree", "Show the PCI topology", Command::kTree);
+    CLI::App* enumerate = addCommand("enum", "Enumerate a class", Command::kEnumerate);
+    addTarget(enumerate, "CLASS");
+    enumerate->add_flag("--names", options_.namesOnly, "Object paths only");
+    addProperties(enumerate);
+    addFormat(enumerate);
+  }
+
+  void addPathCommands() {
+    CLI::App* get = addCommand("get", "Get one instance", Command::kGet);
+    addTarget(get, "PATH");
+    addProperties(get);
+    addFormat(get);
+    addProperties(addAssociation("associators", "Get what is associated with an object",
+                                 Command::kAssociators, true));
+    addAssociation("associator-names", "The paths of what is associated with an object",
+                   Command::kAssociatorNames, true);
+    addProperties(addAssociation("references", "Get the associations of an object",
+                                 Command::kReferences, false));
+    addAssociation("reference-names", "The paths of the associations of an object",
+                   Command::kReferenceNames, false);
+  }
+
+  CLI::App* addAssociation(const char* name, const char* description, Command command,
+                           bool crossesTheAssociation) {
+    CLI::App* added = addCommand(name, description, command);
+    addTarget(added, "PATH");
+    added->add_option("--result-class", options_.resultClass, "Answer with this class alone");
+    added->add_option("--role", options_.role, "The object's role in the association");
+    added->add_option("--assoc-class", options_.assocClass, "Follow this association alone");
+    if (crossesTheAssociation) {
+      added->add_option("--result-role", options_.resultRole, "The role of the answers");
+    }
+    addFormat(added);
+    return added;
+  }
+
+  void addTarget(CLI::App* command, const char* what) {
+    command->add_option(what, options_.target)->required();
+  }
+
+  void addProperties(CLI::App* command) {
+    command
+        ->add_option("--property", options_.properties,
+                     "A property to show beside the keys; may be repeated")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+  }
+
+  void addFormat(CLI::App* command) {
+    static const std::map<std::string, Format> kFormats{
+        {"text", Format::kText}, {"mof", Format::kMof}, {"json", Format::kJson}};
+    command->add_option("--format", options_.format, "text, mof or json")
+        ->transform(CLI::CheckedTransformer(kFormats, CLI::ignore_case))
+        ->type_name("FORMAT");
+  }
+
+  CLI::App app_{"Asks the PCI provider about this host's PCI topology, or a saved one."};
+  Options options_;
+};
+
+}  // namespace
+
+Parsed parseCommandLine(int count, const char* const* words) {
+  return CommandLine().parse(count, words);
+}
+
+}  // namespace pcicim

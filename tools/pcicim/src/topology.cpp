@@ -1,0 +1,255 @@
+#include "topology.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <cstdio>
+#include <map>
+#include <ostream>
+#include <unordered_map>
+#include <utility>
+
+namespace pcicim {
+namespace {
+
+template <typename Number>
+bool readHex(std::string_view text, Number& number, std::size_t maxDigits) {
+  if (text.empty() || text.size() > maxDigits) {
+    return false;
+  }
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number, 16);
+  return error == std::errc() && stop == end;
+}
+
+/// Cuts the text behind the last `separator` off and hands it out; false without a separator.
+bool cutLast(std::string_view& text, char separator, std::string_view& last) {
+  const std::size_t at = text.rfind(separator);
+  if (at == std::string_view::npos) {
+    return false;
+  }
+  last = text.substr(at + 1);
+  text = text.substr(0, at);
+  return true;
+}
+
+std::string hex(std::uint64_t number, int digits) {
+  char text[24];
+  std::snprintf(text, sizeof text, "%0*llx", digits, static_cast<unsigned long long>(number));
+  return text;
+}
+
+/// Sorts unreadable addresses behind all others.
+bool standsBefore(const Function& left, const Function& right) {
+  const auto leftAddress = parseAddress(left.address);
+  const auto rightAddress = parseAddress(right.address);
+  if (leftAddress && rightAddress) {
+    return *leftAddress < *rightAddress;
+  }
+  return leftAddress.has_value() && !rightAddress.has_value();
+}
+
+/// Names come from a list that anyone can edit: nothing in them may reach the terminal as control.
+std::string printable(std::string_view text) {
+  std::string result(text);
+  std::replace_if(
+      result.begin(), result.end(),
+      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, '?');
+  return result;
+}
+
+class TreePrinter {
+ public:
+  TreePrinter(std::vector<Function> functions, std::ostream& out)
+      : functions_(std::move(functions)), out_(out) {
+    std::stable_sort(functions_.begin(), functions_.end(), standsBefore);
+    for (std::size_t i = 0; i < functions_.size(); ++i) {
+      byAddress_.try_emplace(functions_[i].address, i);
+    }
+    children_.resize(functions_.size());
+    printed_.resize(functions_.size(), false);
+    passedFrom_.resize(functions_.size(), functions_.size());
+    for (std::size_t i = 0; i < functions_.size(); ++i) {
+      if (const auto parent = parentOf(i)) {
+        children_[*parent].push_back(i);
+      }
+    }
+  }
+
+  void print() {
+    printRootBuses();
+    printMisplaced();
+  }
+
+ private:
+  std::optional<std::size_t> parentOf(std::size_t index) const {
+    const auto found = byAddress_.find(functions_[index].parent);
+    if (functions_[index].parent.empty() || found == byAddress_.end()) {
+      return std::nullopt;
+    }
+    return found->second;
+  }
+
+  void printRootBuses() {
+    std::map<std::pair<std::uint64_t, unsigned>, std::vector<std::size_t>> buses;
+    for (std::size_t i = 0; i < functions_.size(); ++i) {
+      const auto address = parseAddress(functions_[i].address);
+      if (address && functions_[i].parent.empty()) {
+        buses[{address->segment, address->bus}].push_back(i);
+      }
+    }
+    for (const auto& [bus, roots] : buses) {
+      out_ << "Segment " << hex(bus.first, 4) << ", bus " << hex(bus.second, 2) << '\n';
+      printList(roots, "");
+    }
+  }
+
+  void printMisplaced() {
+    std::vector<std::size_t> starts;
+    for (std::size_t i = 0; i < functions_.size(); ++i) {
+      if (!printed_[i] && !parentOf(i)) {
+        starts.push_back(i);
+      }
+    }
+    if (!starts.empty()) {
+      heading("Not placed (no such parent)");
+      printList(starts, "");
+    }
+    if (std::find(printed_.begin(), printed_.end(), false) == printed_.end()) {
+      return;
+    }
+    heading("Not placed (each behind the other, in a circle)");
+    for (std::size_t i = 0; i < functions_.size(); ++i) {
+      if (!printed_[i]) {
+        printList({lowestInCircle(i)}, "");
+      }
+    }
+  }
+
+  void heading(std::string_view text) { out_ << text << '\n'; }
+
+  /// What is left once everything with a beginning is printed hangs off circles: climbing leads
+  /// into one.
+  std::size_t lowestInCircle(std::size_t start) {
+    std::size_t index = start;
+    while (passedFrom_[index] != start) {
+      passedFrom_[index] = start;
+      index = *parentOf(index);
+    }
+    std::size_t lowest = index;
+    for (std::size_t i = *parentOf(index); i != index; i = *parentOf(i)) {
+      lowest = std::min(lowest, i);
+    }
+    return lowest;
+  }
+
+  void printList(const std::vector<std::size_t>& list, const std::string& indent) {
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      const bool last = i + 1 == list.size();
+      printFunction(list[i], indent, last);
+    }
+  }
+
+  void printFunction(std::size_t index, const std::string& indent, bool last) {
+    printed_[index] = true;
+    const Function& function = functions_[index];
+    const std::vector<std::size_t> below = unprintedChildren(index);
+    out_ << indent << (last ? "`- " : "|- ") << printable(function.address) << "  "
+         << describe(index) << printable(function.name) << remarks(index) << '\n';
+    printList(below, indent + (last ? "   " : "|  "));
+  }
+
+  /// A circle's first function is some other member's child again: it is not printed twice.
+  std::vector<std::size_t> unprintedChildren(std::size_t index) const {
+    std::vector<std::size_t> result;
+    std::copy_if(children_[index].begin(), children_[index].end(), std::back_inserter(result),
+                 [this](std::size_t child) { return !printed_[child]; });
+    return result;
+  }
+
+  std::string describe(std::size_t index) const {
+    const Function& function = functions_[index];
+    switch (function.kind) {
+      case Function::Kind::kDevice:
+        return "";
+      case Function::Kind::kSwitch:
+        return "[switch, " + std::to_string(function.ports) +
+               (function.ports == 1 ? " port] " : " ports] ");
+      case Function::Kind::kSwitchPort:
+        return "[port" + busBehind(index) + "] ";
+      case Function::Kind::kBridge:
+        return "[bridge" + busBehind(index) + "] ";
+    }
+    return "";
+  }
+
+  /// A switch's port does not publish its secondary bus: what sits behind it tells.
+  std::string busBehind(std::size_t index) const {
+    const Function& function = functions_[index];
+    if (function.secondaryBus && function.leadsToBus) {
+      return *function.secondaryBus == 0 ? ", no bus" : " to bus " + hex(*function.secondaryBus, 2);
+    }
+    if (function.kind == Function::Kind::kSwitchPort && !children_[index].empty()) {
+      const auto child = parseAddress(functions_[children_[index].front()].address);
+      return child ? " to bus " + hex(child->bus, 2) : "";
+    }
+    return "";
+  }
+
+  std::string remarks(std::size_t index) const {
+    const Function& function = functions_[index];
+    std::string text;
+    if (function.physicalSlot) {
+      text += ", slot " + std::to_string(*function.physicalSlot);
+    }
+    const bool hasRoom = function.kind == Function::Kind::kSwitchPort || function.leadsToBus;
+    if (hasRoom && children_[index].empty()) {
+      text += " (empty)";
+    }
+    const bool unknownParent = !function.parent.empty() && !parentOf(index);
+    if (unknownParent || (!function.parent.empty() && printed_[*parentOf(index)] == false)) {
+      text += " (parent " + printable(function.parent) + ")";
+    }
+    return text;
+  }
+
+  std::vector<Function> functions_;
+  std::ostream& out_;
+  std::unordered_map<std::string, std::size_t> byAddress_;
+  std::vector<std::vector<std::size_t>> children_;
+  std::vector<bool> printed_;
+  /// The climb that passed a function last; one mark for all climbs keeps them cheap.
+  std::vector<std::size_t> passedFrom_;
+};
+
+}  // namespace
+
+std::optional<Address> parseAddress(std::string_view text) {
+  Address address;
+  std::string_view function;
+  std::string_view device;
+  std::string_view bus;
+  if (!cutLast(text, '.', function) || !cutLast(text, ':', device)) {
+    return std::nullopt;
+  }
+  const bool hasSegment = cutLast(text, ':', bus);
+  if (!hasSegment) {
+    bus = text;
+  }
+  if ((hasSegment && !readHex(text, address.segment, 16)) || !readHex(bus, address.bus, 2) ||
+      !readHex(device, address.device, 2) || !readHex(function, address.function, 1)) {
+    return std::nullopt;
+  }
+  return address;
+}
+
+std::string addressText(const Address& address) {
+  return hex(address.segment, 4) + ':' + hex(address.bus, 2) + ':' + hex(address.device, 2) + '.' +
+         hex(address.function, 1);
+}
+
+void printTree(std::vector<Function> functions, std::ostream& out) {
+  TreePrinter(std::move(functions), out).print();
+}
+
+}  // namespace pcicim

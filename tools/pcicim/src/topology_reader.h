@@ -1,0 +1,37 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "topology.h"
+
+namespace pcicim {
+
+/// Properties of an instance, or keys of a path, as text; what has no value is not there.
+using Record = std::map<std::string, std::string, std::less<>>;
+
+/// The few questions about the published classes that the topology is put together from.
+class TopologySource {
+ public:
+  virtual ~TopologySource() = default;
+
+  virtual std::vector<Record> instances(const std::string& className,
+                                        const std::vector<std::string>& properties) = 0;
+  virtual std::vector<Record> names(const std::string& className) = 0;
+  /// The instance with this DeviceID; nothing when there is none.
+  virtual std::optional<Record> instance(const std::string& className,
+                                         const std::string& deviceId) = 0;
+};
+
+/// Collects every PCI function that the classes tell of.
+///
+/// Devices, bridges and switches are enumerated; ports of switches show in the names of ports
+/// alone. Bridges without ports (host, ISA, CardBus) are in no enumeration, yet answer when asked
+/// for: so parents that others name are asked for, and on buses that no function leads to the
+/// first function of each device, then the others of the devices found. What sits on such a bus
+/// alone, or behind a function found in no way, stays unknown.
+std::vector<Function> readTopology(TopologySource& source);
+
+}  // namespace pcicim
