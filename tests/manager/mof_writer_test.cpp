@@ -1,0 +1,91 @@
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+#include <manager/mof_writer.h>
+
+namespace cimom {
+namespace {
+
+using Kind = MofValue::Kind;
+
+MofValue single(Kind kind, std::string text) {
+  return {false, {{kind, std::move(text)}}};
+}
+
+MofInstance sampleInstance() {
+  return {"Sample",
+          "",
+          {{"Text", single(Kind::kString, "a \"quoted\" \\ text")},
+           {"Number", single(Kind::kNumber, "-42")},
+           {"Truth", single(Kind::kBoolean, "true")},
+           {"Nothing", single(Kind::kNull, "")},
+           {"Letter", single(Kind::kCharacter, "'")},
+           {"Numbers", {true, {{Kind::kNumber, "1"}, {Kind::kNull, ""}, {Kind::kNumber, "2"}}}},
+           {"None", {true, {}}}}};
+}
+
+TEST(MofWriterTest, EscapesStrings) {
+  EXPECT_EQ(writeMofString(""), R"("")");
+  EXPECT_EQ(writeMofString("it's \"so\" \\"), R"("it's \"so\" \\")");
+  EXPECT_EQ(writeMofString("\b\t\n\f\r"), R"("\b\t\n\f\r")");
+  EXPECT_EQ(writeMofString("\x01"
+                           "1\x7f"),
+            R"("\x00011\x007F")");
+  EXPECT_EQ(writeMofString("\xc3\xa4"), "\"\xc3\xa4\"");
+  EXPECT_EQ(writeMofString(std::string_view("a\0b", 3)), R"("ab")");
+}
+
+TEST(MofWriterTest, WritesValues) {
+  EXPECT_EQ(writeMof(MofValue{}), "NULL");
+  EXPECT_EQ(writeMof(single(Kind::kAlias, "Other")), "$Other");
+  EXPECT_EQ(writeMof(single(Kind::kCharacter, "x")), "'x'");
+}
+
+TEST(MofWriterTest, WritesInstances) {
+  EXPECT_EQ(writeMof(sampleInstance()), R"(instance of Sample {
+  Text = "a \"quoted\" \\ text";
+  Number = -42;
+  Truth = true;
+  Nothing = NULL;
+  Letter = '\'';
+  Numbers = {1, NULL, 2};
+  None = {};
+};
+)");
+}
+
+TEST(MofWriterTest, ReaderReadsWhatTheWriterWrote) {
+  MofInstance instance = sampleInstance();
+  std::string everyByte;
+  for (int byte = 1; byte < 256; ++byte) everyByte += static_cast<char>(byte);
+  instance.properties.emplace_back("Bytes", single(Kind::kString, everyByte));
+  instance.alias = "Here";
+  const auto repository = ClassRepository::parse(writeMof(instance));
+  ASSERT_EQ(repository.instances().size(), 1u);
+  const MofInstance& read = repository.instances().front();
+  EXPECT_EQ(read.className, instance.className);
+  EXPECT_EQ(read.alias, instance.alias);
+  ASSERT_EQ(read.properties.size(), instance.properties.size());
+  for (std::size_t i = 0; i < read.properties.size(); ++i) {
+    const auto& [name, value] = read.properties[i];
+    EXPECT_EQ(name, instance.properties[i].first);
+    EXPECT_EQ(value.isArray, instance.properties[i].second.isArray) << name;
+    EXPECT_EQ(value.text(), instance.properties[i].second.text()) << name;
+    EXPECT_EQ(writeMof(value), writeMof(instance.properties[i].second)) << name;
+  }
+}
+
+TEST(MofWriterTest, WritesPaths) {
+  const MofInstance port = {
+      "Port", "", {{"Name", single(Kind::kString, "a\"b")}, {"Bus", single(Kind::kNumber, "3")}}};
+  EXPECT_EQ(writePath(port), R"(Port.Name="a\"b",Bus=3)");
+  const MofInstance link = {
+      "Link", "", {{"End", single(Kind::kString, writePath(port, "root/cimv2"))}}};
+  EXPECT_EQ(writePath(link, "root/cimv2"),
+            R"(root/cimv2:Link.End="root/cimv2:Port.Name=\"a\\\"b\",Bus=3")");
+  EXPECT_EQ(writePath({"Only", "", {}}), "Only");
+}
+
+}  // namespace
+}  // namespace cimom
