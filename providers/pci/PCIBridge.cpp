@@ -1,0 +1,70 @@
+#include "PciDevices.h"
+#include "PciNames.h"
+#include "PciProviders.h"
+#include "PciTopologyCache.h"
+
+#include <ProviderFactory.h>
+
+namespace pciprovider {
+
+using zelInt::CmpiContext;
+using zelInt::CmpiData;
+using zelInt::CmpiInstance;
+using zelInt::CmpiObjectPath;
+using zelInt::CmpiResult;
+using zelInt::CmpiStatus;
+
+namespace {
+
+CmpiInstance MakeBridgeInstance(const PciDevice* device, const char** properties) {
+  CmpiInstance instance(MakeDevicePath(device, kBridgeClass));
+  PopulateDeviceDetails(device, instance);
+  const auto subClass = static_cast<unsigned short>(device->GetClassCode() & 0xffU);
+  instance.setProperty("BridgeType", CmpiData(subClass));
+  instance.setProperty("SecondaryBusNumber", CmpiData(device->GetSecondaryBusNumber()));
+  instance.setPropertyFilter(properties, nullptr);
+  return instance;
+}
+
+}  // namespace
+
+PCIPROVIDER_DEFINE_INSTANCE_CLASS(PCIBridge);
+
+CmpiStatus PCIBridge::enumInstanceNames(const CmpiContext&, CmpiResult& result,
+                                        const CmpiObjectPath&) {
+  for (const PortEntry* port : GetBridgesCache()) {
+    result.returnData(MakeDevicePath(port->device, kBridgeClass));
+  }
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus PCIBridge::enumInstances(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
+                                    const char** properties) {
+  for (const PortEntry* port : GetBridgesCache()) {
+    result.returnData(MakeBridgeInstance(port->device, properties));
+  }
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+// Serves bridges that no enumeration lists too (those without ports: host, ISA and the like).
+// Never signals done; a known function that is no bridge is not found, an unknown one is an
+// empty answer.
+CmpiStatus PCIBridge::getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& cop,
+                                  const char** properties) {
+  const std::string id = KeyText(cop, kDeviceIdKey);
+  if (id.empty()) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  DeviceIndex::const_iterator position;
+  if (!LookupDevice(id, position)) return CmpiStatus(CMPI_RC_OK);
+  const PciDevice* device = position->second->get();
+  if (!IsBridge(device)) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  result.returnData(MakeBridgeInstance(device, properties));
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+}  // namespace pciprovider
+
+PROVIDERS_HOLDER(Zelmar_PCIBridge);
+PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIBridge, pciprovider::PCIBridge,
+                           pciprovider::AnnounceInstanceFactory);

@@ -1,0 +1,594 @@
+#include "PciAssociations.h"
+#include "PciDevices.h"
+#include "PciNames.h"
+#include "PciPorts.h"
+#include "PciProviders.h"
+#include "PciTopologyCache.h"
+
+#include <ProviderFactory.h>
+#include <qarctl/HostCtlException.h>
+#include <qarctl/HostFactory.h>
+
+#include <algorithm>
+#include <cctype>
+#include <utility>
+
+#include <pthread.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace pciprovider {
+
+using HostCtl::Lib::HostCtlException;
+using zelInt::CmpiContext;
+using zelInt::CmpiInstance;
+using zelInt::CmpiObjectPath;
+using zelInt::CmpiResult;
+using zelInt::CmpiStatus;
+
+namespace {
+
+/// A port with the device that controls it and that device's class.
+struct ControlledByEntry {
+  const PciDevice* device;
+  const char* className;
+  const PortEntry* port;
+};
+
+using ControlledByIndex = std::unordered_map<std::string, const ControlledByEntry*>;
+
+// The snapshot. Pointers and iterators in it point into pciDevices and pciPorts, which nothing
+// changes after the build, and it is torn down from the last to the first.
+std::string systemName;
+DeviceVector pciDevices;
+DeviceIndex deviceNameMap;
+PortVector pciPorts;
+std::unordered_map<std::string, PortVector::const_iterator> portNameMap;
+std::unordered_map<std::string, const PortEntry*> portByDeviceMap;
+PortBuckets bridgePortsMap;
+std::set<std::string> portNames;
+std::vector<std::uint8_t> busNumbers;
+std::unordered_map<std::uint8_t, std::vector<const PciDevice*>> busDeviceMap;
+PortPointers switchEntries;
+PortPointers bridgeEntries;
+PortBuckets switchPortsMap;
+const PortPointers emptyPortList;
+const PortEntry emptyPortEntry;
+std::vector<ControlledByEntry> cbEntries;
+ControlledByIndex cbPortMap;
+ControlledByIndex cbDevMap;
+pthread_once_t cacheOnce = PTHREAD_ONCE_INIT;
+
+const PortPointers& PortsUnder(const PortBuckets& buckets, const std::string& address) {
+  const auto found = buckets.find(address);
+  return found != buckets.end() ? found->second : emptyPortList;
+}
+
+void PCICacheSystemName() {
+  const auto hardware = HostCtl::Host::GetHardwareInfo();
+  systemName = hardware->GetSystemInfo().hostName;
+  std::transform(systemName.begin(), systemName.end(), systemName.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+}
+
+/// One run of the build: what it needs only while it fills the snapshot.
+class CacheBuild {
+ public:
+  explicit CacheBuild(int progressPriority) : progressPriority_(progressPriority) {}
+
+  void Run();
+
+ private:
+  void IndexDevices();
+  void ClassDevice(const PciDevice* device, const std::string& address);
+  void IndexPortNames();
+  void SortPort(const PortEntry& port);
+  void SortPortUnderOwner(const PortEntry& port);
+  void CacheControlledBy();
+
+  int progressPriority_;
+  std::set<std::string> bridgeNames_;
+  std::set<std::string> switchNames_;
+};
+
+void CacheBuild::Run() {
+  HostCtl::HostFactory::GetHost();
+  auto hardware = HostCtl::Host::GetHardwareInfo();
+  const auto pciInfo = hardware->GetPciInfo();
+  hardware.reset();
+  pciDevices = pciInfo->GetPciDevices();
+  IndexDevices();
+  BuildPortDefs(pciPorts);
+  switchEntries.reserve(pciPorts.size() / 2);
+  IndexPortNames();
+  // Ports with duplicate names take part here: they are still there, only not to be found by name.
+  for (const PortEntry& port : pciPorts) SortPort(port);
+  CacheControlledBy();
+}
+
+// A function whose address is taken stays listed, but is neither indexed nor classed.
+void CacheBuild::IndexDevices() {
+  for (auto position = pciDevices.cbegin(); position != pciDevices.cend(); ++position) {
+    const std::string address = (*position)->GetAddress();
+    if (!deviceNameMap.emplace(address, position).second) {
+      syslog(LOG_ERR, "duplicate name found '%s' skipped", address.c_str());
+      continue;
+    }
+    ClassDevice(position->get(), address);
+  }
+}
+
+void CacheBuild::ClassDevice(const PciDevice* device, const std::string& address) {
+  if (IsBridge(device)) {
+    bridgeNames_.insert(address);
+    syslog(progressPriority_, " *** Bridge: %s", address.c_str());
+  } else if (IsUpstreamPortOnSwitch(device)) {
+    switchNames_.insert(address);
+    syslog(progressPriority_, " *** Switch: %s", address.c_str());
+  }
+}
+
+void CacheBuild::IndexPortNames() {
+  std::set<std::uint8_t> buses;
+  for (auto position = pciPorts.cbegin(); position != pciPorts.cend(); ++position) {
+    if (!portNameMap.emplace(position->portName, position).second) {
+      syslog(LOG_ERR, "duplicate port name found '%s; skipped", position->portName.c_str());
+      continue;
+    }
+    portNames.insert(position->portName);
+    buses.insert(position->busNumber);
+  }
+  busNumbers.reserve(buses.size());
+  busNumbers.assign(buses.begin(), buses.end());
+}
+
+void CacheBuild::SortPort(const PortEntry& port) {
+  busDeviceMap[port.busNumber].push_back(port.device);
+  portByDeviceMap[port.deviceAddress] = &port;
+  if (switchNames_.count(port.deviceAddress) != 0) {
+    switchEntries.push_back(&port);
+    syslog(progressPriority_, "loaded switch %s", port.portName.c_str());
+  } else if (bridgeNames_.count(port.deviceAddress) == 0) {
+    SortPortUnderOwner(port);
+  } else if (port.portName.rfind("-pri") != std::string::npos) {
+    bridgeEntries.push_back(&port);
+    syslog(progressPriority_, "loaded bridge %s", port.portName.c_str());
+  }
+}
+
+void CacheBuild::SortPortUnderOwner(const PortEntry& port) {
+  if (bridgeNames_.count(port.ownerAddress) != 0) {
+    AddToMap(port.ownerAddress, port, bridgePortsMap);
+    syslog(progressPriority_, "loaded bridge port %s", port.portName.c_str());
+  } else if (switchNames_.count(port.ownerAddress) != 0) {
+    AddToMap(port.ownerAddress, port, switchPortsMap);
+    syslog(progressPriority_, "loaded switch port %s", port.portName.c_str());
+  } else {
+    syslog(progressPriority_, "not loaded port %s parent %s", port.portName.c_str(),
+           port.ownerAddress.c_str());
+  }
+}
+
+// In both maps the last port of a name or device stands for it.
+void CacheBuild::CacheControlledBy() {
+  // The maps point into the vector: it must not grow under them.
+  cbEntries.reserve(pciPorts.size());
+  for (const PortEntry& port : pciPorts) {
+    if (port.portName.find('-') == std::string::npos) {
+      syslog(LOG_ERR, "PortEntry name not right skipping %s", port.portName.c_str());
+      continue;
+    }
+    cbEntries.push_back({port.device, SetClassName(port.device), &port});
+  }
+  for (const ControlledByEntry& entry : cbEntries) cbPortMap[entry.port->portName] = &entry;
+  for (const ControlledByEntry& entry : cbEntries) cbDevMap[entry.device->GetAddress()] = &entry;
+  syslog(LOG_DEBUG, "PCI CB cache idx: cbPortMap=%d cbDevMap=%d",
+         static_cast<int>(cbPortMap.size()), static_cast<int>(cbDevMap.size()));
+}
+
+// Whatever goes wrong, what has been read so far is served: a client is better off with a part of
+// the topology than with none.
+void GetPCIData() {
+  // Support raises the build's trace by this file where debug lines are not kept.
+  const int progressPriority = access("/tmp/dump_pci", R_OK) == 0 ? LOG_CRIT : LOG_DEBUG;
+  syslog(progressPriority, "GetPCIData started to analyze and cache RQL PCI data");
+  PCICacheSystemName();
+  try {
+    CacheBuild(progressPriority).Run();
+  } catch (const HostCtlException& failure) {
+    syslog(LOG_ERR, "PCI information caught exception, reporting may be incomplete, error %s",
+           failure.what());
+  } catch (...) {
+    syslog(LOG_ERR, "Unexpected exception from PCI initialization, reporting may be incomplete.");
+  }
+  syslog(progressPriority, "*** GetPCIData loaded, %lu switches, %lu bridges busNumbers %lu",
+         static_cast<unsigned long>(switchEntries.size()),
+         static_cast<unsigned long>(bridgeEntries.size()),
+         static_cast<unsigned long>(busNumbers.size()));
+}
+
+}  // namespace
+
+int LoadCache() {
+  return pthread_once(&cacheOnce, GetPCIData);
+}
+
+const DeviceVector& GetDevicesCache() {
+  return pciDevices;
+}
+const PortVector& GetPortsCache() {
+  return pciPorts;
+}
+const PortBuckets& GetBridgePortsCache() {
+  return bridgePortsMap;
+}
+const PortBuckets& GetSwitchPortsCache() {
+  return switchPortsMap;
+}
+const PortPointers& GetBridgesCache() {
+  return bridgeEntries;
+}
+const PortPointers& GetSwitchCache() {
+  return switchEntries;
+}
+const std::vector<std::uint8_t>& GetBusNumbers() {
+  return busNumbers;
+}
+const char* PciGetSystemName() {
+  return systemName.c_str();
+}
+const std::set<std::string>& GetPortNames() {
+  return portNames;
+}
+
+bool LookupDevice(const std::string& address, DeviceIndex::const_iterator& position) {
+  const auto found = deviceNameMap.find(address);
+  if (found == deviceNameMap.end()) return false;
+  position = found;
+  return true;
+}
+
+bool LookupPort(const std::string& name, const PciDevice*& device) {
+  const auto found = portNameMap.find(name);
+  if (found == portNameMap.end()) return false;
+  device = found->second->device;
+  return true;
+}
+
+const PortEntry& LookupPortEntry(const std::string& name) {
+  const auto found = portNameMap.find(name);
+  return found != portNameMap.end() ? *found->second : emptyPortEntry;
+}
+
+const PortEntry& LookupPortByDeviceEntry(const std::string& address) noexcept {
+  const auto found = portByDeviceMap.find(address);
+  return found != portByDeviceMap.end() ? *found->second : emptyPortEntry;
+}
+
+const PortPointers& LookupBridgePorts(const std::string& address) {
+  return PortsUnder(bridgePortsMap, address);
+}
+
+const PortPointers& LookupSwitchPorts(const std::string& address) {
+  return PortsUnder(switchPortsMap, address);
+}
+
+bool FindPortsInGroup(std::uint8_t bus, std::vector<const PciDevice*>& devices) {
+  const auto found = busDeviceMap.find(bus);
+  if (found == busDeviceMap.end()) return false;
+  devices = found->second;
+  return true;
+}
+
+void AddToMap(const std::string& key, const PortEntry& entry, PortBuckets& map) {
+  map[key].push_back(&entry);
+}
+
+const PortEntry& FindConnectedPort(const std::string& name) {
+  PortPointers counted;
+  counted.reserve(pciPorts.size());
+  for (const PortEntry& port : pciPorts) {
+    if (port.ownerAddress == name) counted.push_back(&port);
+  }
+  if (counted.empty()) return emptyPortEntry;
+  syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u",
+         static_cast<unsigned>(counted.front()->busNumber));
+  const auto lowest = std::min_element(
+      counted.begin(), counted.end(),
+      [](const PortEntry* a, const PortEntry* b) { return a->busNumber < b->busNumber; });
+  syslog(LOG_DEBUG, "FindConnectedPort returning bus %u",
+         static_cast<unsigned>((*lowest)->busNumber));
+  return **lowest;
+}
+
+namespace {
+
+constexpr AssociationShape kControlledBy{"Zelmar_PCIControlledBy", "Antecedent", "Dependent"};
+
+CmpiObjectPath MakePCIControlledByRef(const CmpiObjectPath& device, const CmpiObjectPath& port) {
+  return kControlledBy.MakePath(device, port);
+}
+
+CmpiInstance MakePCIControlledBy(const CmpiObjectPath& device, const CmpiObjectPath& port,
+                                 const char** properties) {
+  return kControlledBy.MakeInstance(device, port, properties);
+}
+
+PairSink Instances(CmpiResult& result, const char** properties) {
+  return InstanceSink(result, properties, MakePCIControlledBy);
+}
+
+PairSink Paths(CmpiResult& result) {
+  return PathSink(result, MakePCIControlledByRef);
+}
+
+const ControlledByEntry* Find(const ControlledByIndex& index, const std::string& key) {
+  const auto found = index.find(key);
+  return found != index.end() ? found->second : nullptr;
+}
+
+CmpiObjectPath ControllerPath(const ControlledByEntry& entry) {
+  return MakeDevicePath(entry.device, entry.className);
+}
+
+bool IsPortName(const std::string& deviceId) {
+  return deviceId.find('-') != std::string::npos;
+}
+
+/// The source's device id; empty when it has none, which sends the request to the source's class.
+std::string DeviceIdOrEmpty(const CmpiObjectPath& source) {
+  try {
+    return KeyText(source, kDeviceIdKey);
+  } catch (const CmpiStatus&) {
+    return {};
+  }
+}
+
+void WalkEntries(const PairSink& give) {
+  for (const ControlledByEntry& entry : cbEntries) {
+    give(ControllerPath(entry), MakePCIPortRef(entry.port->portName));
+  }
+}
+
+void GivePortAndPeer(const CmpiObjectPath& device, const PortEntry& port, const PairSink& give) {
+  give(device, MakePCIPortRef(port.portName));
+  if (!port.peerPortName.empty()) give(device, MakePCIPortRef(port.peerPortName));
+}
+
+void GivePairsOf(const std::string& deviceId, const PairSink& give) {
+  if (IsPortName(deviceId)) {
+    if (const ControlledByEntry* entry = Find(cbPortMap, deviceId)) {
+      give(ControllerPath(*entry), MakePCIPortRef(entry->port->portName));
+    }
+  } else if (const ControlledByEntry* entry = Find(cbDevMap, deviceId)) {
+    GivePortAndPeer(ControllerPath(*entry), *entry->port, give);
+  }
+}
+
+/// How the owner of a port is looked for, and where the search ended.
+struct OwnerSearch {
+  enum class End { kFound, kUnknownPort, kNoOwnerDevice, kNoOwnerPort };
+  End end;
+  std::string portName;
+  std::string ownerPortName;
+  const PortEntry* ownerPort = nullptr;
+};
+
+OwnerSearch FindOwnerPort(std::string portName) {
+  using End = OwnerSearch::End;
+  const PortEntry& port = LookupPortEntry(portName);
+  if (port.portName.empty()) return {End::kUnknownPort, std::move(portName), {}, nullptr};
+  std::string name = BuildPortFromDevice(port.ownerAddress);
+  const PortEntry& owner = LookupPortEntry(name);
+  End end = End::kFound;
+  if (owner.device == nullptr) {
+    end = End::kNoOwnerDevice;
+  } else if (name.empty()) {
+    end = End::kNoOwnerPort;
+  }
+  return {end, std::move(portName), std::move(name), &owner};
+}
+
+void LogOwnerSearch(const OwnerSearch& search, const char* operation) {
+  switch (search.end) {
+    case OwnerSearch::End::kFound:
+      break;
+    case OwnerSearch::End::kUnknownPort:
+      syslog(LOG_DEBUG, "PCIControlledBy %s: lookup item '%s' not found", operation,
+             search.portName.c_str());
+      break;
+    case OwnerSearch::End::kNoOwnerDevice:
+      syslog(LOG_DEBUG, "PCIControlledBy gi FAILED LookupPortEntry(parentID) = %s",
+             search.ownerPortName.c_str());
+      break;
+    case OwnerSearch::End::kNoOwnerPort:
+      syslog(LOG_DEBUG, "PCIControlledBy gi item %s not found", search.portName.c_str());
+      break;
+  }
+}
+
+// The pair is the owner's and its first port, which need not be the port asked about: a switch
+// answers for its downstream ports.
+bool GiveOwnerPair(const OwnerSearch& search, CmpiResult& result, const PairSink& give) {
+  if (search.end != OwnerSearch::End::kFound) return false;
+  const PciDevice* device = search.ownerPort->device;
+  give(MakeDevicePath(device, SetClassName(device)), MakePCIPortRef(search.ownerPort->portName));
+  result.returnDone();
+  return true;
+}
+
+CmpiStatus GetInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& path,
+                       const char** properties) {
+  syslog(LOG_DEBUG, "GetInstance for %s", path.toString().charPtr());
+  const CmpiObjectPath port(path.getKey("Dependent"));
+  const OwnerSearch search = FindOwnerPort(KeyText(port, kDeviceIdKey));
+  LogOwnerSearch(search, "gi");
+  const bool found = GiveOwnerPair(search, result, Instances(result, properties));
+  return CmpiStatus(found ? CMPI_RC_OK : CMPI_RC_ERR_NOT_FOUND);
+}
+
+// The device-side workers name the device by the source path as it came.
+
+void GiveConnectedPort(const CmpiObjectPath& source, const PairSink& give) {
+  const std::string id = KeyText(source, kDeviceIdKey);
+  if (BuildPortFromDevice(id).empty()) return;
+  const PortEntry& port = FindConnectedPort(id);
+  if (port.device != nullptr) GivePortAndPeer(source, port, give);
+}
+
+void GivePortsUnder(const CmpiObjectPath& source, const PairSink& give,
+                    const PortPointers& (*lookup)(const std::string&)) {
+  for (const PortEntry* port : lookup(KeyText(source, kDeviceIdKey))) {
+    GivePortAndPeer(source, *port, give);
+  }
+}
+
+void GetCBInstanceByDevice(CmpiResult& result, const CmpiObjectPath& source,
+                           const char** properties) {
+  GiveConnectedPort(source, Instances(result, properties));
+}
+
+void GetCBInstanceByDeviceRef(CmpiResult& result, const CmpiObjectPath& source) {
+  GiveConnectedPort(source, Paths(result));
+}
+
+void GetCBInstancesByBridge(CmpiResult& result, const CmpiObjectPath& source,
+                            const char** properties) {
+  GivePortsUnder(source, Instances(result, properties), LookupBridgePorts);
+}
+
+void GetCBInstancesByBridgeRef(CmpiResult& result, const CmpiObjectPath& source) {
+  GivePortsUnder(source, Paths(result), LookupBridgePorts);
+}
+
+void GetCBInstancesBySwitch(CmpiResult& result, const CmpiObjectPath& source,
+                            const char** properties) {
+  GivePortsUnder(source, Instances(result, properties), LookupSwitchPorts);
+}
+
+void GetCBInstancesBySwitchRef(CmpiResult& result, const CmpiObjectPath& source) {
+  GivePortsUnder(source, Paths(result), LookupSwitchPorts);
+}
+
+// Silent, unlike its twin.
+void GetCBInstanceByPort(CmpiResult& result, const CmpiObjectPath& source,
+                         const char** properties) {
+  GiveOwnerPair(FindOwnerPort(KeyText(source, kDeviceIdKey)), result,
+                Instances(result, properties));
+}
+
+void GetCBInstanceByPortRef(CmpiResult& result, const CmpiObjectPath& source) {
+  const OwnerSearch search = FindOwnerPort(KeyText(source, kDeviceIdKey));
+  LogOwnerSearch(search, "rin");
+  GiveOwnerPair(search, result, Paths(result));
+}
+
+CmpiStatus Done(CmpiResult& result) {
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+}  // namespace
+
+PCIPROVIDER_DEFINE_ASSOCIATION_CLASS(PCIControlledBy);
+
+CmpiStatus PCIControlledBy::enumInstanceNames(const CmpiContext&, CmpiResult& result,
+                                              const CmpiObjectPath&) {
+  WalkEntries(Paths(result));
+  return Done(result);
+}
+
+CmpiStatus PCIControlledBy::enumInstances(const CmpiContext&, CmpiResult& result,
+                                          const CmpiObjectPath&, const char** properties) {
+  WalkEntries(Instances(result, properties));
+  return Done(result);
+}
+
+CmpiStatus PCIControlledBy::getInstance(const CmpiContext& context, CmpiResult& result,
+                                        const CmpiObjectPath& cop, const char** properties) {
+  return GetInstance(context, result, cop, properties);
+}
+
+// A device id decides alone, whatever the source's class; only without one does the class count.
+CmpiStatus PCIControlledBy::associators(const CmpiContext&, CmpiResult& result,
+                                        const CmpiObjectPath& source, const char*, const char*,
+                                        const char*, const char*, const char** properties) {
+  const std::string id = DeviceIdOrEmpty(source);
+  if (id.empty()) {
+    return AnswerBySourceClass(
+        result, source, "PCIControlledBy ai ignoring",
+        {{kBridgeClass, [&] { ListBridgePorts(source, properties, result); }},
+         {kSwitchClass, [&] { ListSwitchPorts(source, properties, result); }},
+         {kDeviceClass, [&] { ListPorts(source, properties, result); }},
+         {kPortClass, [&] { ListControllers(source, properties, result); }}});
+  }
+  if (!IsPortName(id)) {
+    if (const ControlledByEntry* entry = Find(cbDevMap, id)) {
+      std::set<std::string> seen;
+      MakePortsForDevice(entry->port->device, result, seen, properties);
+    }
+  } else if (const ControlledByEntry* entry = Find(cbPortMap, id)) {
+    result.returnData(MakeDeviceInstance(entry->port->device, ControllerPath(*entry), properties));
+  }
+  return Done(result);
+}
+
+CmpiStatus PCIControlledBy::associatorNames(const CmpiContext&, CmpiResult& result,
+                                            const CmpiObjectPath& source, const char*, const char*,
+                                            const char*, const char*) {
+  const std::string id = DeviceIdOrEmpty(source);
+  if (id.empty()) {
+    return AnswerBySourceClass(result, source, "PCIControlledBy ai ignoring",
+                               {{kBridgeClass, [&] { ListBridgePortsRef(source, result); }},
+                                {kSwitchClass, [&] { ListSwitchPortsRef(source, result); }},
+                                {kDeviceClass, [&] { ListPortsRef(source, result); }},
+                                {kPortClass, [&] { ListControllersRef(source, result); }}});
+  }
+  if (!IsPortName(id)) {
+    if (const ControlledByEntry* entry = Find(cbDevMap, id)) {
+      const PortEntry& port = *entry->port;
+      result.returnData(MakePCIPortRef(port.portName));
+      if (!port.peerPortName.empty()) result.returnData(MakePCIPortRef(port.peerPortName));
+    }
+  } else if (const ControlledByEntry* entry = Find(cbPortMap, id)) {
+    result.returnData(ControllerPath(*entry));
+  }
+  return Done(result);
+}
+
+CmpiStatus PCIControlledBy::references(const CmpiContext&, CmpiResult& result,
+                                       const CmpiObjectPath& source, const char*, const char*,
+                                       const char** properties) {
+  const std::string id = DeviceIdOrEmpty(source);
+  if (!id.empty()) {
+    GivePairsOf(id, Instances(result, properties));
+    return Done(result);
+  }
+  return AnswerBySourceClass(
+      result, source, "PCIControlledBy reference unsupported class",
+      {{kBridgeClass, [&] { GetCBInstancesByBridge(result, source, properties); }},
+       {kSwitchClass, [&] { GetCBInstancesBySwitch(result, source, properties); }},
+       {kDeviceClass, [&] { GetCBInstanceByDevice(result, source, properties); }},
+       {kPortClass, [&] { GetCBInstanceByPort(result, source, properties); }}});
+}
+
+CmpiStatus PCIControlledBy::referenceNames(const CmpiContext&, CmpiResult& result,
+                                           const CmpiObjectPath& source, const char*, const char*) {
+  const std::string id = DeviceIdOrEmpty(source);
+  if (!id.empty()) {
+    GivePairsOf(id, Paths(result));
+    return Done(result);
+  }
+  return AnswerBySourceClass(result, source, "PCIControlledBy reference unsupported class",
+                             {{kBridgeClass, [&] { GetCBInstancesByBridgeRef(result, source); }},
+                              {kSwitchClass, [&] { GetCBInstancesBySwitchRef(result, source); }},
+                              {kDeviceClass, [&] { GetCBInstanceByDeviceRef(result, source); }},
+                              {kPortClass, [&] { GetCBInstanceByPortRef(result, source); }}});
+}
+
+}  // namespace pciprovider
+
+PROVIDERS_HOLDER(Zelmar_PCIControlledBy);
+PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIControlledBy, pciprovider::PCIControlledBy,
+                           pciprovider::AnnounceInstanceFactory);
+PROVIDERS_ASSOCIATION_FACTORY(Zelmar_PCIControlledBy, pciprovider::PCIControlledBy);

@@ -1,0 +1,226 @@
+#include "PciAssociations.h"
+#include "PciDevices.h"
+#include "PciNames.h"
+#include "PciPortGroups.h"
+#include "PciPorts.h"
+#include "PciProviders.h"
+#include "PciTopologyCache.h"
+
+#include <ProviderFactory.h>
+
+#include <syslog.h>
+
+namespace pciprovider {
+
+using zelInt::CmpiBroker;
+using zelInt::CmpiContext;
+using zelInt::CmpiData;
+using zelInt::CmpiInstance;
+using zelInt::CmpiObjectPath;
+using zelInt::CmpiResult;
+using zelInt::CmpiStatus;
+
+namespace {
+
+constexpr AssociationShape kDeviceConnection{"Zelmar_PCIDeviceConnection", "Antecedent",
+                                             "Dependent"};
+
+CmpiObjectPath MakePCIDeviceConnectionRef(const CmpiObjectPath& antecedent,
+                                          const CmpiObjectPath& dependent) {
+  return kDeviceConnection.MakePath(antecedent, dependent);
+}
+
+CmpiInstance MakePCIDeviceConnection(const CmpiObjectPath& antecedent,
+                                     const CmpiObjectPath& dependent, const char** properties) {
+  return kDeviceConnection.MakeInstance(antecedent, dependent, properties);
+}
+
+PairSink Instances(CmpiResult& result, const char** properties) {
+  return InstanceSink(result, properties, MakePCIDeviceConnection);
+}
+
+PairSink Paths(CmpiResult& result) {
+  return PathSink(result, MakePCIDeviceConnectionRef);
+}
+
+bool IsPortName(const std::string& name) {
+  return GetPortNames().count(name) != 0;
+}
+
+/// The port with a device, else null.
+const PortEntry* WithDevice(const PortEntry& port) {
+  return port.device != nullptr ? &port : nullptr;
+}
+
+std::string ParentAddress(const PciDevice& device) {
+  const std::unique_ptr<PciDevice> parent = device.GetParent();
+  return parent ? parent->GetAddress() : std::string();
+}
+
+// The parent's address is looked up as a port name as it stands: only where an address is itself
+// a port name does a pair come out.
+void WalkConnections(const PairSink& give) {
+  for (const auto& device : GetDevicesCache()) {
+    const std::string parent = ParentAddress(*device);
+    if (parent.empty() || !IsPortName(parent)) continue;
+    const PortEntry* upper = WithDevice(LookupPortEntry(parent));
+    if (upper == nullptr) continue;
+    const PortEntry* lower = WithDevice(FindConnectedPort(device->GetAddress()));
+    if (lower == nullptr) continue;
+    give(MakePCIPortRef(upper->portName), MakePCIPortRef(lower->portName));
+  }
+}
+
+/// The first port of the device that the port is counted to, or null.
+const PortEntry* HomePort(const PortEntry& port) {
+  const std::string name = BuildPortFromDevice(port.ownerAddress);
+  if (name.empty() || !IsPortName(name)) return nullptr;
+  return WithDevice(LookupPortEntry(name));
+}
+
+/// A source's home port and the far port that answers for it; null where there is none.
+struct Ends {
+  const PortEntry* home = nullptr;
+  const PortEntry* far = nullptr;
+};
+
+enum class FarPortOf { kHomeDevice, kSourceDevice };
+
+Ends FindEnds(const CmpiObjectPath& source, FarPortOf which) {
+  const PortEntry& port = LookupPortEntry(KeyText(source, kDeviceIdKey));
+  if (port.portName.empty()) return {};
+  const PortEntry* home = HomePort(port);
+  if (home == nullptr) return {};
+  const PciDevice* device = which == FarPortOf::kHomeDevice ? home->device : port.device;
+  return {home, WithDevice(FindConnectedPort(device->GetAddress()))};
+}
+
+/// Gives the answer and ends the result, or answers not found and leaves it open.
+template <class Give>
+CmpiStatus AnswerEnds(CmpiResult& result, const Ends& ends, Give give) {
+  if (ends.far == nullptr) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  give(ends);
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+// Associated is what connects to the home port's device: all its ports as instances ...
+CmpiStatus GetRelatedPort(CmpiResult& result, const CmpiObjectPath& source,
+                          const char** properties) {
+  return AnswerEnds(result, FindEnds(source, FarPortOf::kHomeDevice), [&](const Ends& ends) {
+    std::set<std::string> seen;
+    MakePortsForDevice(ends.far->device, result, seen, properties);
+  });
+}
+
+// ... but the far port alone as a name.
+CmpiStatus GetRelatedPortRef(CmpiResult& result, const CmpiObjectPath& source) {
+  return AnswerEnds(result, FindEnds(source, FarPortOf::kHomeDevice), [&](const Ends& ends) {
+    result.returnData(MakePCIPortRef(ends.far->portName));
+  });
+}
+
+// References pair the home port with what connects to the source's own device.
+CmpiStatus GiveConnection(CmpiResult& result, const CmpiObjectPath& source, const PairSink& give) {
+  return AnswerEnds(result, FindEnds(source, FarPortOf::kSourceDevice), [&](const Ends& ends) {
+    give(MakePCIPortRef(ends.home->portName), MakePCIPortRef(ends.far->portName));
+  });
+}
+
+CmpiStatus GetDevConnByPort(CmpiResult& result, const CmpiObjectPath& source,
+                            const char** properties) {
+  return GiveConnection(result, source, Instances(result, properties));
+}
+
+CmpiStatus GetDevConnByPortRef(CmpiResult& result, const CmpiObjectPath& source) {
+  return GiveConnection(result, source, Paths(result));
+}
+
+CmpiStatus NotFound(const char* text, const std::string& item) {
+  syslog(LOG_DEBUG, "PCIDeviceConnection gi%s %s", text, item.c_str());
+  return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+}
+
+}  // namespace
+
+PCIPROVIDER_DEFINE_ASSOCIATION_CLASS(PCIDeviceConnection);
+
+CmpiStatus PCIDeviceConnection::enumInstanceNames(const CmpiContext&, CmpiResult& result,
+                                                  const CmpiObjectPath&) {
+  WalkConnections(Paths(result));
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus PCIDeviceConnection::enumInstances(const CmpiContext&, CmpiResult& result,
+                                              const CmpiObjectPath&, const char** properties) {
+  WalkConnections(Instances(result, properties));
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+// Checks that both named ports exist, not that they are connected. The answer pairs the home port
+// of the given Dependent with the given Antecedent, so it need not be the pair asked for.
+CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& result,
+                                            const CmpiObjectPath& cop, const char** properties) {
+  syslog(LOG_DEBUG, "PCIDeviceConnection gi using item '%s'", cop.toString().charPtr());
+  const std::string dependent = KeyText(CmpiObjectPath(cop.getKey("Dependent")), kDeviceIdKey);
+  const PortEntry& port = LookupPortEntry(dependent);
+  if (port.portName.empty()) {
+    return NotFound(": lookup item", "'" + dependent + "' not found");
+  }
+  const std::string homeName = BuildPortFromDevice(port.ownerAddress);
+  if (homeName.empty()) return NotFound(" item", dependent + " not found");
+  if (!IsPortName(homeName)) {
+    return NotFound(" no portNames, found using", "'" + homeName + "'");
+  }
+  const PortEntry& home = LookupPortEntry(homeName);
+  if (home.device == nullptr) {
+    return NotFound(" FAILED LookupPortEntry(parentID) =", homeName);
+  }
+  const std::string antecedent = KeyText(CmpiObjectPath(cop.getKey("Antecedent")), kDeviceIdKey);
+  const PortEntry& other = LookupPortEntry(antecedent);
+  if (other.device == nullptr) {
+    syslog(LOG_DEBUG, "PCIDeviceConnection gi FAILED FindConnectedPort(%s)", antecedent.c_str());
+    return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  }
+  result.returnData(MakePCIDeviceConnection(MakePCIPortRef(home.portName),
+                                            MakePCIPortRef(other.portName), properties));
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus PCIDeviceConnection::associators(const CmpiContext&, CmpiResult& result,
+                                            const CmpiObjectPath& source, const char*, const char*,
+                                            const char*, const char*, const char** properties) {
+  return AnswerBySourceClass(result, source, "PCIDeviceConnection ai ignoring",
+                             {{kPortClass, [&] { GetRelatedPort(result, source, properties); }}});
+}
+
+CmpiStatus PCIDeviceConnection::associatorNames(const CmpiContext&, CmpiResult& result,
+                                                const CmpiObjectPath& source, const char*,
+                                                const char*, const char*, const char*) {
+  return AnswerBySourceClass(result, source, "PCIDeviceConnection ain ignoring",
+                             {{kPortClass, [&] { GetRelatedPortRef(result, source); }}});
+}
+
+CmpiStatus PCIDeviceConnection::references(const CmpiContext&, CmpiResult& result,
+                                           const CmpiObjectPath& source, const char*, const char*,
+                                           const char** properties) {
+  return AnswerBySourceClass(result, source, "PCIDeviceConnection reference unsupported class",
+                             {{kPortClass, [&] { GetDevConnByPort(result, source, properties); }}});
+}
+
+CmpiStatus PCIDeviceConnection::referenceNames(const CmpiContext&, CmpiResult& result,
+                                               const CmpiObjectPath& source, const char*,
+                                               const char*) {
+  return AnswerBySourceClass(result, source, "PCIDeviceConnection rin unsupported class",
+                             {{kPortClass, [&] { GetDevConnByPortRef(result, source); }}});
+}
+
+}  // namespace pciprovider
+
+PROVIDERS_HOLDER(Zelmar_PCIDeviceConnection);
+PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIDeviceConnection, pciprovider::PCIDeviceConnection,
+                           pciprovider::AnnounceInstanceFactory);
+PROVIDERS_ASSOCIATION_FACTORY(Zelmar_PCIDeviceConnection, pciprovider::PCIDeviceConnection);

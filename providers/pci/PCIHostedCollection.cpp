@@ -1,0 +1,139 @@
+#include "PciAssociations.h"
+#include "PciDevices.h"
+#include "PciNames.h"
+#include "PciPortGroups.h"
+#include "PciPorts.h"
+#include "PciProviders.h"
+#include "PciTopologyCache.h"
+
+#include <ProviderFactory.h>
+
+namespace pciprovider {
+
+using zelInt::CmpiBroker;
+using zelInt::CmpiContext;
+using zelInt::CmpiData;
+using zelInt::CmpiInstance;
+using zelInt::CmpiObjectPath;
+using zelInt::CmpiResult;
+using zelInt::CmpiStatus;
+
+namespace {
+
+constexpr AssociationShape kHostedCollection{"Zelmar_PCIHostedCollection", "Antecedent",
+                                             "Dependent"};
+
+CmpiObjectPath MakePCIHostedCollectionRef(const CmpiObjectPath& system,
+                                          const CmpiObjectPath& group) {
+  return kHostedCollection.MakePath(system, group);
+}
+
+CmpiInstance MakePCIHostedCollection(const CmpiObjectPath& system, const CmpiObjectPath& group,
+                                     const char** properties) {
+  return kHostedCollection.MakeInstance(system, group, properties);
+}
+
+PairSink Instances(CmpiResult& result, const char** properties) {
+  return InstanceSink(result, properties, MakePCIHostedCollection);
+}
+
+PairSink Paths(CmpiResult& result) {
+  return PathSink(result, MakePCIHostedCollectionRef);
+}
+
+// The workers end the result themselves, and association requests end it once more.
+
+CmpiStatus GiveGroups(CmpiResult& result, const PairSink& give) {
+  const CmpiObjectPath system = PciCreateSystemRef();
+  const std::vector<std::uint8_t> buses = GetBusNumbers();
+  for (const std::uint8_t bus : buses) give(system, MakePortGroupRef(bus));
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+// A group without ports is an empty answer, not an error; only a malformed name is.
+CmpiStatus GiveGroup(CmpiResult& result, const CmpiObjectPath& group, const PairSink& give) {
+  unsigned char bus = 0;
+  const bool named = ParseBusID(group, bus);
+  if (named && PortGroupExists(bus)) give(PciCreateSystemRef(), MakePortGroupRef(bus));
+  result.returnDone();
+  return CmpiStatus(named ? CMPI_RC_OK : CMPI_RC_ERR_NOT_FOUND);
+}
+
+CmpiStatus EnumInstances(CmpiResult& result, const CmpiObjectPath&, const char** properties) {
+  return GiveGroups(result, Instances(result, properties));
+}
+
+CmpiStatus EnumInstanceRefs(CmpiResult& result, const CmpiObjectPath&) {
+  return GiveGroups(result, Paths(result));
+}
+
+CmpiStatus GetInstance(CmpiResult& result, const CmpiObjectPath& group, const char** properties) {
+  return GiveGroup(result, group, Instances(result, properties));
+}
+
+CmpiStatus GetInstanceRef(CmpiResult& result, const CmpiObjectPath& group) {
+  return GiveGroup(result, group, Paths(result));
+}
+
+}  // namespace
+
+PCIPROVIDER_DEFINE_ASSOCIATION_CLASS(PCIHostedCollection);
+
+CmpiStatus PCIHostedCollection::enumInstanceNames(const CmpiContext&, CmpiResult& result,
+                                                  const CmpiObjectPath& cop) {
+  return EnumInstanceRefs(result, cop);
+}
+
+CmpiStatus PCIHostedCollection::enumInstances(const CmpiContext&, CmpiResult& result,
+                                              const CmpiObjectPath& cop, const char** properties) {
+  return EnumInstances(result, cop, properties);
+}
+
+// The Antecedent is not read: there is one host system.
+CmpiStatus PCIHostedCollection::getInstance(const CmpiContext&, CmpiResult& result,
+                                            const CmpiObjectPath& cop, const char** properties) {
+  return GetInstance(result, CmpiObjectPath(cop.getKey("Dependent")), properties);
+}
+
+CmpiStatus PCIHostedCollection::associators(const CmpiContext& context, CmpiResult& result,
+                                            const CmpiObjectPath& source, const char*, const char*,
+                                            const char*, const char*, const char** properties) {
+  return AnswerBySourceClass(
+      result, source, "PCIHostedCollection ai ignoring",
+      {{kPortGroupClass,
+        [&] { result.returnData(FetchHostSystem(getBroker(), context, properties)); }},
+       {kSystemClass, [&] { ListPortGroups(result, source, properties); }}});
+}
+
+CmpiStatus PCIHostedCollection::associatorNames(const CmpiContext& context, CmpiResult& result,
+                                                const CmpiObjectPath& source, const char*,
+                                                const char*, const char*, const char*) {
+  return AnswerBySourceClass(
+      result, source, "PCIHostedCollection ain ignoring",
+      {{kPortGroupClass, [&] { result.returnData(FetchHostSystemPath(getBroker(), context)); }},
+       {kSystemClass, [&] { ListPortGroupRefs(result, source); }}});
+}
+
+CmpiStatus PCIHostedCollection::references(const CmpiContext&, CmpiResult& result,
+                                           const CmpiObjectPath& source, const char*, const char*,
+                                           const char** properties) {
+  return AnswerBySourceClass(result, source, "PCIHostedCollection reference unsupported class",
+                             {{kPortGroupClass, [&] { GetInstance(result, source, properties); }},
+                              {kSystemClass, [&] { EnumInstances(result, source, properties); }}});
+}
+
+CmpiStatus PCIHostedCollection::referenceNames(const CmpiContext&, CmpiResult& result,
+                                               const CmpiObjectPath& source, const char*,
+                                               const char*) {
+  return AnswerBySourceClass(result, source, "PCIHostedCollection reference unsupported class",
+                             {{kPortGroupClass, [&] { GetInstanceRef(result, source); }},
+                              {kSystemClass, [&] { EnumInstanceRefs(result, source); }}});
+}
+
+}  // namespace pciprovider
+
+PROVIDERS_HOLDER(Zelmar_PCIHostedCollection);
+PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIHostedCollection, pciprovider::PCIHostedCollection,
+                           pciprovider::AnnounceInstanceFactory);
+PROVIDERS_ASSOCIATION_FACTORY(Zelmar_PCIHostedCollection, pciprovider::PCIHostedCollection);

@@ -1,0 +1,407 @@
+#include "PciDevices.h"
+#include "PciNames.h"
+#include "PciPorts.h"
+#include "PciProviders.h"
+#include "PciTopologyCache.h"
+
+#include <ProviderFactory.h>
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <utility>
+
+#include <syslog.h>
+
+namespace pciprovider {
+
+using zelInt::CmpiContext;
+using zelInt::CmpiData;
+using zelInt::CmpiInstance;
+using zelInt::CmpiObjectPath;
+using zelInt::CmpiResult;
+using zelInt::CmpiStatus;
+
+namespace {
+
+constexpr std::uint8_t kPciExpressCapability = 0x10;
+constexpr std::uint8_t kPciXCapability = 0x07;
+
+constexpr char kUpstreamSuffix[] = "-up";
+// A switch's downstream ports carry it too; their owner tells them apart.
+constexpr char kEndpointSuffix[] = "-ep";
+constexpr char kPrimarySuffix[] = "-pri";
+constexpr char kSecondarySuffix[] = "-sec";
+
+struct BridgePortTypes {
+  PCIPortType primary;
+  PCIPortType secondary;
+};
+
+/// The kinds of a bridge's two ports by PCI sub-class; other bridges have no ports.
+std::optional<BridgePortTypes> FindBridgePortTypes(const PciDevice* bridge) {
+  switch (bridge->GetClassCode() & 0xffU) {
+    case 0x04:
+      return BridgePortTypes{PCIPortTypePCI, PCIPortTypePCI};
+    case 0x0a:
+      return BridgePortTypes{PCIPortTypePCI, PCIPortTypePCIe};
+    case 0x0b:
+      return BridgePortTypes{PCIPortTypePCIe, PCIPortTypePCI};
+    default:
+      return std::nullopt;
+  }
+}
+
+PCIPortType EndpointPortType(const PciDevice* device) {
+  if (device->HasCapability(kPciExpressCapability)) return PCIPortTypePCIe;
+  if (device->HasCapability(kPciXCapability)) return PCIPortTypePCIX;
+  return PCIPortTypeUnknown;
+}
+
+/// What to do for each kind of function that has ports.
+struct PortKinds {
+  std::function<void()> downstream;
+  std::function<void()> upstream;
+  std::function<void()> bridge;
+  std::function<void()> endpoint;
+};
+
+void ByPortKind(const PciDevice* device, const PortKinds& kinds) {
+  if (IsPortOnSwitch(device) && !IsUpstreamPortOnSwitch(device)) {
+    kinds.downstream();
+  } else if (IsPortOnSwitch(device) && IsUpstreamPortOnSwitch(device)) {
+    kinds.upstream();
+  } else if (IsBridge(device)) {
+    kinds.bridge();
+  } else if (!IsPortOnSwitch(device)) {
+    kinds.endpoint();
+  }
+}
+
+/// The port of a device that stands for itself.
+void AppendOwnPort(const PciDevice* device, const char* suffix, std::vector<PortEntry>& ports) {
+  const std::string address = device->GetAddress();
+  ports.push_back(MakePCIPortTRef(address + suffix, address, device));
+}
+
+void AppendBridgePort(const PciDevice* device, const std::string& address, const char* suffix,
+                      const char* peerSuffix, std::vector<PortEntry>& ports) {
+  PortEntry entry = MakePCIPortTRef(address + suffix, address, device);
+  entry.peerPortName = address + peerSuffix;
+  ports.push_back(std::move(entry));
+}
+
+void ReturnOwnPort(const PciDevice* device, const char* suffix, PCIPortType type,
+                   CmpiResult& result, const char** properties) {
+  const std::string address = device->GetAddress();
+  result.returnData(MakePCIPort(properties, (address + suffix).c_str(), address.c_str(), device,
+                                type, device->GetBusNumber()));
+}
+
+void ReturnPortPath(const PciDevice* device, const char* suffix, CmpiResult& result) {
+  result.returnData(MakePCIPortRef(device->GetAddress() + suffix));
+}
+
+/// The address and port kinds of a bridge that this request has not returned yet.
+std::optional<std::pair<std::string, BridgePortTypes>> TakeUnseenBridge(
+    const PciDevice* device, std::set<std::string>& seen) {
+  const auto types = FindBridgePortTypes(device);
+  if (!types) return std::nullopt;
+  std::string address = device->GetAddress();
+  if (!seen.insert(address).second) return std::nullopt;
+  return std::make_pair(std::move(address), *types);
+}
+
+/// Returns a device's ports in whatever form the request asks for.
+using PortMaker = std::function<void(const PciDevice*)>;
+
+/// Makers for one request: one set of seen bridges serves the whole of it.
+PortMaker InstanceMaker(CmpiResult& result, std::set<std::string>& seen, const char** properties) {
+  return [&result, &seen, properties](const PciDevice* device) {
+    MakePortsForDevice(device, result, seen, properties);
+  };
+}
+
+PortMaker PathMaker(CmpiResult& result, std::set<std::string>& seen) {
+  return [&result, &seen](const PciDevice* device) { MakePortsForDeviceRef(device, seen, result); };
+}
+
+void WalkPorts(const PortMaker& make) {
+  for (const PortEntry& port : GetPortsCache()) make(port.device);
+}
+
+const PortEntry* FindFirstPortOf(const CmpiObjectPath& path) {
+  const std::string id = KeyText(path, kDeviceIdKey);
+  if (id.empty()) return nullptr;
+  const auto& ports = GetPortsCache();
+  const auto found = std::find_if(ports.begin(), ports.end(),
+                                  [&](const PortEntry& port) { return port.ownerAddress == id; });
+  return found != ports.end() ? &*found : nullptr;
+}
+
+// Any part of a bridge's address matches: clients ask with a bus prefix for all its bridges.
+void WalkBridgePorts(const CmpiObjectPath& path, const PortMaker& make) {
+  const std::string id = KeyText(path, kDeviceIdKey);
+  if (id.empty()) return;
+  for (const auto& [address, ports] : GetBridgePortsCache()) {
+    if (address.find(id) == std::string::npos) continue;
+    for (const PortEntry* port : ports) make(port->device);
+  }
+}
+
+// Every switch visited is logged, matching or not: the line is how support follows the search.
+void WalkSwitchPorts(const CmpiObjectPath& path, const char* caller, const PortMaker& make) {
+  const std::string id = KeyText(path, kDeviceIdKey);
+  if (id.empty()) return;
+  for (const auto& [address, ports] : GetSwitchPortsCache()) {
+    syslog(LOG_CRIT, "%s searching %s (p:%lu) for %s", caller, address.c_str(),
+           static_cast<unsigned long>(ports.size()), id.c_str());
+    if (address != id) continue;
+    for (const PortEntry* port : ports) make(port->device);
+  }
+}
+
+}  // namespace
+
+PortEntry MakePCIPortTRef(const std::string& portName, const std::string& ownerAddress,
+                          const PciDevice* device) {
+  PortEntry entry;
+  entry.busNumber = device->GetBusNumber();
+  entry.ownerAddress = ownerAddress;
+  entry.portName = portName;
+  entry.deviceAddress = device->GetAddress();
+  entry.device = device;
+  return entry;
+}
+
+void MakePCIeDownstreamPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
+  const std::unique_ptr<PciDevice> parent = device->GetParent();
+  if (!parent) return;
+  const std::string owner = parent->GetAddress();
+  ports.push_back(MakePCIPortTRef(device->GetAddress() + kEndpointSuffix, owner, device));
+}
+
+void MakePCIeUpstreamPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
+  AppendOwnPort(device, kUpstreamSuffix, ports);
+}
+
+void MakePCIBridgePortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
+  if (!FindBridgePortTypes(device)) return;
+  const std::string address = device->GetAddress();
+  AppendBridgePort(device, address, kPrimarySuffix, kSecondarySuffix, ports);
+  AppendBridgePort(device, address, kSecondarySuffix, kPrimarySuffix, ports);
+}
+
+void MakePCIEndpointPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
+  AppendOwnPort(device, kEndpointSuffix, ports);
+}
+
+void MakePortEntryfromDevice(const PciDevice* device, std::vector<PortEntry>& ports) {
+  ByPortKind(device, {.downstream = [&] { MakePCIeDownstreamPortTRef(device, ports); },
+                      .upstream = [&] { MakePCIeUpstreamPortTRef(device, ports); },
+                      .bridge = [&] { MakePCIBridgePortTRef(device, ports); },
+                      .endpoint = [&] { MakePCIEndpointPortTRef(device, ports); }});
+}
+
+void BuildPortDefs(std::vector<PortEntry>& ports) {
+  const auto& devices = GetDevicesCache();
+  // Most functions have one port; the rest is room for the bridges of a usual host.
+  ports.reserve(devices.size() + 20);
+  for (const auto& device : devices) {
+    // A function that cannot even tell its address ends the build here, before it has ports.
+    device->GetAddress();
+    MakePortEntryfromDevice(device.get(), ports);
+  }
+}
+
+std::string BuildPortFromDevice(const std::string& deviceAddress) {
+  std::vector<PortEntry> ports;
+  ports.reserve(2);
+  DeviceIndex::const_iterator position;
+  if (!LookupDevice(deviceAddress, position)) return {};
+  MakePortEntryfromDevice(position->second->get(), ports);
+  return ports.empty() ? std::string() : ports.front().portName;
+}
+
+CmpiObjectPath MakePCIPortRef(const std::string& portName) {
+  CmpiObjectPath path(kNameSpace, kPortClass);
+  path.setKey("SystemName", CmpiData(PciGetSystemName()));
+  path.setKey("CreationClassName", CmpiData(kPortClass));
+  path.setKey("SystemCreationClassName", CmpiData(kSystemClass));
+  path.setKey(kDeviceIdKey, CmpiData(portName.c_str()));
+  return path;
+}
+
+CmpiInstance MakePCIPort(const char** properties, const char* portName,
+                         const char* controllerDeviceId, const PciDevice* device, PCIPortType type,
+                         unsigned char busNumber) {
+  const CmpiObjectPath path = MakePCIPortRef(portName);
+  const std::uint16_t classCode = device->GetClassCode();
+  const std::string deviceName = device->GetDeviceName();
+  const std::string elementName = device->GetVendorName() + " " + deviceName;
+
+  CmpiInstance instance(path);
+  instance.setProperty("PortType", CmpiData(static_cast<unsigned short>(type)));
+  instance.setProperty("ElementName", CmpiData(elementName.c_str()));
+  instance.setProperty("ControllerDeviceID", CmpiData(controllerDeviceId));
+  instance.setProperty("BusNumber", CmpiData(busNumber));
+  instance.setProperty("DeviceNumber", CmpiData(device->GetDeviceNumber()));
+  instance.setProperty("FunctionNumber", CmpiData(device->GetFunctionNumber()));
+  instance.setProperty("PCIDeviceID", CmpiData(device->GetDeviceId()));
+  instance.setProperty("VendorID", CmpiData(device->GetVendorId()));
+  instance.setProperty("RevisionID", CmpiData(device->GetRevisionId()));
+  instance.setProperty("ClassCode", CmpiData(static_cast<unsigned char>(classCode >> 8U)));
+  instance.setProperty("SubClassCode", CmpiData(static_cast<unsigned char>(classCode & 0xffU)));
+  instance.setPropertyFilter(properties, nullptr);
+  return instance;
+}
+
+void MakePCIeUpstreamPort(const PciDevice* device, CmpiResult& result, const char** properties) {
+  ReturnOwnPort(device, kUpstreamSuffix, PCIPortTypePCIe, result, properties);
+}
+
+void MakePCIeDownstreamPort(const PciDevice* device, CmpiResult& result, const char** properties) {
+  const std::unique_ptr<PciDevice> parent = device->GetParent();
+  if (!parent) return;
+  const std::string controller = parent->GetAddress();
+  const std::string name = device->GetAddress() + kEndpointSuffix;
+  result.returnData(MakePCIPort(properties, name.c_str(), controller.c_str(), device,
+                                PCIPortTypePCIe, device->GetBusNumber()));
+}
+
+void MakePCIEndpointPort(const PciDevice* device, CmpiResult& result, const char** properties) {
+  ReturnOwnPort(device, kEndpointSuffix, EndpointPortType(device), result, properties);
+}
+
+void MakePCIBridgePorts(const PciDevice* device, CmpiResult& result, std::set<std::string>& seen,
+                        const char** properties) {
+  const auto bridge = TakeUnseenBridge(device, seen);
+  if (!bridge) return;
+  const auto& [address, types] = *bridge;
+  result.returnData(MakePCIPort(properties, (address + kPrimarySuffix).c_str(), address.c_str(),
+                                device, types.primary, device->GetBusNumber()));
+  result.returnData(MakePCIPort(properties, (address + kSecondarySuffix).c_str(), address.c_str(),
+                                device, types.secondary, device->GetSecondaryBusNumber()));
+}
+
+void MakePCIeUpstreamPortRef(const PciDevice* device, CmpiResult& result) {
+  ReturnPortPath(device, kUpstreamSuffix, result);
+}
+
+// Does not ask for the parent: a downstream port without one has a path, though no instance.
+void MakePCIeDownstreamPortRef(const PciDevice* device, CmpiResult& result) {
+  ReturnPortPath(device, kEndpointSuffix, result);
+}
+
+void MakePCIEndpointPortRef(const PciDevice* device, CmpiResult& result) {
+  ReturnPortPath(device, kEndpointSuffix, result);
+}
+
+void MakePCIBridgePortsRef(const PciDevice* device, std::set<std::string>& seen,
+                           CmpiResult& result) {
+  const auto bridge = TakeUnseenBridge(device, seen);
+  if (!bridge) return;
+  result.returnData(MakePCIPortRef(bridge->first + kPrimarySuffix));
+  result.returnData(MakePCIPortRef(bridge->first + kSecondarySuffix));
+}
+
+void MakePortsForDevice(const PciDevice* device, CmpiResult& result, std::set<std::string>& seen,
+                        const char** properties) {
+  if (device == nullptr) return;
+  ByPortKind(device, {.downstream = [&] { MakePCIeDownstreamPort(device, result, properties); },
+                      .upstream = [&] { MakePCIeUpstreamPort(device, result, properties); },
+                      .bridge = [&] { MakePCIBridgePorts(device, result, seen, properties); },
+                      .endpoint = [&] { MakePCIEndpointPort(device, result, properties); }});
+}
+
+void MakePortsForDeviceRef(const PciDevice* device, std::set<std::string>& seen,
+                           CmpiResult& result) {
+  if (device == nullptr) {
+    syslog(LOG_CRIT, "ignoring null device");
+    return;
+  }
+  ByPortKind(device, {.downstream = [&] { MakePCIeDownstreamPortRef(device, result); },
+                      .upstream = [&] { MakePCIeUpstreamPortRef(device, result); },
+                      .bridge = [&] { MakePCIBridgePortsRef(device, seen, result); },
+                      .endpoint = [&] { MakePCIEndpointPortRef(device, result); }});
+}
+
+void PortList(CmpiResult& result, const char** properties) {
+  std::set<std::string> seen;
+  WalkPorts(InstanceMaker(result, seen, properties));
+}
+
+void PortListRef(CmpiResult& result) {
+  std::set<std::string> seen;
+  WalkPorts(PathMaker(result, seen));
+}
+
+void ListPorts(const CmpiObjectPath& path, const char** properties, CmpiResult& result) {
+  const PortEntry* port = FindFirstPortOf(path);
+  if (port == nullptr) return;
+  std::set<std::string> seen;
+  MakePortsForDevice(port->device, result, seen, properties);
+}
+
+void ListPortsRef(const CmpiObjectPath& path, CmpiResult& result) {
+  if (const PortEntry* port = FindFirstPortOf(path)) {
+    result.returnData(MakePCIPortRef(port->portName));
+  }
+}
+
+void ListBridgePorts(const CmpiObjectPath& path, const char** properties, CmpiResult& result) {
+  std::set<std::string> seen;
+  WalkBridgePorts(path, InstanceMaker(result, seen, properties));
+}
+
+void ListBridgePortsRef(const CmpiObjectPath& path, CmpiResult& result) {
+  std::set<std::string> seen;
+  WalkBridgePorts(path, PathMaker(result, seen));
+}
+
+void ListSwitchPorts(const CmpiObjectPath& path, const char** properties, CmpiResult& result) {
+  std::set<std::string> seen;
+  WalkSwitchPorts(path, "ListSwitchPorts", InstanceMaker(result, seen, properties));
+}
+
+void ListSwitchPortsRef(const CmpiObjectPath& path, CmpiResult& result) {
+  std::set<std::string> seen;
+  WalkSwitchPorts(path, "ListSwitchPortsRef", PathMaker(result, seen));
+}
+
+PCIPROVIDER_DEFINE_INSTANCE_CLASS(PCIPort);
+
+CmpiStatus PCIPort::enumInstanceNames(const CmpiContext&, CmpiResult& result,
+                                      const CmpiObjectPath&) {
+  PortListRef(result);
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus PCIPort::enumInstances(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
+                                  const char** properties) {
+  PortList(result, properties);
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+// Asked for one port of a bridge, clients get both: they come from one function. An unknown port
+// is an empty answer, not an error.
+CmpiStatus PCIPort::getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& cop,
+                                const char** properties) {
+  const std::string name = KeyText(cop, kDeviceIdKey);
+  if (name.empty()) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  const PciDevice* device = nullptr;
+  if (LookupPort(name, device)) {
+    std::set<std::string> seen;
+    MakePortsForDevice(device, result, seen, properties);
+  }
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+}  // namespace pciprovider
+
+PROVIDERS_HOLDER(Zelmar_PCIPort);
+PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIPort, pciprovider::PCIPort,
+                           pciprovider::AnnounceInstanceFactory);

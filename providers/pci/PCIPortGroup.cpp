@@ -1,0 +1,109 @@
+#include "PciDevices.h"
+#include "PciNames.h"
+#include "PciPortGroups.h"
+#include "PciProviders.h"
+#include "PciTopologyCache.h"
+
+#include <ProviderFactory.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace pciprovider {
+
+using zelInt::CmpiContext;
+using zelInt::CmpiData;
+using zelInt::CmpiInstance;
+using zelInt::CmpiObjectPath;
+using zelInt::CmpiResult;
+using zelInt::CmpiStatus;
+
+CmpiObjectPath MakePortGroupRef(unsigned char bus) {
+  char id[256];
+  std::snprintf(id, sizeof id, "Zelmar:bus-%u", static_cast<unsigned>(bus));
+  CmpiObjectPath path(kNameSpace, kPortGroupClass);
+  path.setKey("InstanceID", CmpiData(id));
+  return path;
+}
+
+CmpiInstance MakePortGroup(unsigned char bus, const char** /*properties*/) {
+  char name[256];
+  std::snprintf(name, sizeof name, "PCI port group with bus number %u", static_cast<unsigned>(bus));
+  CmpiInstance instance(MakePortGroupRef(bus));
+  instance.setProperty("BusNumber", CmpiData(bus));
+  instance.setProperty("ElementName", CmpiData(name));
+  return instance;
+}
+
+CmpiInstance MakeFilteredPortGroup(unsigned char bus, const char** properties) {
+  CmpiInstance group = MakePortGroup(bus, properties);
+  group.setPropertyFilter(properties, nullptr);
+  return group;
+}
+
+// Lenient on purpose: what stands before the '-' and after the digits does not count.
+bool ParseBusID(const CmpiObjectPath& path, unsigned char& bus) {
+  const std::string id = KeyText(path, "InstanceID");
+  const char* separator = std::strchr(id.c_str(), '-');
+  if (separator == nullptr) return false;
+  bus = static_cast<unsigned char>(std::strtol(separator + 1, nullptr, 10));
+  return true;
+}
+
+bool PortGroupExists(unsigned char bus) {
+  const auto& ports = GetPortsCache();
+  return std::any_of(ports.begin(), ports.end(),
+                     [bus](const PortEntry& port) { return port.busNumber == bus; });
+}
+
+CmpiStatus ListPortGroups(CmpiResult& result, const CmpiObjectPath&, const char** properties) {
+  for (const std::uint8_t bus : GetBusNumbers()) {
+    result.returnData(MakeFilteredPortGroup(bus, properties));
+  }
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus ListPortGroupRefs(CmpiResult& result, const CmpiObjectPath&) {
+  for (const std::uint8_t bus : GetBusNumbers()) result.returnData(MakePortGroupRef(bus));
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus GetRelatedPortGroup(CmpiResult& result, const CmpiObjectPath& path,
+                               const char** properties) {
+  unsigned char bus = 0;
+  // The ports decide whether a group exists, not the list of bus numbers.
+  if (!ParseBusID(path, bus) || !PortGroupExists(bus)) {
+    result.returnDone();
+    return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  }
+  result.returnData(MakeFilteredPortGroup(bus, properties));
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+PCIPROVIDER_DEFINE_INSTANCE_CLASS(PCIPortGroup);
+
+CmpiStatus PCIPortGroup::enumInstanceNames(const CmpiContext&, CmpiResult& result,
+                                           const CmpiObjectPath& cop) {
+  return ListPortGroupRefs(result, cop);
+}
+
+CmpiStatus PCIPortGroup::enumInstances(const CmpiContext&, CmpiResult& result,
+                                       const CmpiObjectPath& cop, const char** properties) {
+  return ListPortGroups(result, cop, properties);
+}
+
+CmpiStatus PCIPortGroup::getInstance(const CmpiContext&, CmpiResult& result,
+                                     const CmpiObjectPath& cop, const char** properties) {
+  return GetRelatedPortGroup(result, cop, properties);
+}
+
+}  // namespace pciprovider
+
+PROVIDERS_HOLDER(Zelmar_PCIPortGroup);
+PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIPortGroup, pciprovider::PCIPortGroup,
+                           pciprovider::AnnounceInstanceFactory);

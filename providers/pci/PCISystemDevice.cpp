@@ -1,0 +1,148 @@
+#include "PciAssociations.h"
+#include "PciDevices.h"
+#include "PciNames.h"
+#include "PciPortGroups.h"
+#include "PciPorts.h"
+#include "PciProviders.h"
+#include "PciTopologyCache.h"
+
+#include <ProviderFactory.h>
+
+#include <strings.h>
+
+namespace pciprovider {
+
+using zelInt::CmpiBroker;
+using zelInt::CmpiContext;
+using zelInt::CmpiData;
+using zelInt::CmpiInstance;
+using zelInt::CmpiObjectPath;
+using zelInt::CmpiResult;
+using zelInt::CmpiStatus;
+
+namespace {
+
+constexpr AssociationShape kSystemDevice{"Zelmar_PCISystemDevice", "GroupComponent",
+                                         "PartComponent"};
+
+/// Which parts of the system a client wants; a result class that is neither narrows nothing.
+struct WantedParts {
+  bool ports = true;
+  bool devices = true;
+
+  explicit WantedParts(const char* resultClass) {
+    if (resultClass == nullptr) return;
+    if (strcasecmp(resultClass, kPortClass) == 0) {
+      devices = false;
+    } else if (strcasecmp(resultClass, kDeviceClass) == 0) {
+      ports = false;
+    }
+  }
+};
+
+}  // namespace
+
+CmpiObjectPath PciCreateSystemRef() {
+  CmpiObjectPath path(kNameSpace, kSystemClass);
+  path.setKey("CreationClassName", CmpiData(kSystemClass));
+  path.setKey("Name", CmpiData(PciGetSystemName()));
+  return path;
+}
+
+CmpiInstance FetchHostSystem(const CmpiBroker& broker, const CmpiContext& context,
+                             const char** properties) {
+  const CmpiObjectPath classPath(kNameSpace, kSystemClass);
+  return broker.enumInstances(context, classPath, properties).getNext();
+}
+
+CmpiObjectPath FetchHostSystemPath(const CmpiBroker& broker, const CmpiContext& context) {
+  const CmpiObjectPath classPath(kNameSpace, kSystemClass);
+  return broker.enumInstanceNames(context, classPath).getNext();
+}
+
+CmpiObjectPath MakePCISystemDeviceRef(const CmpiObjectPath& system, const CmpiObjectPath& part) {
+  return kSystemDevice.MakePath(system, part);
+}
+
+CmpiInstance MakePCISystemDevice(const CmpiObjectPath& system, const CmpiObjectPath& part,
+                                 const char** properties) {
+  return kSystemDevice.MakeInstance(system, part, properties);
+}
+
+PCIPROVIDER_DEFINE_ASSOCIATION_CLASS(PCISystemDevice);
+
+CmpiStatus PCISystemDevice::enumInstanceNames(const CmpiContext&, CmpiResult& result,
+                                              const CmpiObjectPath&) {
+  LoadDevicesAndPortsRef(PciCreateSystemRef(), result);
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus PCISystemDevice::enumInstances(const CmpiContext&, CmpiResult& result,
+                                          const CmpiObjectPath&, const char** properties) {
+  LoadDevicesAndPorts(PciCreateSystemRef(), properties, result);
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus PCISystemDevice::getInstance(const CmpiContext&, CmpiResult& result,
+                                        const CmpiObjectPath& cop, const char** properties) {
+  if (!FindDevicePort(cop, result, properties)) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus PCISystemDevice::associators(const CmpiContext& context, CmpiResult& result,
+                                        const CmpiObjectPath& source, const char*,
+                                        const char* resultClass, const char*, const char*,
+                                        const char** properties) {
+  const auto system = [&] { result.returnData(FetchHostSystem(getBroker(), context, properties)); };
+  const auto parts = [&] {
+    const WantedParts wanted(resultClass);
+    if (wanted.ports) PortList(result, properties);
+    if (wanted.devices) DeviceList(result, properties);
+  };
+  return AnswerBySourceClass(result, source, "PCISystemDevice ai ignoring",
+                             {{kPortClass, system}, {kDeviceClass, system}, {kSystemClass, parts}});
+}
+
+// Names the system itself: unlike the instance, its path needs no other provider.
+CmpiStatus PCISystemDevice::associatorNames(const CmpiContext&, CmpiResult& result,
+                                            const CmpiObjectPath& source, const char*,
+                                            const char* resultClass, const char*, const char*) {
+  const auto system = [&] { result.returnData(PciCreateSystemRef()); };
+  const auto parts = [&] {
+    const WantedParts wanted(resultClass);
+    if (wanted.ports) PortListRef(result);
+    if (wanted.devices) DeviceListRef(result);
+  };
+  return AnswerBySourceClass(result, source, "PCISystemDevice ai ignoring",
+                             {{kPortClass, system}, {kDeviceClass, system}, {kSystemClass, parts}});
+}
+
+// Only the source's class counts: the references of one device are those of all devices.
+CmpiStatus PCISystemDevice::references(const CmpiContext&, CmpiResult& result,
+                                       const CmpiObjectPath& source, const char*, const char*,
+                                       const char** properties) {
+  return AnswerBySourceClass(
+      result, source, "PCISystemDevice reference unsupported class",
+      {{kDeviceClass, [&] { LoadSysDevices(PciCreateSystemRef(), properties, result); }},
+       {kPortClass, [&] { LoadSysPorts(PciCreateSystemRef(), properties, result); }},
+       {kSystemClass, [&] { LoadDevicesAndPorts(PciCreateSystemRef(), properties, result); }}});
+}
+
+CmpiStatus PCISystemDevice::referenceNames(const CmpiContext&, CmpiResult& result,
+                                           const CmpiObjectPath& source, const char*, const char*) {
+  return AnswerBySourceClass(
+      result, source, "PCISystemDevice reference unsupported class",
+      {{kDeviceClass, [&] { LoadSysDevicesRef(PciCreateSystemRef(), result); }},
+       {kPortClass, [&] { LoadSysPortsRef(PciCreateSystemRef(), result); }},
+       {kSystemClass, [&] { LoadDevicesAndPortsRef(PciCreateSystemRef(), result); }}});
+}
+
+}  // namespace pciprovider
+
+PROVIDERS_HOLDER(Zelmar_PCISystemDevice);
+PROVIDERS_INSTANCE_FACTORY(Zelmar_PCISystemDevice, pciprovider::PCISystemDevice,
+                           pciprovider::AnnounceInstanceFactory);
+PROVIDERS_ASSOCIATION_FACTORY(Zelmar_PCISystemDevice, pciprovider::PCISystemDevice);

@@ -1,0 +1,99 @@
+#include "PciDevices.h"
+#include "PciNames.h"
+#include "PciProviders.h"
+#include "PciTopologyCache.h"
+
+#include <ProviderFactory.h>
+#include <qarctl/HostCtlException.h>
+
+#include <syslog.h>
+
+namespace pciprovider {
+
+using HostCtl::Lib::HostCtlException;
+using zelInt::CmpiContext;
+using zelInt::CmpiData;
+using zelInt::CmpiInstance;
+using zelInt::CmpiObjectPath;
+using zelInt::CmpiResult;
+using zelInt::CmpiStatus;
+
+namespace {
+
+CmpiInstance MakeSwitchInstance(const PciDevice* device, const char** properties) {
+  CmpiInstance instance(MakeDevicePath(device, kSwitchClass));
+  PopulateDeviceDetails(device, instance);
+  instance.setProperty("NumberOfPorts", CmpiData(DownstreamPortsCount(device)));
+  instance.setPropertyFilter(properties, nullptr);
+  return instance;
+}
+
+}  // namespace
+
+bool IsChildOf(const PciDevice* parent, PciDevice* candidate) {
+  try {
+    const std::unique_ptr<PciDevice> above = candidate->GetParent();
+    return above && above->GetAddress() == parent->GetAddress();
+  } catch (const HostCtlException& failure) {
+    syslog(LOG_ERR, "Check Child of PCIeSwitch class failed,reporting false, error %s",
+           failure.what());
+    return false;
+  }
+}
+
+std::uint16_t DownstreamPortsCount(const PciDevice* switchDevice) {
+  std::uint16_t count = 0;
+  try {
+    for (const auto& device : GetDevicesCache()) {
+      if (IsChildOf(switchDevice, device.get())) ++count;
+    }
+  } catch (const HostCtlException& failure) {
+    syslog(LOG_ERR, "Fetching ports of PCIeSwitch class failed,returning incomplete set, error %s",
+           failure.what());
+  }
+  return count;
+}
+
+PCIPROVIDER_DEFINE_INSTANCE_CLASS(PCIeSwitch);
+
+CmpiStatus PCIeSwitch::enumInstanceNames(const CmpiContext&, CmpiResult& result,
+                                         const CmpiObjectPath&) {
+  for (const PortEntry* port : GetSwitchCache()) {
+    result.returnData(MakeDevicePath(port->device, kSwitchClass));
+  }
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+CmpiStatus PCIeSwitch::enumInstances(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
+                                     const char** properties) {
+  const PortPointers switches = GetSwitchCache();
+  for (const PortEntry* port : switches) {
+    result.returnData(MakeSwitchInstance(port->device, properties));
+  }
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+// Any known function is answered as a switch with the count of its children, and done is never
+// signalled.
+CmpiStatus PCIeSwitch::getInstance(const CmpiContext&, CmpiResult& result,
+                                   const CmpiObjectPath& cop, const char** properties) {
+  try {
+    const std::string id = KeyText(cop, kDeviceIdKey);
+    if (id.empty()) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+    DeviceIndex::const_iterator position;
+    if (!LookupDevice(id, position)) return CmpiStatus(CMPI_RC_OK);
+    result.returnData(MakeSwitchInstance(position->second->get(), properties));
+  } catch (const HostCtlException& failure) {
+    syslog(LOG_ERR, "enumInstance request to retrieve PCI information failed,error %s",
+           failure.what());
+  }
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+}  // namespace pciprovider
+
+PROVIDERS_HOLDER(Zelmar_PCIeSwitch);
+PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIeSwitch, pciprovider::PCIeSwitch,
+                           pciprovider::AnnounceInstanceFactory);

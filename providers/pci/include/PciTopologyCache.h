@@ -1,0 +1,86 @@
+#pragma once
+
+#include <qarctl/PciDevice.h>
+
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+/// The process-wide snapshot of the host's PCI topology. It is read from host control once, when
+/// the first provider is constructed, and never changes afterwards: every function here but
+/// LoadCache is a pure read, safe on any number of threads, and what it answers belongs to the
+/// cache and lives as long as the library is loaded.
+namespace pciprovider {
+
+using HostCtl::Hardware::PciDevice;
+
+/// One port, derived from a PCI function.
+struct PortEntry {
+  /// Device to which the port is counted: its own, but for a switch's downstream port the switch.
+  std::string ownerAddress;
+  /// Device address and suffix; unique as long as device addresses are.
+  std::string portName;
+  /// For a bridge's two ports the other one's name; empty for every other port.
+  std::string peerPortName;
+  /// The function from which the port was made.
+  std::string deviceAddress;
+  /// The function's own bus, also for a bridge's secondary port.
+  std::uint8_t busNumber = 0;
+  /// The function; owned by the cache.
+  const PciDevice* device = nullptr;
+};
+
+using DeviceVector = std::vector<std::unique_ptr<PciDevice>>;
+using DeviceIndex = std::unordered_map<std::string, DeviceVector::const_iterator>;
+using PortVector = std::vector<PortEntry>;
+using PortPointers = std::vector<const PortEntry*>;
+using PortBuckets = std::unordered_map<std::string, PortPointers>;
+
+/// Builds the snapshot on the first call of the process; callers that arrive meanwhile wait.
+/// Answers pthread_once's code. A failure to learn the system's name passes out of it; any other
+/// failure is logged and leaves the snapshot as far as it got.
+int LoadCache();
+
+/// Every function that the host reported, in its order.
+const DeviceVector& GetDevicesCache();
+/// Every port, in device order; a bridge's primary before its secondary.
+const PortVector& GetPortsCache();
+/// By bridge address, the ports counted to the bridge that are not of a bridge or switch.
+const PortBuckets& GetBridgePortsCache();
+/// By switch upstream port address, the same for switches.
+const PortBuckets& GetSwitchPortsCache();
+/// The primary port of each bridge.
+const PortPointers& GetBridgesCache();
+/// The port of each switch upstream port.
+const PortPointers& GetSwitchCache();
+/// Each bus number that a port carries, ascending.
+const std::vector<std::uint8_t>& GetBusNumbers();
+/// The host system's name in lower case.
+const char* PciGetSystemName();
+/// All port names, in byte order.
+const std::set<std::string>& GetPortNames();
+
+/// Finds a device by its address; false leaves `position` as it was.
+bool LookupDevice(const std::string& address, DeviceIndex::const_iterator& position);
+/// Finds a port's device by the port's name; false leaves `device` as it was.
+bool LookupPort(const std::string& name, const PciDevice*& device);
+/// The port of that name, or an entry whose texts are all empty.
+const PortEntry& LookupPortEntry(const std::string& name);
+/// The last port made from the device of that address, or the empty entry.
+const PortEntry& LookupPortByDeviceEntry(const std::string& address) noexcept;
+/// The ports under a bridge; an empty list when there are none.
+const PortPointers& LookupBridgePorts(const std::string& address);
+/// The ports under a switch; an empty list when there are none.
+const PortPointers& LookupSwitchPorts(const std::string& address);
+/// Replaces `devices` by the device of every port on the bus, repeats included; false leaves it.
+bool FindPortsInGroup(std::uint8_t bus, std::vector<const PciDevice*>& devices);
+/// Of the ports counted to the device `name`, the first on the lowest bus, or the empty entry.
+const PortEntry& FindConnectedPort(const std::string& name);
+
+/// Appends the entry's address to the bucket of `key`.
+void AddToMap(const std::string& key, const PortEntry& entry, PortBuckets& map);
+
+}  // namespace pciprovider
