@@ -112,7 +112,7 @@ class TreePrinter {
       }
     }
     if (!starts.empty()) {
-      heading("Not placed (no such parent)");
+      heading("Not placed (no such parent, or no readable address)");
       printList(starts, "");
     }
     if (std::find(printed_.begin(), printed_.end(), false) == printed_.end()) {

@@ -1,0 +1,191 @@
+#include "topology.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "topology_reader.h"
+#include "tree_text.h"
+
+namespace clitest {
+namespace {
+
+using pcicim::Function;
+using pcicim::Record;
+
+Function function(const std::string& address, const std::string& parent,
+                  Function::Kind kind = Function::Kind::kDevice) {
+  Function result;
+  result.kind = kind;
+  result.address = address;
+  result.parent = parent;
+  result.name = "Name of " + address;
+  return result;
+}
+
+std::string drawn(std::vector<Function> functions) {
+  std::ostringstream out;
+  pcicim::printTree(std::move(functions), out);
+  return out.str();
+}
+
+TEST(ParseAddress, ReadsSegmentsOfAnyWidth) {
+  EXPECT_EQ(pcicim::parseAddress("0000:1f:03.7"), (pcicim::Address{0, 0x1f, 3, 7}));
+  EXPECT_EQ(pcicim::parseAddress("10000:00:1f.0"), (pcicim::Address{0x10000, 0, 0x1f, 0}));
+  EXPECT_EQ(pcicim::parseAddress("ff:1f.0"), (pcicim::Address{0, 0xff, 0x1f, 0}));
+}
+
+TEST(ParseAddress, RefusesEverythingElse) {
+  for (const char* text :
+       {"", ".", ":", "0", "00:", "00:00", "00:00.", ":00:00.0", "0000:000:00.0", "00:00.00",
+        "00:00.g", "-1:00:00.0", "0x0:00:00.0", "00:00.0 ", "10000000000000000:00:00.0"}) {
+    EXPECT_FALSE(pcicim::parseAddress(text)) << text;
+  }
+}
+
+TEST(AddressText, IsWhatParseAddressReads) {
+  for (const char* text : {"0000:00:00.0", "ffff:ff:1f.7", "123456789abcdef0:01:02.3"}) {
+    EXPECT_EQ(pcicim::addressText(*pcicim::parseAddress(text)), text);
+  }
+}
+
+TEST(PrintTree, SortsByAddressAndIndentsByParent) {
+  EXPECT_EQ(drawn({function("0000:01:00.1", "0000:00:01.0"), function("0000:00:02.0", ""),
+                   function("0000:01:00.0", "0000:00:01.0"), function("0000:00:01.0", "")}),
+            "Segment 0000, bus 00\n"
+            "|- 0000:00:01.0  Name of 0000:00:01.0\n"
+            "|  |- 0000:01:00.0  Name of 0000:01:00.0\n"
+            "|  `- 0000:01:00.1  Name of 0000:01:00.1\n"
+            "`- 0000:00:02.0  Name of 0000:00:02.0\n");
+}
+
+TEST(PrintTree, KeepsWhatCannotBePlacedApart) {
+  const std::string text =
+      drawn({function("0000:00:02.0", ""), function("0000:05:00.0", "lost"),
+             function("0000:07:00.0", "0000:08:00.0"), function("0000:08:00.0", "0000:07:00.0"),
+             function("0000:08:01.0", "0000:07:00.0"), function("no address", "")});
+  EXPECT_EQ(text,
+            "Segment 0000, bus 00\n"
+            "`- 0000:00:02.0  Name of 0000:00:02.0\n"
+            "Not placed (no such parent, or no readable address)\n"
+            "|- 0000:05:00.0  Name of 0000:05:00.0 (parent lost)\n"
+            "`- no address  Name of no address\n"
+            "Not placed (each behind the other, in a circle)\n"
+            "`- 0000:07:00.0  Name of 0000:07:00.0 (parent 0000:08:00.0)\n"
+            "   |- 0000:08:00.0  Name of 0000:08:00.0\n"
+            "   `- 0000:08:01.0  Name of 0000:08:01.0\n");
+}
+
+TEST(PrintTree, AFunctionThatIsItsOwnParentIsACircleOfOne) {
+  EXPECT_EQ(parsePcicimTree(drawn({function("0000:01:00.0", "0000:01:00.0")})),
+            (Parents{{"0000:01:00.0", ""}}));
+}
+
+TEST(PrintTree, NothingOfANameReachesTheTerminalAsControl) {
+  Function hostile = function("0000:00:00.0", "");
+  hostile.name = "red\x1b[31m\nline";
+  EXPECT_EQ(drawn({hostile}), "Segment 0000, bus 00\n`- 0000:00:00.0  red?[31m?line\n");
+}
+
+/// Serves functions of its own; `enumerated` ones show in the enumeration of devices.
+class ScriptedSource : public pcicim::TopologySource {
+ public:
+  void add(const std::string& address, const std::string& parent, bool enumerated,
+           const std::string& classCode = "2") {
+    functions_.push_back({{{"DeviceID", address},
+                           {"ParentDeviceID", parent},
+                           {"ClassCode", classCode},
+                           {"DeviceNumber", "3"},
+                           {"ElementName", "Acme Widget #3"}},
+                          enumerated});
+  }
+  void addPortName(const std::string& name) { ports_.push_back({{"DeviceID", name}}); }
+
+  std::vector<Record> instances(const std::string& className,
+                                const std::vector<std::string>&) override {
+    std::vector<Record> result;
+    for (const auto& [record, enumerated] : functions_) {
+      if (enumerated && className == "Zelmar_PCIDevice") {
+        result.push_back(record);
+      }
+    }
+    return result;
+  }
+  std::vector<Record> names(const std::string&) override { return ports_; }
+  std::optional<Record> instance(const std::string&, const std::string& deviceId) override {
+    ++requests;
+    for (const auto& entry : functions_) {
+      if (entry.first.at("DeviceID") == deviceId) {
+        return entry.first;
+      }
+    }
+    return std::nullopt;
+  }
+
+  int requests = 0;
+
+ private:
+  std::vector<std::pair<Record, bool>> functions_;
+  std::vector<Record> ports_;
+};
+
+const Function* find(const std::vector<Function>& functions, const std::string& address) {
+  const auto found = std::find_if(functions.begin(), functions.end(),
+                                  [&](const Function& one) { return one.address == address; });
+  return found == functions.end() ? nullptr : &*found;
+}
+
+TEST(ReadTopology, DropsTheDeviceNumberFromNames) {
+  ScriptedSource source;
+  source.add("0000:00:03.0", "", true);
+  const auto functions = pcicim::readTopology(source);
+  ASSERT_EQ(functions.size(), 1U);
+  EXPECT_EQ(functions[0].name, "Acme Widget");
+}
+
+TEST(ReadTopology, AsksForSwitchPortsByTheNamesOfPorts) {
+  ScriptedSource source;
+  source.add("0000:00:03.0", "", true);
+  source.add("0000:02:00.0", "0000:00:03.0", false, "6");
+  source.addPortName("0000:00:03.0-ep");
+  source.addPortName("0000:02:00.0-ep");
+  source.addPortName("-ep");
+  const auto functions = pcicim::readTopology(source);
+  ASSERT_EQ(functions.size(), 2U);
+  EXPECT_EQ(functions[1].kind, Function::Kind::kSwitchPort);
+}
+
+TEST(ReadTopology, AsksForParentsAndTheirParents) {
+  ScriptedSource source;
+  source.add("0000:05:00.0", "0000:04:00.0", true);
+  source.add("0000:04:00.0", "0000:03:00.0", false, "6");
+  source.add("0000:03:00.0", "", false, "6");
+  const auto functions = pcicim::readTopology(source);
+  EXPECT_EQ(functions.size(), 3U);
+  ASSERT_NE(find(functions, "0000:03:00.0"), nullptr);
+  EXPECT_EQ(find(functions, "0000:04:00.0")->kind, Function::Kind::kBridge);
+}
+
+TEST(ReadTopology, FindsHostAndIsaBridgesBesideOtherFunctions) {
+  ScriptedSource source;
+  source.add("0000:00:1f.2", "", true);
+  source.add("0000:00:1f.0", "", false, "6");
+  source.add("0000:00:1f.7", "", false, "6");
+  source.add("0000:00:00.0", "", false, "6");
+  EXPECT_EQ(pcicim::readTopology(source).size(), 4U);
+}
+
+TEST(ReadTopology, AsksForAParentThatIsNotThereOnce) {
+  ScriptedSource source;
+  for (const char* address : {"0000:05:00.0", "0000:05:00.1", "0000:05:00.2"}) {
+    source.add(address, "0000:04:00.0", true);
+  }
+  EXPECT_EQ(pcicim::readTopology(source).size(), 3U);
+  EXPECT_EQ(source.requests, 1);
+}
+
+}  // namespace
+}  // namespace clitest
