@@ -40,6 +40,15 @@ std::uint32_t hexValue(char c) {
   return static_cast<std::uint32_t>((c | 0x20) - 'a') + 10;
 }
 
+std::string describe(char c) {
+  if (c >= ' ' && c <= '~') return std::string("'") + c + "'";
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  const auto value = static_cast<unsigned char>(c);
+  return std::string("byte 0x") + kDigits[value >> 4] + kDigits[value & 0xf];
+}
+
+}  // namespace
+
 void appendUtf8(std::string& out, std::uint32_t character) {
   const auto byte = [&out](std::uint32_t value) { out += static_cast<char>(value); };
   if (character < 0x80) {
@@ -53,15 +62,6 @@ void appendUtf8(std::string& out, std::uint32_t character) {
     byte(0x80 | (character & 0x3f));
   }
 }
-
-std::string describe(char c) {
-  if (c >= ' ' && c <= '~') return std::string("'") + c + "'";
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  const auto value = static_cast<unsigned char>(c);
-  return std::string("byte 0x") + kDigits[value >> 4] + kDigits[value & 0xf];
-}
-
-}  // namespace
 
 MofLexer::MofLexer(std::string_view text, std::string file) : text_(text), file_(std::move(file)) {
   constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";

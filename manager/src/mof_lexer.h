@@ -24,6 +24,9 @@ struct MofToken {
   MofPlace place;
 };
 
+/// Appends a character of the basic plane (at most 0xffff) in UTF-8.
+void appendUtf8(std::string& out, std::uint32_t character);
+
 /// Cuts MOF text into tokens; comments and blanks fall away. Each call of next() moves on, at the
 /// end it keeps answering kEnd. Throws MofError on anything that cannot begin or end a token.
 /// The text must outlive the lexer. One thread at a time.

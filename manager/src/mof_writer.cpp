@@ -1,5 +1,11 @@
 #include <manager/mof_writer.h>
 
+#include <cstdint>
+#include <utility>
+#include <variant>
+
+#include "mof_lexer.h"
+
 namespace cimom {
 namespace {
 
@@ -68,6 +74,36 @@ std::string writeArray(const MofValue& value) {
   return out + "}";
 }
 
+Kind kindOf(CimType type) {
+  switch (type) {
+    case CimType::kBoolean:
+      return Kind::kBoolean;
+    case CimType::kChar16:
+      return Kind::kCharacter;
+    case CimType::kString:
+    case CimType::kDateTime:
+    case CimType::kReference:
+      return Kind::kString;
+    default:
+      return Kind::kNumber;
+  }
+}
+
+// Values keep a char16 as its number, MOF shows the character itself.
+std::string characterText(const Scalar& scalar) {
+  std::string text;
+  if (const auto* code = std::get_if<std::uint64_t>(&scalar)) {
+    appendUtf8(text, static_cast<std::uint32_t>(*code & 0xffff));
+  }
+  return text;
+}
+
+MofValue::Element toElement(const Scalar& scalar, CimType type) {
+  if (std::holds_alternative<std::monostate>(scalar)) return {Kind::kNull, {}};
+  const Kind kind = kindOf(type);
+  return {kind, kind == Kind::kCharacter ? characterText(scalar) : toText(scalar)};
+}
+
 }  // namespace
 
 std::string writeMofString(std::string_view text) {
@@ -87,6 +123,30 @@ std::string writeMof(const MofInstance& instance) {
     out.append("  ").append(name).append(" = ").append(writeMof(value)).append(";\n");
   }
   return out + "};\n";
+}
+
+MofValue toMof(const Value& value) {
+  MofValue mof;
+  mof.isArray = value.isArray && !value.isNull;
+  if (value.isNull) {
+    mof.elements.push_back({Kind::kNull, {}});
+    return mof;
+  }
+  for (const Scalar& scalar : value.elements) mof.elements.push_back(toElement(scalar, value.type));
+  return mof;
+}
+
+MofInstance toMof(const Instance& instance) {
+  MofInstance mof;
+  mof.className = instance.path.className;
+  for (const auto& [name, value] : instance.properties) {
+    mof.properties.emplace_back(name, toMof(value));
+  }
+  return mof;
+}
+
+std::string writeMof(const Instance& instance) {
+  return writeMof(toMof(instance));
 }
 
 std::string writePath(const MofInstance& keys, std::string_view nameSpace) {

@@ -1,5 +1,7 @@
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <manager/mof_writer.h>
@@ -74,6 +76,41 @@ TEST(MofWriterTest, ReaderReadsWhatTheWriterWrote) {
     EXPECT_EQ(value.text(), instance.properties[i].second.text()) << name;
     EXPECT_EQ(writeMof(value), writeMof(instance.properties[i].second)) << name;
   }
+}
+
+TEST(MofWriterTest, WritesInstancesOfTheManager) {
+  const ObjectPath target = {"", "root/cimv2", "Port", {{"Name", Value::text("a\"b")}}};
+  Value list = Value::null(CimType::kUint16, true);
+  list.isNull = false;
+  list.elements = {std::uint64_t{2}, Scalar{}, std::uint64_t{13}};
+  Value empty = list;
+  empty.elements.clear();
+  const Instance instance = {{"", "root/cimv2", "Sample", {}},
+                             {{"Text", Value::text("one\ntwo")},
+                              {"Small", Value::number(CimType::kUint8, 255)},
+                              {"Below", Value::signedNumber(CimType::kSint32, -7)},
+                              {"Truth", Value::boolean(false)},
+                              {"Letter", Value::number(CimType::kChar16, 0x20ac)},
+                              {"Nothing", Value::null(CimType::kUint8)},
+                              {"NoList", Value::null(CimType::kUint8, true)},
+                              {"List", list},
+                              {"Empty", empty},
+                              {"End", Value::reference(target)}}};
+  EXPECT_EQ(writeMof(instance), R"(instance of Sample {
+  Text = "one\ntwo";
+  Small = 255;
+  Below = -7;
+  Truth = false;
+  Letter = ')"
+                                "\xe2\x82\xac"
+                                R"(';
+  Nothing = NULL;
+  NoList = NULL;
+  List = {2, NULL, 13};
+  Empty = {};
+  End = "root/cimv2:Port.Name=\"a\\\"b\"";
+};
+)");
 }
 
 TEST(MofWriterTest, WritesPaths) {

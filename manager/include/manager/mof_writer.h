@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include <manager/repository.h>
+#include <manager/value.h>
 
 namespace cimom {
 
@@ -24,6 +25,15 @@ std::string writeMof(const MofValue& value);
 ///
 /// What ClassRepository::parse reads from it equals the instance.
 std::string writeMof(const MofInstance& instance);
+
+/// The value as MOF writes it; references become strings that hold the path of their target.
+MofValue toMof(const Value& value);
+
+/// The instance's class and properties as MOF writes them, in their order.
+MofInstance toMof(const Instance& instance);
+
+/// The same as writeMof(toMof(instance)).
+std::string writeMof(const Instance& instance);
 
 /// The instance's path, the properties taken as its keys, in their order:
 /// Class.First="text",Second=42. References are strings that hold the path of their target. With a
