@@ -16,6 +16,7 @@ struct Address {
   unsigned device = 0;
   unsigned function = 0;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the generated comparison for a 0.
   auto operator<=>(const Address&) const = default;
 };
 

@@ -1,0 +1,178 @@
+#include "commands.h"
+
+#include <manager/error.h>
+#include <manager/object_manager.h>
+
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+
+#include "output.h"
+#include "session.h"
+#include "topology_reader.h"
+
+namespace pcicim {
+namespace {
+
+const std::vector<std::string>& publishedClasses() {
+  static const std::vector<std::string> kNames{
+      "Zelmar_PCIDevice",           "Zelmar_PCIBridge",
+      "Zelmar_PCIeSwitch",          "Zelmar_PCIPort",
+      "Zelmar_PCIPortGroup",        "Zelmar_PCISystemDevice",
+      "Zelmar_PCIControlledBy",     "Zelmar_PCIDeviceConnection",
+      "Zelmar_PCIHostedCollection", "Zelmar_PCIMemberOfCollection"};
+  return kNames;
+}
+
+cimom::ObjectPath classPath(const std::string& className) {
+  cimom::ObjectPath path;
+  path.className = className;
+  return path;
+}
+
+Record toRecord(const std::vector<cimom::NamedValue>& values) {
+  Record record;
+  for (const auto& [name, value] : values) {
+    if (!value.isNull && !value.isArray && !value.elements.empty()) {
+      record[name] = cimom::toText(value.elements.front());
+    }
+  }
+  return record;
+}
+
+/// The topology's questions, put to the object manager.
+class ManagedTopology : public TopologySource {
+ public:
+  explicit ManagedTopology(cimom::ObjectManager& manager) : manager_(manager) {}
+
+  std::vector<Record> instances(const std::string& className,
+                                const std::vector<std::string>& properties) override {
+    std::vector<Record> records;
+    for (const auto& instance : manager_.enumerateInstances(classPath(className), properties)) {
+      records.push_back(toRecord(instance.properties));
+    }
+    return records;
+  }
+
+  std::vector<Record> names(const std::string& className) override {
+    std::vector<Record> records;
+    for (const auto& path : manager_.enumerateInstanceNames(classPath(className))) {
+      records.push_back(toRecord(path.keys));
+    }
+    return records;
+  }
+
+  std::optional<Record> instance(const std::string& className,
+                                 const std::string& deviceId) override {
+    cimom::ObjectPath path = classPath(className);
+    path.keys.push_back({"DeviceID", cimom::Value::text(deviceId)});
+    try {
+      return toRecord(manager_.getInstance(path).properties);
+    } catch (const cimom::CimError& error) {
+      if (error.code() != CMPI_RC_ERR_NOT_FOUND) {
+        throw;
+      }
+      return std::nullopt;
+    }
+  }
+
+ private:
+  cimom::ObjectManager& manager_;
+};
+
+class CommandRunner {
+ public:
+  CommandRunner(const Options& options, std::ostream& out)
+      : options_(options), session_(options), out_(out) {}
+
+  void run() {
+    switch (options_.command) {
+      case Command::kClasses:
+        printClasses(publishedClasses(), session_.classes(), options_.format, out_);
+        return;
+      case Command::kCount:
+        return count();
+      case Command::kEnumerate:
+        return enumerate();
+      case Command::kGet:
+        return print({session_.manager().getInstance(path(), properties())});
+      case Command::kAssociators:
+        return print(session_.manager().associators(path(), filter(), properties()));
+      case Command::kAssociatorNames:
+        return print(session_.manager().associatorNames(path(), filter()));
+      case Command::kReferences:
+        return print(session_.manager().references(path(), referenceFilter(), properties()));
+      case Command::kReferenceNames:
+        return print(session_.manager().referenceNames(path(), referenceFilter()));
+      case Command::kTree:
+        return tree();
+    }
+  }
+
+ private:
+  cimom::ObjectPath path() const { return session_.path(options_.target); }
+
+  cimom::PropertyList properties() const {
+    return options_.properties.empty() ? cimom::PropertyList() : options_.properties;
+  }
+
+  cimom::AssociationFilter filter() const {
+    return {options_.assocClass, options_.resultClass, options_.role, options_.resultRole};
+  }
+
+  /// What a request for references answers with is the association: either name filters by it.
+  cimom::AssociationFilter referenceFilter() const {
+    cimom::AssociationFilter filter = this->filter();
+    if (filter.resultClass.empty()) {
+      filter.resultClass = filter.assocClass;
+    }
+    filter.assocClass.clear();
+    return filter;
+  }
+
+  void print(const std::vector<cimom::Instance>& instances) {
+    printInstances(instances, session_.classes(), options_.format, out_);
+  }
+  void print(const std::vector<cimom::ObjectPath>& paths) {
+    printPaths(paths, options_.format, out_);
+  }
+
+  void enumerate() {
+    const cimom::ObjectPath asked = classPath(options_.target);
+    if (options_.namesOnly) {
+      print(session_.manager().enumerateInstanceNames(asked));
+    } else {
+      print(session_.manager().enumerateInstances(asked, properties()));
+    }
+  }
+
+  void count() {
+    std::ostringstream lines;
+    for (const std::string& name : publishedClasses()) {
+      const auto names = session_.manager().enumerateInstanceNames(classPath(name));
+      lines << std::setw(6) << names.size() << "  " << name << '\n';
+    }
+    out_ << lines.str();
+  }
+
+  void tree() {
+    ManagedTopology source(session_.manager());
+    const std::vector<Function> functions = readTopology(source);
+    if (functions.empty()) {
+      out_ << "No PCI functions.\n";
+    }
+    printTree(functions, out_);
+  }
+
+  const Options& options_;
+  Session session_;
+  std::ostream& out_;
+};
+
+}  // namespace
+
+void runCommand(const Options& options, std::ostream& out) {
+  CommandRunner(options, out).run();
+}
+
+}  // namespace pcicim

@@ -1,0 +1,189 @@
+#include "session.h"
+
+#include <manager/error.h>
+#include <manager/repository.h>
+#include <syslog.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "inventory_check.h"
+#include "path_text.h"
+
+namespace pcicim {
+namespace {
+
+constexpr const char* kInventoryVariable = "QARCTL_PCI_DUMP";
+constexpr const char* kHostNameVariable = "QARCTL_HOST_NAME";
+
+std::filesystem::path programDirectory() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+/// The first of the candidates, below the directory above the program's, that is there.
+std::filesystem::path findBeside(const std::vector<std::string>& candidates) {
+  const std::filesystem::path base = programDirectory().parent_path();
+  for (const std::string& candidate : candidates) {
+    if (std::filesystem::exists(base / candidate)) {
+      return base / candidate;
+    }
+  }
+  throw std::runtime_error("not found: " + (base / candidates.front()).string());
+}
+
+std::filesystem::path findProvider(const std::string& name) {
+  std::vector<std::string> candidates;
+  for (const char* directory : {"lib", "lib64/cim", "lib/cim", "lib64"}) {
+    candidates.push_back(std::string(directory) + '/' + name);
+  }
+  return findBeside(candidates);
+}
+
+void setVariable(const char* name, const std::string& value) {
+  if (!value.empty() && setenv(name, value.c_str(), 1) != 0) {
+    throw std::system_error(errno, std::generic_category(), name);
+  }
+}
+
+void setUpLog(bool verbose) {
+  openlog("pcicim", LOG_PERROR, LOG_USER);
+  // Ordinary requests trace at a priority above errors, too; a person asks for that explicitly.
+  setlogmask(verbose ? LOG_UPTO(LOG_DEBUG) : LOG_MASK(LOG_ERR) | LOG_MASK(LOG_WARNING));
+}
+
+[[noreturn]] void refuseKey(const std::string& className, const PathText::Key& key,
+                            const std::string& reason) {
+  throw cimom::CimError(CMPI_RC_ERR_INVALID_PARAMETER,
+                        "key " + key.name + " of " + className + " " + reason);
+}
+
+template <typename Number>
+bool readNumber(std::string_view text, Number& number) {
+  text.remove_prefix(text.substr(0, 1) == "+" ? 1 : 0);
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stop == end;
+}
+
+bool isSigned(cimom::CimType type) {
+  return type == cimom::CimType::kSint8 || type == cimom::CimType::kSint16 ||
+         type == cimom::CimType::kSint32 || type == cimom::CimType::kSint64;
+}
+
+cimom::Value numberValue(const std::string& className, const PathText::Key& key,
+                         cimom::CimType type) {
+  std::int64_t signedNumber = 0;
+  std::uint64_t number = 0;
+  if (isSigned(type) && readNumber(key.value, signedNumber)) {
+    return cimom::Value::signedNumber(type, signedNumber);
+  }
+  if (!isSigned(type) && readNumber(key.value, number)) {
+    return cimom::Value::number(type, number);
+  }
+  refuseKey(className, key, "needs a number of its type");
+}
+
+PathText::Key::Kind kindOf(cimom::CimType type) {
+  switch (type) {
+    case cimom::CimType::kString:
+    case cimom::CimType::kDateTime:
+    case cimom::CimType::kReference:
+      return PathText::Key::Kind::kString;
+    case cimom::CimType::kBoolean:
+      return PathText::Key::Kind::kBoolean;
+    default:
+      return PathText::Key::Kind::kNumber;
+  }
+}
+
+}  // namespace
+
+Session::Session(const Options& options) : options_(options) {
+  setUpLog(options.verbose);
+  setVariable(kInventoryVariable, options.inventory);
+  setVariable(kHostNameVariable, options.hostName);
+  const std::filesystem::path schema = options.schema.empty()
+                                           ? findBeside({"share/pciprovider/mof"})
+                                           : std::filesystem::path(options.schema);
+  repository_ =
+      std::make_shared<const cimom::ClassRepository>(cimom::ClassRepository::loadDirectory(schema));
+}
+
+cimom::ObjectManager& Session::manager() {
+  if (!manager_) {
+    manager_ = std::make_unique<cimom::ObjectManager>(repository_);
+    loadProviders();
+    checkSavedInventory();
+  }
+  return *manager_;
+}
+
+void Session::loadProviders() {
+  if (options_.providers.empty()) {
+    manager_->loadProvider(findProvider("libpciprovider.so"));
+    manager_->loadProvider(findProvider("libhostsystemprovider.so"));
+  }
+  for (const std::string& library : options_.providers) {
+    manager_->loadProvider(library);
+  }
+}
+
+void Session::checkSavedInventory() {
+  const char* inventory = std::getenv(kInventoryVariable);
+  if (inventory == nullptr || *inventory == '\0') {
+    return;
+  }
+  checkInventory(inventory, [this](const std::string& address) {
+    cimom::ObjectPath device;
+    device.className = "Zelmar_PCIDevice";
+    device.keys.push_back({"DeviceID", cimom::Value::text(address)});
+    try {
+      manager_->getInstance(device);
+      return true;
+    } catch (const cimom::CimError& error) {
+      // Any other answer says nothing about the inventory.
+      return error.code() != CMPI_RC_ERR_NOT_FOUND;
+    }
+  });
+}
+
+cimom::ObjectPath Session::path(std::string_view text) const {
+  const PathText written = parsePath(text);
+  const cimom::ClassDeclaration* declaration = repository_->find(written.className);
+  if (declaration == nullptr) {
+    throw cimom::CimError(CMPI_RC_ERR_INVALID_CLASS, "no class " + written.className);
+  }
+  cimom::ObjectPath path;
+  path.nameSpace = written.nameSpace;
+  path.className = declaration->name;
+  for (const PathText::Key& key : written.keys) {
+    const auto* property = repository_->findProperty(path.className, key.name);
+    if (property == nullptr || !property->isKey) {
+      refuseKey(path.className, key, "is not one of its keys");
+    }
+    if (key.kind != kindOf(property->type)) {
+      refuseKey(path.className, key,
+                "needs a value of type " + std::string(cimom::typeName(property->type)));
+    }
+    cimom::Value value;
+    if (property->type == cimom::CimType::kReference) {
+      value = cimom::Value::reference(this->path(key.value));
+    } else if (key.kind == PathText::Key::Kind::kBoolean) {
+      value = cimom::Value::boolean(key.value == "true");
+    } else if (key.kind == PathText::Key::Kind::kNumber) {
+      value = numberValue(path.className, key, property->type);
+    } else {
+      value = cimom::Value::text(key.value);
+    }
+    path.keys.push_back({property->name, std::move(value)});
+  }
+  return path;
+}
+
+}  // namespace pcicim

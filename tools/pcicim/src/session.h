@@ -1,0 +1,41 @@
+#pragma once
+
+#include <manager/object_manager.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "options.h"
+
+namespace pcicim {
+
+/// The object manager with schema and providers as the command line asks for them.
+///
+/// Sets up the process too: the environment by which the host is chosen, and the log, whose errors
+/// and warnings (with --verbose everything) go to standard error as well. One per process.
+class Session {
+ public:
+  /// Reads the schema. Throws MofError, or std::runtime_error when there is none.
+  explicit Session(const Options& options);
+
+  /// The object manager with its providers; loads them, and checks a saved inventory, when first
+  /// called. Throws CimError or std::runtime_error.
+  cimom::ObjectManager& manager();
+
+  const cimom::ClassRepository& classes() const { return *repository_; }
+
+  /// The object path that the text means: keys get the types that their class declares. Throws
+  /// PathError, and CimError (INVALID_CLASS, INVALID_PARAMETER).
+  cimom::ObjectPath path(std::string_view text) const;
+
+ private:
+  void loadProviders();
+  void checkSavedInventory();
+
+  Options options_;
+  std::shared_ptr<const cimom::ClassRepository> repository_;
+  std::unique_ptr<cimom::ObjectManager> manager_;
+};
+
+}  // namespace pcicim
