@@ -14,7 +14,7 @@ class CommandLine {
   CommandLine() {
     app_.name("pcicim");
     app_.set_version_flag("--version", "pcicim " PCICIM_VERSION);
-    app_.require_subcommand(1, 1);
+    app_.require_subcommand(0, 1);
     app_.fallthrough();
     addGeneralOptions();
     addClassCommands();
@@ -28,6 +28,10 @@ class CommandLine {
     Parsed result;
     try {
       app_.parse(count, words);
+      // Checked here, so that a word that is no subcommand is named in the complaint.
+      if (app_.get_subcommands().empty()) {
+        throw CLI::RequiredError("A subcommand");
+      }
     } catch (const CLI::ParseError& error) {
       result.done = true;
       result.exitCode = app_.exit(error) == 0 ? 0 : kWrongUse;
@@ -112,8 +116,11 @@ class CommandLine {
   void addFormat(CLI::App* command) {
     static const std::map<std::string, Format> kFormats{
         {"text", Format::kText}, {"mof", Format::kMof}, {"json", Format::kJson}};
-    command->add_option("--format", options_.format, "text, mof or json")
-        ->transform(CLI::CheckedTransformer(kFormats, CLI::ignore_case))
+    command
+        ->add_option_function<std::string>(
+            "--format", [this](const std::string& name) { options_.format = kFormats.at(name); },
+            "text, mof or json")
+        ->check(CLI::IsMember({"text", "mof", "json"}))
         ->type_name("FORMAT");
   }
 
