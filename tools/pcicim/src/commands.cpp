@@ -86,6 +86,10 @@ class CommandRunner {
       : options_(options), session_(options), out_(out) {}
 
   void run() {
+    // A path that cannot be read is said before anything is loaded.
+    if (takesPath()) {
+      path_ = session_.path(options_.target);
+    }
     switch (options_.command) {
       case Command::kClasses:
         printClasses(publishedClasses(), session_.classes(), options_.format, out_);
@@ -95,22 +99,25 @@ class CommandRunner {
       case Command::kEnumerate:
         return enumerate();
       case Command::kGet:
-        return print({session_.manager().getInstance(path(), properties())});
+        return print({session_.manager().getInstance(path_, properties())});
       case Command::kAssociators:
-        return print(session_.manager().associators(path(), filter(), properties()));
+        return print(session_.manager().associators(path_, filter(), properties()));
       case Command::kAssociatorNames:
-        return print(session_.manager().associatorNames(path(), filter()));
+        return print(session_.manager().associatorNames(path_, filter()));
       case Command::kReferences:
-        return print(session_.manager().references(path(), referenceFilter(), properties()));
+        return print(session_.manager().references(path_, referenceFilter(), properties()));
       case Command::kReferenceNames:
-        return print(session_.manager().referenceNames(path(), referenceFilter()));
+        return print(session_.manager().referenceNames(path_, referenceFilter()));
       case Command::kTree:
         return tree();
     }
   }
 
  private:
-  cimom::ObjectPath path() const { return session_.path(options_.target); }
+  bool takesPath() const {
+    return options_.command != Command::kClasses && options_.command != Command::kCount &&
+           options_.command != Command::kEnumerate && options_.command != Command::kTree;
+  }
 
   cimom::PropertyList properties() const {
     return options_.properties.empty() ? cimom::PropertyList() : options_.properties;
@@ -167,6 +174,8 @@ class CommandRunner {
   const Options& options_;
   Session session_;
   std::ostream& out_;
+  /// What the command is about, where it takes a path.
+  cimom::ObjectPath path_;
 };
 
 }  // namespace
