@@ -1,0 +1,145 @@
+#include "config_space.h"
+
+#include <bitset>
+#include <initializer_list>
+#include <utility>
+
+namespace HostCtl {
+
+namespace {
+
+constexpr std::size_t kStatus = 0x06;
+constexpr std::uint8_t kPowerManagement = 0x01;
+constexpr std::uint8_t kPciX = 0x07;
+constexpr std::uint8_t kSubsystemIds = 0x0d;
+constexpr std::uint8_t kPciExpress = 0x10;
+
+}  // namespace
+
+ConfigSpace::ConfigSpace(std::vector<std::uint8_t> bytes) : bytes_(std::move(bytes)) {
+  if (bytes_.size() > kMostBytes) bytes_.resize(kMostBytes);
+  bytes_.shrink_to_fit();
+}
+
+std::uint8_t ConfigSpace::Byte(std::size_t offset) const {
+  return offset < bytes_.size() ? bytes_[offset] : std::uint8_t{0};
+}
+
+std::uint16_t ConfigSpace::Word(std::size_t offset) const {
+  return static_cast<std::uint16_t>(Byte(offset) | (Byte(offset + 1) << 8U));
+}
+
+std::uint32_t ConfigSpace::Long(std::size_t offset) const {
+  return Word(offset) | (static_cast<std::uint32_t>(Word(offset + 2)) << 16U);
+}
+
+std::uint8_t ConfigSpace::HeaderType() const {
+  return static_cast<std::uint8_t>(Byte(0x0e) & 0x7fU);
+}
+std::uint16_t ConfigSpace::VendorId() const {
+  return Word(0x00);
+}
+std::uint16_t ConfigSpace::DeviceId() const {
+  return Word(0x02);
+}
+std::uint16_t ConfigSpace::ClassCode() const {
+  return Word(0x0a);
+}
+std::uint8_t ConfigSpace::RevisionId() const {
+  return Byte(0x08);
+}
+
+std::uint16_t ConfigSpace::SubsystemWord(std::size_t type0, std::size_t type1,
+                                         std::size_t type2) const {
+  switch (HeaderType()) {
+    case 0:
+      return Word(type0);
+    case 1: {
+      const std::size_t capability = FindCapability(kSubsystemIds);
+      return capability != 0 ? Word(capability + type1) : std::uint16_t{0};
+    }
+    case 2:
+      return Word(type2);
+    default:
+      return 0;
+  }
+}
+
+std::uint16_t ConfigSpace::SubsystemVendorId() const {
+  return SubsystemWord(0x2c, 4, 0x40);
+}
+std::uint16_t ConfigSpace::SubsystemId() const {
+  return SubsystemWord(0x2e, 6, 0x42);
+}
+
+bool ConfigSpace::IsBridgeHeader() const {
+  return HeaderType() == 1 || HeaderType() == 2;
+}
+std::uint8_t ConfigSpace::SecondaryBus() const {
+  return IsBridgeHeader() ? Byte(0x19) : std::uint8_t{0};
+}
+std::uint8_t ConfigSpace::SubordinateBus() const {
+  return IsBridgeHeader() ? Byte(0x1a) : std::uint8_t{0};
+}
+
+std::size_t ConfigSpace::FindCapability(std::uint8_t id) const {
+  // Status register, bit 4: there is a list. It lies behind the header, in the first 256 bytes.
+  if ((Word(kStatus) & 0x10U) == 0) return 0;
+  std::bitset<256> visited;
+  std::size_t offset = Byte(HeaderType() == 2 ? 0x14 : 0x34) & 0xfcU;
+  while (offset >= 0x40 && offset + 1 < bytes_.size() && !visited[offset]) {
+    visited[offset] = true;
+    if (Byte(offset) == id) return offset;
+    offset = Byte(offset + 1) & 0xfcU;
+  }
+  return 0;
+}
+
+std::int32_t ConfigSpace::PcieDeviceType() const {
+  const std::size_t capability = FindCapability(kPciExpress);
+  if (capability == 0 || capability + 3 >= bytes_.size()) return -1;
+  return (Word(capability + 2) >> 4U) & 0xfU;
+}
+
+std::vector<std::uint32_t> ConfigSpace::CimCapabilities() const {
+  const auto hasAny = [this](std::initializer_list<int> ids) {
+    for (const int id : ids) {
+      if (FindCapability(static_cast<std::uint8_t>(id)) != 0) return true;
+    }
+    return false;
+  };
+  const std::uint16_t status = Word(kStatus);
+  const std::size_t express = FindCapability(kPciExpress);
+  // Link capabilities register, bits 3:0.
+  const unsigned linkSpeed = express != 0 ? Byte(express + 0x0c) & 0xfU : 0U;
+  const std::pair<std::uint32_t, bool> values[] = {
+      {2, (status & 0x20U) != 0},
+      {3, (status & 0x40U) != 0},
+      {4, (status & 0x80U) != 0},
+      {5, hasAny({kPciX})},
+      {6, hasAny({kPowerManagement})},
+      {7, hasAny({0x05, 0x11})},
+      {9, hasAny({0x02, 0x0e})},
+      {10, hasAny({0x03})},
+      {11, hasAny({0x04})},
+      {12, hasAny({0x06, 0x0c})},
+      {13, express != 0},
+      {14, linkSpeed >= 2},
+      {15, linkSpeed >= 3},
+  };
+  std::vector<std::uint32_t> capabilities;
+  for (const auto& [value, there] : values) {
+    if (there) capabilities.push_back(value);
+  }
+  return capabilities;
+}
+
+std::uint32_t ConfigSpace::SlotNumberBelow() const {
+  const std::int32_t type = PcieDeviceType();
+  if (type != 4 && type != 6) return 0;
+  const std::size_t capability = FindCapability(kPciExpress);
+  if ((Word(capability + 2) & 0x100U) == 0) return 0;
+  return Long(capability + 0x14) >> 19U;
+}
+
+}  // namespace HostCtl

@@ -1,0 +1,51 @@
+#include "function_record.h"
+
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+
+namespace HostCtl {
+
+std::string FunctionAddress::ToText() const {
+  char text[32];
+  std::snprintf(text, sizeof text, "%04x:%02x:%02x.%x", segment, static_cast<unsigned>(bus),
+                static_cast<unsigned>(device), static_cast<unsigned>(function));
+  return text;
+}
+
+namespace {
+
+/// Reads `least` to `most` hex digits followed by `end`; advances `at` behind it.
+bool ReadHex(const std::string& text, std::size_t& at, std::size_t least, std::size_t most,
+             char end, std::uint32_t& value) {
+  std::size_t here = at;
+  std::uint32_t number = 0;
+  while (here < text.size() && here - at < most &&
+         std::isxdigit(static_cast<unsigned char>(text[here])) != 0) {
+    const char digit[] = {text[here], '\0'};
+    number = number * 16 + static_cast<std::uint32_t>(std::strtoul(digit, nullptr, 16));
+    ++here;
+  }
+  if (here - at < least || here >= text.size() || text[here] != end) return false;
+  at = here + 1;
+  value = number;
+  return true;
+}
+
+}  // namespace
+
+std::size_t ParseAddress(const std::string& text, FunctionAddress& address) {
+  std::uint32_t segment = 0;
+  std::uint32_t bus = 0;
+  std::uint32_t device = 0;
+  std::size_t at = 0;
+  const bool segmented = ReadHex(text, at, 4, 8, ':', segment);
+  if (!segmented) at = 0;
+  if (!ReadHex(text, at, 2, 2, ':', bus) || !ReadHex(text, at, 2, 2, '.', device)) return 0;
+  if (device > 31 || at >= text.size() || text[at] < '0' || text[at] > '7') return 0;
+  address = {segment, static_cast<std::uint8_t>(bus), static_cast<std::uint8_t>(device),
+             static_cast<std::uint8_t>(text[at] - '0')};
+  return at + 1;
+}
+
+}  // namespace HostCtl

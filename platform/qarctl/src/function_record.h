@@ -1,0 +1,58 @@
+#pragma once
+
+#include "config_space.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace HostCtl {
+
+/// Where a function sits: the order of functions is the order of these.
+struct FunctionAddress {
+  std::uint32_t segment = 0;
+  std::uint8_t bus = 0;
+  std::uint8_t device = 0;
+  std::uint8_t function = 0;
+
+  auto operator<=>(const FunctionAddress&) const = default;
+  /// segment:bus:device.function in lower-case hex.
+  std::string ToText() const;
+};
+
+/// Reads "[segment:]bus:device.function" at the start of a text; answers how many characters it
+/// took, 0 when the text does not start with an address.
+std::size_t ParseAddress(const std::string& text, FunctionAddress& address);
+
+/// What an input says of one function. What it does not say comes from configuration space.
+struct FunctionRecord {
+  FunctionAddress address;
+  ConfigSpace config;
+  std::optional<std::uint16_t> vendorId;
+  std::optional<std::uint16_t> deviceId;
+  std::optional<std::uint16_t> subsystemVendorId;
+  std::optional<std::uint16_t> subsystemId;
+  std::optional<std::uint16_t> classCode;
+  std::optional<std::uint8_t> revisionId;
+  std::optional<std::int32_t> slot;
+  /// Address text of the parent, where the input names it.
+  std::optional<std::string> parentAddress;
+};
+
+/// What was read. `parentsKnown` says that the input itself tells parents.
+struct HostInput {
+  std::vector<FunctionRecord> functions;
+  bool parentsKnown = false;
+};
+
+/// Reads a saved inventory. Throws HostCtl::Lib::HostCtlException naming the file and the reason;
+/// lines that cannot be read are skipped and reported once.
+HostInput ReadInventory(const std::string& file);
+
+/// Reads the live host below a sysfs root. Throws as above.
+HostInput ReadSysfs(const std::string& root);
+
+}  // namespace HostCtl

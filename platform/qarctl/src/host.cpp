@@ -1,0 +1,59 @@
+#include "function_record.h"
+#include "snapshot.h"
+
+#include <qarctl/HostFactory.h>
+
+#include <cstdlib>
+#include <string>
+
+#include <sys/utsname.h>
+
+namespace HostCtl {
+
+namespace {
+
+HostInput ReadInput() {
+  const char* inventory = std::getenv("QARCTL_PCI_DUMP");
+  if (inventory != nullptr && *inventory != '\0') return ReadInventory(inventory);
+  const char* root = std::getenv("QARCTL_SYSFS_ROOT");
+  return ReadSysfs(root != nullptr && *root != '\0' ? root : "/sys");
+}
+
+class PciInput : public Hardware::PciInfo {
+ public:
+  std::vector<std::unique_ptr<Hardware::PciDevice>> GetPciDevices() override {
+    const auto snapshot = std::make_shared<const Snapshot>(ReadInput());
+    std::vector<std::unique_ptr<Hardware::PciDevice>> devices;
+    devices.reserve(snapshot->Size());
+    for (std::size_t index = 0; index < snapshot->Size(); ++index) {
+      devices.push_back(snapshot->MakeDevice(index));
+    }
+    return devices;
+  }
+};
+
+class HostHardware : public Hardware::HardwareInfo {
+ public:
+  std::unique_ptr<Hardware::PciInfo> GetPciInfo() override { return std::make_unique<PciInput>(); }
+
+  Hardware::SystemInfo GetSystemInfo() override {
+    utsname node{};
+    Hardware::SystemInfo info;
+    if (uname(&node) == 0) info = {node.sysname, node.machine, node.nodename};
+    if (const char* name = std::getenv("QARCTL_HOST_NAME")) info.hostName = name;
+    return info;
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Hardware::HardwareInfo> Host::GetHardwareInfo() {
+  return std::make_unique<HostHardware>();
+}
+
+Host* HostFactory::GetHost() {
+  static Host host;
+  return &host;
+}
+
+}  // namespace HostCtl

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "function_record.h"
+
+#include <qarctl/PciDevice.h>
+
+#include <memory>
+#include <vector>
+
+namespace HostCtl {
+
+/// The functions of one reading, in address order; nothing changes after it is made, so any
+/// number of threads may read it.
+class Snapshot : public std::enable_shared_from_this<Snapshot> {
+ public:
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+  explicit Snapshot(HostInput input);
+
+  std::size_t Size() const { return functions_.size(); }
+  const FunctionRecord& Function(std::size_t index) const { return functions_[index]; }
+  /// Index of the function above, kNone below a root bus.
+  std::size_t Parent(std::size_t index) const { return parents_[index]; }
+  /// A light view of the function; it keeps the snapshot alive.
+  std::unique_ptr<Hardware::PciDevice> MakeDevice(std::size_t index) const;
+
+ private:
+  void FindParentsByName();
+  void FindParentsByBusRange();
+
+  std::vector<FunctionRecord> functions_;
+  std::vector<std::size_t> parents_;
+};
+
+}  // namespace HostCtl
