@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <new>
+#include <type_traits>
 
 #include <syslog.h>
 
@@ -168,7 +168,7 @@ struct NotSupported<Answer (*)(Arguments...)> {
       return {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
     } else if constexpr (std::is_same_v<Answer, CMPIData>) {
       return nullData(CMPI_null);
-    } else {
+    } else if constexpr (!std::is_void_v<Answer>) {
       return Answer{};
     }
   }

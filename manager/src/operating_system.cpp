@@ -25,6 +25,7 @@ void* newThread(void* (*start)(void*), void* parameter, int detached) {
   pthread_t thread{};
   if (pthread_create(&thread, nullptr, start, parameter) != 0) return nullptr;
   if (detached != 0) pthread_detach(thread);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface knows threads as opaque pointers.
   return reinterpret_cast<void*>(thread);
 }
 

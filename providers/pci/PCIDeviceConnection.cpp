@@ -12,9 +12,7 @@
 
 namespace pciprovider {
 
-using zelInt::CmpiBroker;
 using zelInt::CmpiContext;
-using zelInt::CmpiData;
 using zelInt::CmpiInstance;
 using zelInt::CmpiObjectPath;
 using zelInt::CmpiResult;

@@ -10,9 +10,7 @@
 
 namespace pciprovider {
 
-using zelInt::CmpiBroker;
 using zelInt::CmpiContext;
-using zelInt::CmpiData;
 using zelInt::CmpiInstance;
 using zelInt::CmpiObjectPath;
 using zelInt::CmpiResult;
@@ -45,6 +43,8 @@ PairSink Paths(CmpiResult& result) {
 
 CmpiStatus GiveGroups(CmpiResult& result, const PairSink& give) {
   const CmpiObjectPath system = PciCreateSystemRef();
+  // Each listing walks a copy of its own.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::vector<std::uint8_t> buses = GetBusNumbers();
   for (const std::uint8_t bus : buses) give(system, MakePortGroupRef(bus));
   result.returnDone();

@@ -98,7 +98,7 @@ std::size_t ConfigSpace::FindCapability(std::uint8_t id) const {
 std::int32_t ConfigSpace::PcieDeviceType() const {
   const std::size_t capability = FindCapability(kPciExpress);
   if (capability == 0 || capability + 3 >= bytes_.size()) return -1;
-  return (Word(capability + 2) >> 4U) & 0xfU;
+  return static_cast<std::int32_t>((Word(capability + 2) >> 4U) & 0xfU);
 }
 
 std::vector<std::uint32_t> ConfigSpace::CimCapabilities() const {

@@ -18,7 +18,10 @@ struct FunctionAddress {
   std::uint8_t device = 0;
   std::uint8_t function = 0;
 
-  auto operator<=>(const FunctionAddress&) const = default;
+  bool operator<(const FunctionAddress& other) const {
+    return std::tie(segment, bus, device, function) <
+           std::tie(other.segment, other.bus, other.device, other.function);
+  }
   /// segment:bus:device.function in lower-case hex.
   std::string ToText() const;
 };

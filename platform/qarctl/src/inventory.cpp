@@ -167,7 +167,13 @@ void InventoryReader::ReadBytes(const std::string& line, std::size_t at, std::si
 }
 
 void InventoryReader::CloseFunction() {
-  if (open_) input_.functions.back().config = ConfigSpace(std::move(bytes_));
+  if (open_ && bytes_.empty()) {
+    // Without a byte nothing is known but an address: no function to publish.
+    input_.functions.pop_back();
+    ReportDamage("a function without bytes ends before this line");
+  } else if (open_) {
+    input_.functions.back().config = ConfigSpace(std::move(bytes_));
+  }
   bytes_ = {};
   open_ = false;
 }

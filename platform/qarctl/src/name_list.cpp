@@ -16,7 +16,7 @@ namespace {
 
 // The library's own handler ends the process; throwing leaves it without harm, since it is not
 // asked again afterwards.
-[[noreturn]] void ThrowListError(char*, ...) {
+__attribute__((noreturn)) void ThrowListError(char*, ...) {
   throw std::runtime_error("PCI id list");
 }
 void IgnoreMessage(char*, ...) {}

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <ctime>
 
+// The interface is C: its names are introduced the C way.
+// NOLINTBEGIN(modernize-use-using)
 extern "C" {
 
 typedef unsigned char CMPIBoolean;
@@ -482,3 +484,193 @@ struct CMPIAssociationMIFT {
 };
 
 }  // extern "C"
+// NOLINTEND(modernize-use-using)
+
+// Binary interface: a slot out of place must not compile. Offsets are those of x86-64.
+static_assert(sizeof(void*) == 8 && sizeof(CMPICount) == 4 && sizeof(CMPIUint64) == 8);
+static_assert(sizeof(CMPIValue) == 16 && alignof(CMPIValue) == 8);
+static_assert(sizeof(CMPIData) == 24 && offsetof(CMPIData, state) == 2 &&
+              offsetof(CMPIData, value) == 8);
+static_assert(sizeof(CMPIStatus) == 16 && offsetof(CMPIStatus, msg) == 8);
+static_assert(sizeof(CMPIContext) == 16 && offsetof(CMPIContext, ft) == 8);
+static_assert(sizeof(CMPIResult) == 16 && offsetof(CMPIResult, ft) == 8);
+static_assert(sizeof(CMPIString) == 16 && offsetof(CMPIString, ft) == 8);
+static_assert(sizeof(CMPIArray) == 16 && offsetof(CMPIArray, ft) == 8);
+static_assert(sizeof(CMPIEnumeration) == 16 && offsetof(CMPIEnumeration, ft) == 8);
+static_assert(sizeof(CMPIInstance) == 16 && offsetof(CMPIInstance, ft) == 8);
+static_assert(sizeof(CMPIObjectPath) == 16 && offsetof(CMPIObjectPath, ft) == 8);
+static_assert(sizeof(CMPIInstanceMI) == 16 && offsetof(CMPIInstanceMI, ft) == 8);
+static_assert(sizeof(CMPIAssociationMI) == 16 && offsetof(CMPIAssociationMI, ft) == 8);
+
+static_assert(offsetof(CMPIBroker, hdl) == 0);
+static_assert(offsetof(CMPIBroker, bft) == 8);
+static_assert(offsetof(CMPIBroker, eft) == 16);
+static_assert(offsetof(CMPIBroker, xft) == 24);
+static_assert(offsetof(CMPIBroker, mft) == 32);
+static_assert(sizeof(CMPIBroker) == 40);
+
+static_assert(offsetof(CMPIBrokerFT, brokerCapabilities) == 0);
+static_assert(offsetof(CMPIBrokerFT, brokerVersion) == 4);
+static_assert(offsetof(CMPIBrokerFT, brokerName) == 8);
+static_assert(offsetof(CMPIBrokerFT, prepareAttachThread) == 16);
+static_assert(offsetof(CMPIBrokerFT, attachThread) == 24);
+static_assert(offsetof(CMPIBrokerFT, detachThread) == 32);
+static_assert(offsetof(CMPIBrokerFT, deliverIndication) == 40);
+static_assert(offsetof(CMPIBrokerFT, enumerateInstanceNames) == 48);
+static_assert(offsetof(CMPIBrokerFT, getInstance) == 56);
+static_assert(offsetof(CMPIBrokerFT, createInstance) == 64);
+static_assert(offsetof(CMPIBrokerFT, modifyInstance) == 72);
+static_assert(offsetof(CMPIBrokerFT, deleteInstance) == 80);
+static_assert(offsetof(CMPIBrokerFT, execQuery) == 88);
+static_assert(offsetof(CMPIBrokerFT, enumerateInstances) == 96);
+static_assert(offsetof(CMPIBrokerFT, associators) == 104);
+static_assert(offsetof(CMPIBrokerFT, associatorNames) == 112);
+static_assert(offsetof(CMPIBrokerFT, references) == 120);
+static_assert(offsetof(CMPIBrokerFT, referenceNames) == 128);
+static_assert(offsetof(CMPIBrokerFT, invokeMethod) == 136);
+static_assert(offsetof(CMPIBrokerFT, setProperty) == 144);
+static_assert(offsetof(CMPIBrokerFT, getProperty) == 152);
+static_assert(offsetof(CMPIBrokerFT, enumerateInstancesFiltered) == 160);
+static_assert(offsetof(CMPIBrokerFT, associatorsFiltered) == 168);
+static_assert(offsetof(CMPIBrokerFT, referencesFiltered) == 176);
+static_assert(sizeof(CMPIBrokerFT) == 184);
+
+static_assert(offsetof(CMPIBrokerEncFT, ftVersion) == 0);
+static_assert(offsetof(CMPIBrokerEncFT, newInstance) == 8);
+static_assert(offsetof(CMPIBrokerEncFT, newObjectPath) == 16);
+static_assert(offsetof(CMPIBrokerEncFT, newArgs) == 24);
+static_assert(offsetof(CMPIBrokerEncFT, newString) == 32);
+static_assert(offsetof(CMPIBrokerEncFT, newArray) == 40);
+static_assert(offsetof(CMPIBrokerEncFT, newDateTime) == 48);
+static_assert(offsetof(CMPIBrokerEncFT, newDateTimeFromBinary) == 56);
+static_assert(offsetof(CMPIBrokerEncFT, newDateTimeFromChars) == 64);
+static_assert(offsetof(CMPIBrokerEncFT, newSelectExp) == 72);
+static_assert(offsetof(CMPIBrokerEncFT, classPathIsA) == 80);
+static_assert(offsetof(CMPIBrokerEncFT, toString) == 88);
+static_assert(offsetof(CMPIBrokerEncFT, isOfType) == 96);
+static_assert(offsetof(CMPIBrokerEncFT, getType) == 104);
+static_assert(offsetof(CMPIBrokerEncFT, getMessage) == 112);
+static_assert(offsetof(CMPIBrokerEncFT, logMessage) == 120);
+static_assert(offsetof(CMPIBrokerEncFT, trace) == 128);
+static_assert(offsetof(CMPIBrokerEncFT, newCMPIError) == 136);
+static_assert(offsetof(CMPIBrokerEncFT, openMessageFile) == 144);
+static_assert(offsetof(CMPIBrokerEncFT, closeMessageFile) == 152);
+static_assert(offsetof(CMPIBrokerEncFT, getMessage2) == 160);
+static_assert(sizeof(CMPIBrokerEncFT) == 168);
+
+static_assert(offsetof(CMPIBrokerMemFT, ftVersion) == 0);
+static_assert(offsetof(CMPIBrokerMemFT, mark) == 8);
+static_assert(offsetof(CMPIBrokerMemFT, release) == 16);
+static_assert(offsetof(CMPIBrokerMemFT, cmpiMalloc) == 24);
+static_assert(offsetof(CMPIBrokerMemFT, cmpiCalloc) == 32);
+static_assert(offsetof(CMPIBrokerMemFT, cmpiRealloc) == 40);
+static_assert(offsetof(CMPIBrokerMemFT, cmpiStrDup) == 48);
+static_assert(offsetof(CMPIBrokerMemFT, cmpiFree) == 56);
+static_assert(offsetof(CMPIBrokerMemFT, freeInstance) == 64);
+static_assert(offsetof(CMPIBrokerMemFT, freeObjectPath) == 72);
+static_assert(offsetof(CMPIBrokerMemFT, freeArgs) == 80);
+static_assert(offsetof(CMPIBrokerMemFT, freeString) == 88);
+static_assert(offsetof(CMPIBrokerMemFT, freeArray) == 96);
+static_assert(offsetof(CMPIBrokerMemFT, freeDateTime) == 104);
+static_assert(offsetof(CMPIBrokerMemFT, freeSelectExp) == 112);
+static_assert(sizeof(CMPIBrokerMemFT) == 120);
+
+static_assert(offsetof(CMPIContextFT, ftVersion) == 0);
+static_assert(offsetof(CMPIContextFT, release) == 8);
+static_assert(offsetof(CMPIContextFT, clone) == 16);
+static_assert(offsetof(CMPIContextFT, getEntry) == 24);
+static_assert(offsetof(CMPIContextFT, getEntryAt) == 32);
+static_assert(offsetof(CMPIContextFT, getEntryCount) == 40);
+static_assert(offsetof(CMPIContextFT, addEntry) == 48);
+static_assert(sizeof(CMPIContextFT) == 56);
+
+static_assert(offsetof(CMPIResultFT, ftVersion) == 0);
+static_assert(offsetof(CMPIResultFT, release) == 8);
+static_assert(offsetof(CMPIResultFT, clone) == 16);
+static_assert(offsetof(CMPIResultFT, returnData) == 24);
+static_assert(offsetof(CMPIResultFT, returnInstance) == 32);
+static_assert(offsetof(CMPIResultFT, returnObjectPath) == 40);
+static_assert(offsetof(CMPIResultFT, returnDone) == 48);
+static_assert(offsetof(CMPIResultFT, returnError) == 56);
+static_assert(sizeof(CMPIResultFT) == 64);
+
+static_assert(offsetof(CMPIStringFT, ftVersion) == 0);
+static_assert(offsetof(CMPIStringFT, release) == 8);
+static_assert(offsetof(CMPIStringFT, clone) == 16);
+static_assert(offsetof(CMPIStringFT, getCharPtr) == 24);
+static_assert(sizeof(CMPIStringFT) == 32);
+
+static_assert(offsetof(CMPIArrayFT, ftVersion) == 0);
+static_assert(offsetof(CMPIArrayFT, release) == 8);
+static_assert(offsetof(CMPIArrayFT, clone) == 16);
+static_assert(offsetof(CMPIArrayFT, getSize) == 24);
+static_assert(offsetof(CMPIArrayFT, getSimpleType) == 32);
+static_assert(offsetof(CMPIArrayFT, getElementAt) == 40);
+static_assert(offsetof(CMPIArrayFT, setElementAt) == 48);
+static_assert(sizeof(CMPIArrayFT) == 56);
+
+static_assert(offsetof(CMPIEnumerationFT, ftVersion) == 0);
+static_assert(offsetof(CMPIEnumerationFT, release) == 8);
+static_assert(offsetof(CMPIEnumerationFT, clone) == 16);
+static_assert(offsetof(CMPIEnumerationFT, getNext) == 24);
+static_assert(offsetof(CMPIEnumerationFT, hasNext) == 32);
+static_assert(offsetof(CMPIEnumerationFT, toArray) == 40);
+static_assert(sizeof(CMPIEnumerationFT) == 48);
+
+static_assert(offsetof(CMPIInstanceFT, ftVersion) == 0);
+static_assert(offsetof(CMPIInstanceFT, release) == 8);
+static_assert(offsetof(CMPIInstanceFT, clone) == 16);
+static_assert(offsetof(CMPIInstanceFT, getProperty) == 24);
+static_assert(offsetof(CMPIInstanceFT, getPropertyAt) == 32);
+static_assert(offsetof(CMPIInstanceFT, getPropertyCount) == 40);
+static_assert(offsetof(CMPIInstanceFT, setProperty) == 48);
+static_assert(offsetof(CMPIInstanceFT, getObjectPath) == 56);
+static_assert(offsetof(CMPIInstanceFT, setPropertyFilter) == 64);
+static_assert(offsetof(CMPIInstanceFT, setObjectPath) == 72);
+static_assert(offsetof(CMPIInstanceFT, setPropertyWithOrigin) == 80);
+static_assert(sizeof(CMPIInstanceFT) == 88);
+
+static_assert(offsetof(CMPIObjectPathFT, ftVersion) == 0);
+static_assert(offsetof(CMPIObjectPathFT, release) == 8);
+static_assert(offsetof(CMPIObjectPathFT, clone) == 16);
+static_assert(offsetof(CMPIObjectPathFT, setNameSpace) == 24);
+static_assert(offsetof(CMPIObjectPathFT, getNameSpace) == 32);
+static_assert(offsetof(CMPIObjectPathFT, setHostname) == 40);
+static_assert(offsetof(CMPIObjectPathFT, getHostname) == 48);
+static_assert(offsetof(CMPIObjectPathFT, setClassName) == 56);
+static_assert(offsetof(CMPIObjectPathFT, getClassName) == 64);
+static_assert(offsetof(CMPIObjectPathFT, addKey) == 72);
+static_assert(offsetof(CMPIObjectPathFT, getKey) == 80);
+static_assert(offsetof(CMPIObjectPathFT, getKeyAt) == 88);
+static_assert(offsetof(CMPIObjectPathFT, getKeyCount) == 96);
+static_assert(offsetof(CMPIObjectPathFT, setNameSpaceFromObjectPath) == 104);
+static_assert(offsetof(CMPIObjectPathFT, setHostAndNameSpaceFromObjectPath) == 112);
+static_assert(offsetof(CMPIObjectPathFT, getClassQualifier) == 120);
+static_assert(offsetof(CMPIObjectPathFT, getPropertyQualifier) == 128);
+static_assert(offsetof(CMPIObjectPathFT, getMethodQualifier) == 136);
+static_assert(offsetof(CMPIObjectPathFT, getParameterQualifier) == 144);
+static_assert(offsetof(CMPIObjectPathFT, toString) == 152);
+static_assert(sizeof(CMPIObjectPathFT) == 160);
+
+static_assert(offsetof(CMPIInstanceMIFT, ftVersion) == 0);
+static_assert(offsetof(CMPIInstanceMIFT, miVersion) == 4);
+static_assert(offsetof(CMPIInstanceMIFT, miName) == 8);
+static_assert(offsetof(CMPIInstanceMIFT, cleanup) == 16);
+static_assert(offsetof(CMPIInstanceMIFT, enumerateInstanceNames) == 24);
+static_assert(offsetof(CMPIInstanceMIFT, enumerateInstances) == 32);
+static_assert(offsetof(CMPIInstanceMIFT, getInstance) == 40);
+static_assert(offsetof(CMPIInstanceMIFT, createInstance) == 48);
+static_assert(offsetof(CMPIInstanceMIFT, modifyInstance) == 56);
+static_assert(offsetof(CMPIInstanceMIFT, deleteInstance) == 64);
+static_assert(offsetof(CMPIInstanceMIFT, execQuery) == 72);
+static_assert(sizeof(CMPIInstanceMIFT) == 80);
+
+static_assert(offsetof(CMPIAssociationMIFT, ftVersion) == 0);
+static_assert(offsetof(CMPIAssociationMIFT, miVersion) == 4);
+static_assert(offsetof(CMPIAssociationMIFT, miName) == 8);
+static_assert(offsetof(CMPIAssociationMIFT, cleanup) == 16);
+static_assert(offsetof(CMPIAssociationMIFT, associators) == 24);
+static_assert(offsetof(CMPIAssociationMIFT, associatorNames) == 32);
+static_assert(offsetof(CMPIAssociationMIFT, references) == 40);
+static_assert(offsetof(CMPIAssociationMIFT, referenceNames) == 48);
+static_assert(sizeof(CMPIAssociationMIFT) == 56);
