@@ -33,6 +33,9 @@ class NameList {
     return Cached(devices_, key, PCI_LOOKUP_DEVICE, vendor, device, "Device", device);
   }
 
+  NameList(const NameList&) = delete;
+  NameList& operator=(const NameList&) = delete;
+
   static NameList& Instance() {
     static NameList list;
     return list;
@@ -44,7 +47,7 @@ class NameList {
     access_->warning = IgnoreMessage;
     access_->debug = IgnoreMessage;
   }
-  ~NameList() = default;
+  ~NameList() { pci_cleanup(access_); }
 
   std::string Cached(std::map<std::uint32_t, std::string>& names, std::uint32_t key, int what,
                      int vendor, int device, const char* label, std::uint16_t id) {
