@@ -61,7 +61,8 @@ class NameList {
     char buffer[1024];
     if (usable_) {
       try {
-        const int flags = what | PCI_LOOKUP_NO_NUMBERS;
+        // The list alone: the hardware database of udev repeats it and is never freed by libpci.
+        const int flags = what | PCI_LOOKUP_NO_NUMBERS | PCI_LOOKUP_NO_HWDB;
         const char* name = pci_lookup_name(access_, buffer, sizeof buffer, flags, vendor, device);
         if (name != nullptr) return name;
       } catch (const std::exception&) {
