@@ -1,0 +1,188 @@
+// The one-time build of the snapshot: what it holds, what it logs, and what a failure leaves.
+#include "scripted_host.h"
+
+#include <PciPorts.h>
+#include <PciTopologyCache.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <qarctl/HostCtlException.h>
+
+#include <stdexcept>
+
+#include <syslog.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace pciprovider;
+using HostCtl::Lib::HostCtlException;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Field;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+auto line(int priority, const std::string& text) {
+  return AllOf(Field(&scripted::LogLine::priority, priority),
+               Field(&scripted::LogLine::text, text));
+}
+
+int progress() {
+  return access("/tmp/dump_pci", R_OK) == 0 ? LOG_CRIT : LOG_DEBUG;
+}
+
+std::vector<std::string> portNamesInOrder() {
+  std::vector<std::string> names;
+  for (const PortEntry& port : GetPortsCache()) names.push_back(port.portName);
+  return names;
+}
+
+/// A bridge, a switch below it with one downstream port, a device there and an ISA bridge.
+void makeSmallHost() {
+  scripted::host().functions = {{"B", 0, 0x0604, 4, "", 1},
+                                {"U", 1, 0x0604, 5, "B"},
+                                {"P", 2, 0x0604, 6, "U"},
+                                {"D", 3, 0x0200, 0, "P"},
+                                {"I", 0, 0x0601, -1, ""}};
+}
+
+TEST(CacheBuild, FillsEveryList) {
+  makeSmallHost();
+  EXPECT_EQ(LoadCache(), 0);
+  EXPECT_THAT(portNamesInOrder(), ElementsAre("B-pri", "B-sec", "U-up", "P-ep", "D-ep"));
+  EXPECT_STREQ(PciGetSystemName(), "hosta01");
+  EXPECT_THAT(GetBusNumbers(), ElementsAre(0, 1, 2, 3));
+  ASSERT_THAT(GetBridgesCache(), SizeIs(1));
+  EXPECT_EQ(GetBridgesCache()[0]->portName, "B-pri");
+  EXPECT_EQ(GetBridgesCache()[0]->peerPortName, "B-sec");
+  ASSERT_THAT(GetSwitchCache(), SizeIs(1));
+  EXPECT_EQ(GetSwitchCache()[0]->portName, "U-up");
+  ASSERT_THAT(LookupSwitchPorts("U"), SizeIs(1));
+  EXPECT_EQ(LookupSwitchPorts("U")[0]->portName, "P-ep");
+  EXPECT_EQ(LookupPortEntry("P-ep").ownerAddress, "U");
+  EXPECT_EQ(LookupPortByDeviceEntry("B").portName, "B-sec");
+  EXPECT_EQ(FindConnectedPort("B").portName, "B-pri");
+  EXPECT_EQ(FindConnectedPort("U").portName, "U-up");
+  EXPECT_EQ(BuildPortFromDevice("I"), "");
+  EXPECT_EQ(&LookupBridgePorts("I"), &LookupBridgePorts("nothing"));
+  std::vector<const PciDevice*> devices{nullptr};
+  EXPECT_FALSE(FindPortsInGroup(9, devices));
+  EXPECT_THAT(devices, SizeIs(1));
+  EXPECT_TRUE(FindPortsInGroup(0, devices));
+  EXPECT_THAT(devices, SizeIs(2));
+}
+
+TEST(CacheBuild, LogsItsProgressInOrder) {
+  makeSmallHost();
+  LoadCache();
+  EXPECT_THAT(
+      scripted::logLines(),
+      ElementsAre(line(progress(), "GetPCIData started to analyze and cache RQL PCI data"),
+                  line(progress(), " *** Bridge: B"), line(progress(), " *** Switch: U"),
+                  line(progress(), " *** Bridge: I"), line(progress(), "loaded bridge B-pri"),
+                  line(progress(), "loaded switch U-up"),
+                  line(progress(), "loaded switch port P-ep"),
+                  line(progress(), "not loaded port D-ep parent D"),
+                  line(LOG_DEBUG, "PCI CB cache idx: cbPortMap=5 cbDevMap=4"),
+                  line(progress(), "*** GetPCIData loaded, 1 switches, 1 bridges busNumbers 4")));
+}
+
+TEST(CacheBuild, AHostWithoutFunctionsIsEmpty) {
+  LoadCache();
+  EXPECT_THAT(GetDevicesCache(), IsEmpty());
+  EXPECT_THAT(GetPortsCache(), IsEmpty());
+  EXPECT_THAT(
+      scripted::logLines(),
+      Contains(line(progress(), "*** GetPCIData loaded, 0 switches, 0 bridges busNumbers 0")));
+}
+
+TEST(CacheBuild, ADuplicateStaysListedButIsNotIndexed) {
+  scripted::host().functions = {{"D", 1}, {"D", 2, 0x0604}};
+  LoadCache();
+  EXPECT_THAT(GetDevicesCache(), SizeIs(2));
+  EXPECT_THAT(scripted::logLines(), Contains(line(LOG_ERR, "duplicate name found 'D' skipped")));
+  EXPECT_THAT(GetBridgesCache(), IsEmpty());
+  EXPECT_THAT(GetBusNumbers(), ElementsAre(1, 2));
+}
+
+TEST(CacheBuild, ADuplicatePortNameCountsForItsBusListOnly) {
+  scripted::host().functions = {{"D", 1}, {"D", 2}};
+  LoadCache();
+  EXPECT_THAT(scripted::logLines(),
+              Contains(line(LOG_ERR, "duplicate port name found 'D-ep; skipped")));
+  EXPECT_THAT(GetBusNumbers(), ElementsAre(1));
+  std::vector<const PciDevice*> devices;
+  EXPECT_TRUE(FindPortsInGroup(2, devices));
+  EXPECT_EQ(LookupPortByDeviceEntry("D").busNumber, 2);
+  EXPECT_EQ(LookupPortEntry("D-ep").busNumber, 1);
+}
+
+TEST(CacheBuild, AFailureOfTheSystemNamePassesToTheCaller) {
+  scripted::host().onCall = [](const std::string& call) {
+    if (call == "GetSystemInfo") throw HostCtlException("no name");
+  };
+  EXPECT_THROW(LoadCache(), HostCtlException);
+}
+
+/// Which call of the build fails. Calls 0 and 1 learn the system's name.
+class FailingCall : public testing::TestWithParam<int> {};
+
+/// Runs the build with its n-th call failing; answers whether that call was reached.
+template <class Failure>
+bool buildWithFailureAt(int failing, const Failure& failure) {
+  makeSmallHost();
+  bool reached = false;
+  scripted::host().onCall = [&, count = 0](const std::string&) mutable {
+    if (count++ != failing) return;
+    reached = true;
+    throw failure;
+  };
+  EXPECT_EQ(LoadCache(), 0);
+  scripted::host().onCall = [](const std::string&) {};
+  return reached;
+}
+
+constexpr char kUnexpected[] =
+    "Unexpected exception from PCI initialization, reporting may be incomplete.";
+
+bool isSummary(const std::string& text) {
+  return text.rfind("*** GetPCIData loaded, ", 0) == 0;
+}
+
+TEST_P(FailingCall, OfThePlatformIsLoggedAndTheBuildEnds) {
+  ASSERT_TRUE(buildWithFailureAt(GetParam(), HostCtlException("broken")));
+  EXPECT_TRUE(isSummary(scripted::logLines().back().text));
+  int errors = 0;
+  for (const auto& entry : scripted::logLines()) errors += entry.priority == LOG_ERR ? 1 : 0;
+  EXPECT_EQ(errors, 1);
+}
+
+TEST_P(FailingCall, OfAnotherTypeIsLoggedAsUnexpected) {
+  ASSERT_TRUE(buildWithFailureAt(GetParam(), 7));
+  EXPECT_TRUE(isSummary(scripted::logLines().back().text));
+  EXPECT_THAT(scripted::logLines(), Contains(line(LOG_ERR, kUnexpected)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Build, FailingCall, testing::Range(2, 40));
+
+TEST(CacheBuild, AFailingDeviceListIsNamedAndNeverTriedAgain) {
+  makeSmallHost();
+  int asked = 0;
+  scripted::host().onCall = [&](const std::string& call) {
+    if (call != "GetPciDevices") return;
+    ++asked;
+    throw HostCtlException("no list");
+  };
+  EXPECT_EQ(LoadCache(), 0);
+  EXPECT_EQ(LoadCache(), 0);
+  EXPECT_EQ(asked, 1);
+  EXPECT_THAT(GetDevicesCache(), IsEmpty());
+  EXPECT_THAT(scripted::logLines(),
+              Contains(line(LOG_ERR,
+                            "PCI information caught exception, reporting may be incomplete, "
+                            "error no list")));
+}
+
+}  // namespace

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <qarctl/HardwareInfo.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+/// A host made by the test, in place of the platform's: its functions, and a hook that every call
+/// passes through before it answers. The hook may throw.
+namespace scripted {
+
+struct Function {
+  std::string address;
+  std::uint8_t bus = 0;
+  std::uint16_t classCode = 0x0200;
+  std::int32_t pcieType = -1;
+  std::string parent = {};
+  std::uint8_t secondaryBus = 0;
+};
+
+struct Host {
+  std::string name = "HostA01";
+  std::vector<Function> functions;
+  std::function<void(const std::string& call)> onCall = [](const std::string&) {};
+};
+
+/// The process's host.
+Host& host();
+
+/// A line of the log.
+struct LogLine {
+  int priority;
+  std::string text;
+};
+
+/// What was logged so far, in order.
+std::vector<LogLine>& logLines();
+
+}  // namespace scripted
