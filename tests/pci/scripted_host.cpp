@@ -1,11 +1,16 @@
 #include "scripted_host.h"
 
+#include <qarctl/HostCtlException.h>
 #include <qarctl/HostFactory.h>
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <mutex>
 
+#include <dlfcn.h>
 #include <syslog.h>
+#include <unistd.h>
 
 namespace scripted {
 
@@ -29,46 +34,52 @@ class ScriptedDevice : public PciDevice {
 
   std::string GetAddress() const override { return say("GetAddress", function_.address); }
   std::uint16_t GetSegmentNumber() const override {
-    return say("GetSegmentNumber", std::uint16_t{0});
+    return say("GetSegmentNumber", function_.segment);
   }
   std::uint8_t GetBusNumber() const override { return say("GetBusNumber", function_.bus); }
-  std::uint8_t GetDeviceNumber() const override { return say("GetDeviceNumber", std::uint8_t{3}); }
+  std::uint8_t GetDeviceNumber() const override { return say("GetDeviceNumber", function_.device); }
   std::uint8_t GetFunctionNumber() const override {
-    return say("GetFunctionNumber", std::uint8_t{0});
+    return say("GetFunctionNumber", function_.number);
   }
-  std::int32_t GetPhysicalSlot() const override { return say("GetPhysicalSlot", 260); }
-  std::uint16_t GetVendorId() const override { return say("GetVendorId", std::uint16_t{1}); }
-  std::string GetVendorName() const override { return say("GetVendorName", std::string("Acme")); }
-  std::uint16_t GetDeviceId() const override { return say("GetDeviceId", std::uint16_t{2}); }
+  std::int32_t GetPhysicalSlot() const override { return say("GetPhysicalSlot", function_.slot); }
+  std::uint16_t GetVendorId() const override { return say("GetVendorId", std::uint16_t{0x101}); }
+  std::string GetVendorName() const override { return say("GetVendorName", function_.vendorName); }
+  std::uint16_t GetDeviceId() const override { return say("GetDeviceId", std::uint16_t{0x202}); }
   std::uint16_t GetSubsystemVendorId() const override {
-    return say("GetSubsystemVendorId", std::uint16_t{3});
+    return say("GetSubsystemVendorId", std::uint16_t{0x303});
   }
-  std::uint16_t GetSubsystemId() const override { return say("GetSubsystemId", std::uint16_t{4}); }
-  std::string GetDeviceName() const override { return say("GetDeviceName", std::string("Widget")); }
+  std::uint16_t GetSubsystemId() const override {
+    return say("GetSubsystemId", std::uint16_t{0x404});
+  }
+  std::string GetDeviceName() const override { return say("GetDeviceName", function_.deviceName); }
   std::uint16_t GetClassCode() const override { return say("GetClassCode", function_.classCode); }
   std::uint8_t GetRevisionId() const override { return say("GetRevisionId", std::uint8_t{5}); }
   std::uint8_t GetSecondaryBusNumber() const override {
     return say("GetSecondaryBusNumber", function_.secondaryBus);
   }
   std::vector<std::uint32_t> GetCapabilities() const override {
-    return say("GetCapabilities", std::vector<std::uint32_t>{0x10006});
+    return say("GetCapabilities", function_.capabilities);
   }
   bool HasCapability(std::uint8_t id) const override {
-    return say("HasCapability", id == 0x10 && function_.pcieType >= 0);
+    return say("HasCapability",
+               (id == 0x10 && function_.pcieType >= 0) || (id == 0x07 && function_.pciX));
   }
   std::int32_t GetPcieDeviceType() const override {
     return say("GetPcieDeviceType", function_.pcieType);
   }
   std::unique_ptr<PciDevice> GetParent() const override {
-    host().onCall("GetParent");
+    say("GetParent", 0);
     if (function_.parent.empty()) return nullptr;
     return std::make_unique<ScriptedDevice>(Function{function_.parent});
   }
 
  private:
   template <class Answer>
-  static Answer say(const char* call, Answer answer) {
+  Answer say(const char* call, Answer answer) const {
     host().onCall(call);
+    if (function_.failing.count(call) != 0) {
+      throw HostCtl::Lib::HostCtlException(std::string(call) + " of " + function_.address);
+    }
     return answer;
   }
 
@@ -118,12 +129,26 @@ std::unique_ptr<Hardware::HardwareInfo> Host::GetHardwareInfo() {
 
 }  // namespace HostCtl
 
-// Stands before the C library's: every line that the provider logs ends here.
-extern "C" void syslog(int priority, const char* format, ...) {
+// These stand before the C library's, also for a provider library that the test opens.
+#define VISIBLE extern "C" __attribute__((visibility("default")))
+
+/// Every line that the provider logs ends here.
+VISIBLE void syslog(int priority, const char* format, ...) {
+  static std::mutex oneAtATime;
   char text[1024];
   va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
+  const std::lock_guard<std::mutex> lock(oneAtATime);
   scripted::logLines().push_back({priority, text});
+}
+
+/// Answers for the one file whose presence the build asks for; the rest goes on.
+VISIBLE int access(const char* file, int mode) noexcept {
+  if (std::strcmp(file, "/tmp/dump_pci") == 0) {
+    return scripted::host().traceFile && mode == R_OK ? 0 : -1;
+  }
+  using Access = int (*)(const char*, int);
+  return reinterpret_cast<Access>(dlsym(RTLD_NEXT, "access"))(file, mode);
 }

@@ -3,6 +3,7 @@
 #include <qarctl/HardwareInfo.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -17,12 +18,24 @@ struct Function {
   std::int32_t pcieType = -1;
   std::string parent = {};
   std::uint8_t secondaryBus = 0;
+  std::int32_t slot = -1;
+  bool pciX = false;
+  std::uint16_t segment = 0;
+  std::uint8_t device = 3;
+  std::uint8_t number = 0;
+  std::string vendorName = "Acme";
+  std::string deviceName = "Widget";
+  std::vector<std::uint32_t> capabilities = {0x10006};
+  /// Names of the operations that throw HostCtlException("<operation> of <address>").
+  std::set<std::string> failing = {};
 };
 
 struct Host {
   std::string name = "HostA01";
   std::vector<Function> functions;
   std::function<void(const std::string& call)> onCall = [](const std::string&) {};
+  /// Whether the file that raises the build's trace can be read.
+  bool traceFile = false;
 };
 
 /// The process's host.
@@ -34,7 +47,7 @@ struct LogLine {
   std::string text;
 };
 
-/// What was logged so far, in order.
+/// What was logged so far, in order. To be read while nothing logs.
 std::vector<LogLine>& logLines();
 
 }  // namespace scripted

@@ -1,0 +1,284 @@
+#include "provider_requests.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <manager/broker.h>
+
+#include <algorithm>
+
+namespace requests {
+
+using cimom::Instance;
+using cimom::ObjectPath;
+using cimom::RequestAnswers;
+using cimom::RequestScope;
+using cimom::Value;
+
+const std::vector<Operation>& instanceOperations() {
+  static const std::vector<Operation> all{Operation::kEnumInstanceNames, Operation::kEnumInstances,
+                                          Operation::kGetInstance};
+  return all;
+}
+
+const std::vector<Operation>& associationOperations() {
+  static const std::vector<Operation> all{Operation::kAssociators, Operation::kAssociatorNames,
+                                          Operation::kReferences, Operation::kReferenceNames};
+  return all;
+}
+
+const char* nameOf(Operation operation) {
+  switch (operation) {
+    case Operation::kEnumInstanceNames:
+      return "enumInstanceNames";
+    case Operation::kEnumInstances:
+      return "enumInstances";
+    case Operation::kGetInstance:
+      return "getInstance";
+    case Operation::kAssociators:
+      return "associators";
+    case Operation::kAssociatorNames:
+      return "associatorNames";
+    case Operation::kReferences:
+      return "references";
+    case Operation::kReferenceNames:
+      return "referenceNames";
+  }
+  return "?";
+}
+
+std::vector<std::string> Outcome::answers() const {
+  std::vector<std::string> result;
+  std::copy_if(events.begin(), events.end(), std::back_inserter(result),
+               [](const std::string& event) { return event != "done"; });
+  return result;
+}
+
+namespace {
+
+std::string textOf(const Value& value) {
+  return value.elements.empty() ? std::string() : cimom::toText(value.elements.front());
+}
+
+bool isAssociation(const ObjectPath& path) {
+  return !path.keys.empty() && path.keys.front().value.type == cimom::CimType::kReference;
+}
+
+std::string briefOfEnds(const ObjectPath& path) {
+  std::string ends;
+  for (const auto& key : path.keys) {
+    const auto& end = std::get<std::shared_ptr<const ObjectPath>>(key.value.elements.at(0));
+    ends += (ends.empty() ? "" : ",") + briefOf(*end);
+  }
+  return path.className + "(" + ends + ")";
+}
+
+}  // namespace
+
+std::string briefOf(const ObjectPath& path) {
+  if (isAssociation(path)) return briefOfEnds(path);
+  for (const char* key : {"DeviceID", "InstanceID", "Name"}) {
+    if (const Value* value = path.findKey(key)) return path.className + ":" + textOf(*value);
+  }
+  return path.className;
+}
+
+ObjectPath pathOf(const std::string& className,
+                  const std::vector<std::pair<std::string, std::string>>& keys) {
+  ObjectPath path{"", "root/cimv2", className, {}};
+  for (const auto& [name, text] : keys) path.keys.push_back({name, Value::text(text)});
+  return path;
+}
+
+ObjectPath byDeviceId(const std::string& className, const std::string& deviceId) {
+  return pathOf(className, {{"DeviceID", deviceId}});
+}
+
+ObjectPath pairOf(const std::string& className, const std::string& firstRole,
+                  const ObjectPath& first, const std::string& secondRole,
+                  const ObjectPath& second) {
+  ObjectPath path = pathOf(className);
+  path.keys.push_back({firstRole, Value::reference(first)});
+  path.keys.push_back({secondRole, Value::reference(second)});
+  return path;
+}
+
+std::vector<std::string> propertyNames(const Instance& instance) {
+  std::vector<std::string> names;
+  for (const auto& property : instance.properties) names.push_back(property.name);
+  return names;
+}
+
+std::string textOf(const Instance& instance, const std::string& property) {
+  const Value* value = instance.findProperty(property);
+  return value != nullptr && !value->isNull ? textOf(*value) : "(unset)";
+}
+
+std::vector<std::string> keyNames(const ObjectPath& path) {
+  std::vector<std::string> names;
+  for (const auto& key : path.keys) names.push_back(key.name);
+  return names;
+}
+
+namespace {
+
+/// A result that notes the order of what it is handed and passes everything on.
+class RecordingResult {
+ public:
+  RecordingResult(RequestScope& scope, Outcome& outcome)
+      : inner_(scope.newResult(answers_)), outcome_(outcome), record_{this, &kTable} {}
+
+  const CMPIResult* record() const { return &record_; }
+
+  void keepAnswers() {
+    outcome_.instances = std::move(answers_.instances);
+    outcome_.paths = std::move(answers_.paths);
+  }
+
+ private:
+  static RecordingResult& self(const CMPIResult* result) {
+    return *static_cast<RecordingResult*>(result->hdl);
+  }
+
+  static CMPIStatus returnInstance(const CMPIResult* result, const CMPIInstance* instance) {
+    RecordingResult& me = self(result);
+    const CMPIStatus status = me.inner_->ft->returnInstance(me.inner_, instance);
+    if (status.rc != CMPI_RC_OK) return status;
+    me.outcome_.events.push_back("[" + briefOf(me.answers_.instances.back().path) + "]");
+    return status;
+  }
+  static CMPIStatus returnObjectPath(const CMPIResult* result, const CMPIObjectPath* path) {
+    RecordingResult& me = self(result);
+    const CMPIStatus status = me.inner_->ft->returnObjectPath(me.inner_, path);
+    if (status.rc != CMPI_RC_OK) return status;
+    me.outcome_.events.push_back(briefOf(me.answers_.paths.back()));
+    return status;
+  }
+  static CMPIStatus returnDone(const CMPIResult* result) {
+    RecordingResult& me = self(result);
+    me.outcome_.events.emplace_back("done");
+    return me.inner_->ft->returnDone(me.inner_);
+  }
+
+  // A provider needs nothing else of a result.
+  static constexpr CMPIResultFT kTable{
+      200, nullptr, nullptr, nullptr, &returnInstance, &returnObjectPath, &returnDone, nullptr};
+
+  RequestAnswers answers_;
+  CMPIResult* inner_;
+  Outcome& outcome_;
+  CMPIResult record_;
+};
+
+/// The C form of a property list.
+class PropertyArray {
+ public:
+  explicit PropertyArray(const cimom::PropertyList& properties) {
+    if (!properties) return;
+    for (const std::string& name : *properties) names_.push_back(name.c_str());
+    names_.push_back(nullptr);
+  }
+  const char** get() { return names_.empty() ? nullptr : names_.data(); }
+
+ private:
+  std::vector<const char*> names_;
+};
+
+const char* orNull(const std::string& text) {
+  return text.empty() ? nullptr : text.c_str();
+}
+
+CMPIStatus callInstance(CMPIInstanceMI* mi, const Request& request, const CMPIContext* context,
+                        const CMPIResult* result, const CMPIObjectPath* path) {
+  PropertyArray properties(request.properties);
+  switch (request.operation) {
+    case Operation::kEnumInstanceNames:
+      return mi->ft->enumerateInstanceNames(mi, context, result, path);
+    case Operation::kEnumInstances:
+      return mi->ft->enumerateInstances(mi, context, result, path, properties.get());
+    default:
+      return mi->ft->getInstance(mi, context, result, path, properties.get());
+  }
+}
+
+CMPIStatus callAssociation(CMPIAssociationMI* mi, const Request& request,
+                           const CMPIContext* context, const CMPIResult* result,
+                           const CMPIObjectPath* path) {
+  PropertyArray properties(request.properties);
+  const char* assocClass = orNull(request.filter.assocClass);
+  const char* resultClass = orNull(request.filter.resultClass);
+  const char* role = orNull(request.filter.role);
+  const char* resultRole = orNull(request.filter.resultRole);
+  switch (request.operation) {
+    case Operation::kAssociators:
+      return mi->ft->associators(mi, context, result, path, assocClass, resultClass, role,
+                                 resultRole, properties.get());
+    case Operation::kAssociatorNames:
+      return mi->ft->associatorNames(mi, context, result, path, assocClass, resultClass, role,
+                                     resultRole);
+    case Operation::kReferences:
+      return mi->ft->references(mi, context, result, path, resultClass, role, properties.get());
+    default:
+      return mi->ft->referenceNames(mi, context, result, path, resultClass, role);
+  }
+}
+
+bool isAssociationOperation(Operation operation) {
+  const auto& all = associationOperations();
+  return std::find(all.begin(), all.end(), operation) != all.end();
+}
+
+}  // namespace
+
+ProviderUnderTest::ProviderUnderTest(const char* library)
+    : manager_(
+          std::make_unique<cimom::ObjectManager>(std::make_shared<const cimom::ClassRepository>(
+              cimom::ClassRepository::loadDirectory(SCHEMA_DIRECTORY)))),
+      library_(dlopen(library, RTLD_NOW | RTLD_LOCAL)) {
+  if (library_ == nullptr) ADD_FAILURE() << dlerror();
+  manager_->loadProvider(library);
+  manager_->loadProvider(SYSTEM_PROVIDER_LIBRARY);
+}
+
+ProviderUnderTest::~ProviderUnderTest() {
+  manager_.reset();
+  dlclose(library_);
+}
+
+void* ProviderUnderTest::symbol(const std::string& name) const {
+  return dlsym(library_, name.c_str());
+}
+
+CMPIInstanceMI* ProviderUnderTest::instanceMI(const std::string& className,
+                                              const CMPIBroker* broker) {
+  using Factory = CMPIInstanceMI* (*)(const CMPIBroker*, const CMPIContext*);
+  RequestScope scope;
+  return reinterpret_cast<Factory>(symbol(className + "_Create_InstanceMI"))(
+      broker != nullptr ? broker : manager_->broker(), scope.newContext("root/cimv2", 0));
+}
+
+CMPIAssociationMI* ProviderUnderTest::associationMI(const std::string& className,
+                                                    const CMPIBroker* broker) {
+  using Factory = CMPIAssociationMI* (*)(const CMPIBroker*, const CMPIContext*);
+  RequestScope scope;
+  return reinterpret_cast<Factory>(symbol(className + "_Create_AssociationMI"))(
+      broker != nullptr ? broker : manager_->broker(), scope.newContext("root/cimv2", 0));
+}
+
+Outcome ProviderUnderTest::send(const Request& request, const CMPIBroker* broker) {
+  Outcome outcome;
+  RequestScope scope;
+  RecordingResult result(scope, outcome);
+  const CMPIContext* context = scope.newContext("root/cimv2", 0);
+  const CMPIObjectPath* path = scope.newPath(request.path);
+  const CMPIStatus status = isAssociationOperation(request.operation)
+                                ? callAssociation(associationMI(request.className, broker), request,
+                                                  context, result.record(), path)
+                                : callInstance(instanceMI(request.className, broker), request,
+                                               context, result.record(), path);
+  outcome.status = status.rc;
+  if (status.msg != nullptr) outcome.message = status.msg->ft->getCharPtr(status.msg, nullptr);
+  result.keepAnswers();
+  return outcome;
+}
+
+}  // namespace requests

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cmpi/cmpi.h>
+#include <manager/object_manager.h>
+#include <manager/value.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// Requests to the built provider library as an object manager sends them: through the factories
+/// and tables of the C interface, with everything that comes back recorded in its order.
+namespace requests {
+
+enum class Operation {
+  kEnumInstanceNames,
+  kEnumInstances,
+  kGetInstance,
+  kAssociators,
+  kAssociatorNames,
+  kReferences,
+  kReferenceNames
+};
+
+/// All operations of an instance class, and those that an association class adds.
+const std::vector<Operation>& instanceOperations();
+const std::vector<Operation>& associationOperations();
+const char* nameOf(Operation operation);
+
+struct Request {
+  Operation operation;
+  /// The class whose provider answers.
+  std::string className;
+  /// The class path, the instance's path or the source.
+  cimom::ObjectPath path;
+  /// For references, resultClass and role count.
+  cimom::AssociationFilter filter = {};
+  cimom::PropertyList properties = std::nullopt;
+};
+
+/// What a provider did with a request.
+struct Outcome {
+  CMPIrc status = CMPI_RC_OK;
+  std::string message;
+  /// What it handed over: briefOf for a path, the same in brackets for an instance, and "done".
+  std::vector<std::string> events;
+  std::vector<cimom::Instance> instances;
+  std::vector<cimom::ObjectPath> paths;
+
+  /// The events without "done".
+  std::vector<std::string> answers() const;
+};
+
+/// A path in a few characters: "Zelmar_PCIPort:D-ep" for an object with an id or a name,
+/// "Zelmar_PCIControlledBy(Zelmar_PCIDevice:D,Zelmar_PCIPort:D-ep)" for an association.
+std::string briefOf(const cimom::ObjectPath& path);
+
+/// A path in "root/cimv2" with keys of text.
+cimom::ObjectPath pathOf(const std::string& className,
+                         const std::vector<std::pair<std::string, std::string>>& keys = {});
+/// The path of a device or port by its id alone.
+cimom::ObjectPath byDeviceId(const std::string& className, const std::string& deviceId);
+/// An association's path with two references.
+cimom::ObjectPath pairOf(const std::string& className, const std::string& firstRole,
+                         const cimom::ObjectPath& first, const std::string& secondRole,
+                         const cimom::ObjectPath& second);
+
+/// Names of the properties in order, and one as text ("(unset)" when it is not there).
+std::vector<std::string> propertyNames(const cimom::Instance& instance);
+std::string textOf(const cimom::Instance& instance, const std::string& property);
+/// Names of the keys in order.
+std::vector<std::string> keyNames(const cimom::ObjectPath& path);
+
+/// The loaded provider library with an object manager whose broker it uses.
+class ProviderUnderTest {
+ public:
+  /// Loads `library` (PROVIDER_LIBRARY in most tests) and the computer system's provider.
+  explicit ProviderUnderTest(const char* library);
+  ~ProviderUnderTest();
+  ProviderUnderTest(const ProviderUnderTest&) = delete;
+  ProviderUnderTest& operator=(const ProviderUnderTest&) = delete;
+
+  cimom::ObjectManager& manager() { return *manager_; }
+  /// The exported symbol of that name; null when there is none.
+  void* symbol(const std::string& name) const;
+
+  /// The records that the factories give; made with `broker`, by default the manager's.
+  CMPIInstanceMI* instanceMI(const std::string& className, const CMPIBroker* broker = nullptr);
+  CMPIAssociationMI* associationMI(const std::string& className,
+                                   const CMPIBroker* broker = nullptr);
+
+  Outcome send(const Request& request, const CMPIBroker* broker = nullptr);
+
+ private:
+  std::unique_ptr<cimom::ObjectManager> manager_;
+  void* library_;
+};
+
+}  // namespace requests
