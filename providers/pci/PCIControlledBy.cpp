@@ -71,6 +71,23 @@ void PCICacheSystemName() {
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
 }
 
+// In both maps the last port of a name or device stands for it.
+void CacheControlledBy() {
+  // The maps point into the vector: it must not grow under them.
+  cbEntries.reserve(pciPorts.size());
+  for (const PortEntry& port : pciPorts) {
+    if (port.portName.find('-') == std::string::npos) {
+      syslog(LOG_ERR, "PortEntry name not right skipping %s", port.portName.c_str());
+      continue;
+    }
+    cbEntries.push_back({port.device, SetClassName(port.device), &port});
+  }
+  for (const ControlledByEntry& entry : cbEntries) cbPortMap[entry.port->portName] = &entry;
+  for (const ControlledByEntry& entry : cbEntries) cbDevMap[entry.device->GetAddress()] = &entry;
+  syslog(LOG_DEBUG, "PCI CB cache idx: cbPortMap=%d cbDevMap=%d",
+         static_cast<int>(cbPortMap.size()), static_cast<int>(cbDevMap.size()));
+}
+
 /// One run of the build: what it needs only while it fills the snapshot.
 class CacheBuild {
  public:
@@ -84,7 +101,6 @@ class CacheBuild {
   void IndexPortNames();
   void SortPort(const PortEntry& port);
   void SortPortUnderOwner(const PortEntry& port);
-  void CacheControlledBy();
 
   int progressPriority_;
   std::set<std::string> bridgeNames_;
@@ -167,23 +183,6 @@ void CacheBuild::SortPortUnderOwner(const PortEntry& port) {
     syslog(progressPriority_, "not loaded port %s parent %s", port.portName.c_str(),
            port.ownerAddress.c_str());
   }
-}
-
-// In both maps the last port of a name or device stands for it.
-void CacheBuild::CacheControlledBy() {
-  // The maps point into the vector: it must not grow under them.
-  cbEntries.reserve(pciPorts.size());
-  for (const PortEntry& port : pciPorts) {
-    if (port.portName.find('-') == std::string::npos) {
-      syslog(LOG_ERR, "PortEntry name not right skipping %s", port.portName.c_str());
-      continue;
-    }
-    cbEntries.push_back({port.device, SetClassName(port.device), &port});
-  }
-  for (const ControlledByEntry& entry : cbEntries) cbPortMap[entry.port->portName] = &entry;
-  for (const ControlledByEntry& entry : cbEntries) cbDevMap[entry.device->GetAddress()] = &entry;
-  syslog(LOG_DEBUG, "PCI CB cache idx: cbPortMap=%d cbDevMap=%d",
-         static_cast<int>(cbPortMap.size()), static_cast<int>(cbDevMap.size()));
 }
 
 // Whatever goes wrong, what has been read so far is served: a client is better off with a part of
@@ -337,11 +336,7 @@ bool IsPortName(const std::string& deviceId) {
 
 /// The source's device id; empty when it has none, which sends the request to the source's class.
 std::string DeviceIdOrEmpty(const CmpiObjectPath& source) {
-  try {
-    return KeyText(source, kDeviceIdKey);
-  } catch (const CmpiStatus&) {
-    return {};
-  }
+  return KeyTextOrEmpty(source, kDeviceIdKey);
 }
 
 void WalkEntries(const PairSink& give) {

@@ -228,6 +228,14 @@ std::string KeyText(const CmpiObjectPath& path, const char* key) {
   return CmpiString(path.getKey(key)).charPtr();
 }
 
+std::string KeyTextOrEmpty(const CmpiObjectPath& path, const char* key) {
+  try {
+    return KeyText(path, key);
+  } catch (const CmpiStatus&) {
+    return {};
+  }
+}
+
 void DeviceList(CmpiResult& result, const char** properties) {
   ForEachPlainDevice([&](const PciDevice* device) {
     result.returnData(MakeDeviceInstance(device, MakePlainDevicePath(device), properties));

@@ -8,6 +8,8 @@
 
 #include <ProviderFactory.h>
 
+#include <utility>
+
 #include <syslog.h>
 
 namespace pciprovider {
@@ -69,11 +71,18 @@ void WalkConnections(const PairSink& give) {
   }
 }
 
-/// The first port of the device that the port is counted to, or null.
-const PortEntry* HomePort(const PortEntry& port) {
-  const std::string name = BuildPortFromDevice(port.ownerAddress);
-  if (name.empty() || !IsPortName(name)) return nullptr;
-  return WithDevice(LookupPortEntry(name));
+/// The first port of the device that a port is counted to, with the name under which it was
+/// looked for; null where there is none.
+struct Home {
+  std::string name;
+  const PortEntry* port = nullptr;
+};
+
+Home FindHome(const PortEntry& port) {
+  std::string name = BuildPortFromDevice(port.ownerAddress);
+  if (name.empty() || !IsPortName(name)) return {std::move(name), nullptr};
+  const PortEntry* home = WithDevice(LookupPortEntry(name));
+  return {std::move(name), home};
 }
 
 /// A source's home port and the far port that answers for it; null where there is none.
@@ -85,18 +94,22 @@ struct Ends {
 enum class FarPortOf { kHomeDevice, kSourceDevice };
 
 Ends FindEnds(const CmpiObjectPath& source, FarPortOf which) {
-  const PortEntry& port = LookupPortEntry(KeyText(source, kDeviceIdKey));
+  const PortEntry& port = LookupPortEntry(KeyTextOrEmpty(source, kDeviceIdKey));
   if (port.portName.empty()) return {};
-  const PortEntry* home = HomePort(port);
+  const PortEntry* home = FindHome(port).port;
   if (home == nullptr) return {};
   const PciDevice* device = which == FarPortOf::kHomeDevice ? home->device : port.device;
   return {home, WithDevice(FindConnectedPort(device->GetAddress()))};
 }
 
+CmpiStatus NotFound() {
+  return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+}
+
 /// Gives the answer and ends the result, or answers not found and leaves it open.
 template <class Give>
 CmpiStatus AnswerEnds(CmpiResult& result, const Ends& ends, Give give) {
-  if (ends.far == nullptr) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  if (ends.far == nullptr) return NotFound();
   give(ends);
   result.returnDone();
   return CmpiStatus(CMPI_RC_OK);
@@ -134,9 +147,25 @@ CmpiStatus GetDevConnByPortRef(CmpiResult& result, const CmpiObjectPath& source)
   return GiveConnection(result, source, Paths(result));
 }
 
-CmpiStatus NotFound(const char* text, const std::string& item) {
-  syslog(LOG_DEBUG, "PCIDeviceConnection gi%s %s", text, item.c_str());
-  return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+/// The name of the port in a role of a requested pair; a role or name that is missing is the name
+/// of no port.
+std::string PortNameInRole(const CmpiObjectPath& pair, const char* role) {
+  try {
+    return KeyText(CmpiObjectPath(pair.getKey(role)), kDeviceIdKey);
+  } catch (const CmpiStatus&) {
+    return {};
+  }
+}
+
+void LogMissingHome(const Home& home, const std::string& item) {
+  if (home.name.empty()) {
+    syslog(LOG_DEBUG, "PCIDeviceConnection gi item %s not found", item.c_str());
+  } else if (!IsPortName(home.name)) {
+    syslog(LOG_DEBUG, "PCIDeviceConnection gi no portNames, found using '%s'", home.name.c_str());
+  } else {
+    syslog(LOG_DEBUG, "PCIDeviceConnection gi FAILED LookupPortEntry(parentID) = %s",
+           home.name.c_str());
+  }
 }
 
 }  // namespace
@@ -162,28 +191,25 @@ CmpiStatus PCIDeviceConnection::enumInstances(const CmpiContext&, CmpiResult& re
 CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& result,
                                             const CmpiObjectPath& cop, const char** properties) {
   syslog(LOG_DEBUG, "PCIDeviceConnection gi using item '%s'", cop.toString().charPtr());
-  const std::string dependent = KeyText(CmpiObjectPath(cop.getKey("Dependent")), kDeviceIdKey);
+  const std::string dependent = PortNameInRole(cop, kDeviceConnection.secondRole);
   const PortEntry& port = LookupPortEntry(dependent);
   if (port.portName.empty()) {
-    return NotFound(": lookup item", "'" + dependent + "' not found");
+    syslog(LOG_DEBUG, "PCIDeviceConnection gi: lookup item '%s' not found", dependent.c_str());
+    return NotFound();
   }
-  const std::string homeName = BuildPortFromDevice(port.ownerAddress);
-  if (homeName.empty()) return NotFound(" item", dependent + " not found");
-  if (!IsPortName(homeName)) {
-    return NotFound(" no portNames, found using", "'" + homeName + "'");
+  const Home home = FindHome(port);
+  if (home.port == nullptr) {
+    LogMissingHome(home, dependent);
+    return NotFound();
   }
-  const PortEntry& home = LookupPortEntry(homeName);
-  if (home.device == nullptr) {
-    return NotFound(" FAILED LookupPortEntry(parentID) =", homeName);
-  }
-  const std::string antecedent = KeyText(CmpiObjectPath(cop.getKey("Antecedent")), kDeviceIdKey);
-  const PortEntry& other = LookupPortEntry(antecedent);
-  if (other.device == nullptr) {
+  const std::string antecedent = PortNameInRole(cop, kDeviceConnection.firstRole);
+  const PortEntry* other = WithDevice(LookupPortEntry(antecedent));
+  if (other == nullptr) {
     syslog(LOG_DEBUG, "PCIDeviceConnection gi FAILED FindConnectedPort(%s)", antecedent.c_str());
-    return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+    return NotFound();
   }
-  result.returnData(MakePCIDeviceConnection(MakePCIPortRef(home.portName),
-                                            MakePCIPortRef(other.portName), properties));
+  result.returnData(MakePCIDeviceConnection(MakePCIPortRef(home.port->portName),
+                                            MakePCIPortRef(other->portName), properties));
   result.returnDone();
   return CmpiStatus(CMPI_RC_OK);
 }

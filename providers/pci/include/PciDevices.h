@@ -43,6 +43,8 @@ zelInt::CmpiInstance MakeDeviceInstance(const PciDevice* device, const zelInt::C
 
 /// The text of a path's key; null is empty. Throws CmpiStatus as the binding does.
 std::string KeyText(const zelInt::CmpiObjectPath& path, const char* key);
+/// The same, but a key that is missing or no text is empty too.
+std::string KeyTextOrEmpty(const zelInt::CmpiObjectPath& path, const char* key);
 
 /// Every plain device, as instances and as paths.
 void DeviceList(zelInt::CmpiResult& result, const char** properties);
