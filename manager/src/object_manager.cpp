@@ -49,18 +49,22 @@ void throwUnlessOk(const CMPIStatus& status, const std::string& className) {
   throw CimError(status.rc, text.empty() ? "the provider of " + className + " reports it" : text);
 }
 
-/// One factory of a library with the record that it makes on the first request.
+/// One factory of a library with the record that it makes on the first request. The factories of a
+/// class share a mutex: providers test for their one object and make it without a lock of their
+/// own.
 template <class Record>
 class Factory {
  public:
   Factory() = default;
-  Factory(void* symbol, std::string name)
-      : create_(reinterpret_cast<Create>(symbol)), name_(std::move(name)) {}
+  Factory(void* symbol, std::string name, std::shared_ptr<std::mutex> creation)
+      : create_(reinterpret_cast<Create>(symbol)),
+        name_(std::move(name)),
+        creation_(std::move(creation)) {}
 
   bool exists() const { return create_ != nullptr; }
 
   Record& record(const CMPIBroker* broker) {
-    const std::lock_guard<std::mutex> lock(*mutex_);
+    const std::lock_guard<std::mutex> lock(*creation_);
     if (record_ == nullptr) record_ = make(broker);
     return *record_;
   }
@@ -96,10 +100,11 @@ class Factory {
   Create create_ = nullptr;
   std::string name_;
   Record* record_ = nullptr;
-  std::unique_ptr<std::mutex> mutex_ = std::make_unique<std::mutex>();
+  std::shared_ptr<std::mutex> creation_;
 };
 
 struct ClassProvider {
+  std::shared_ptr<std::mutex> creation = std::make_shared<std::mutex>();
   Factory<CMPIInstanceMI> instance;
   Factory<CMPIAssociationMI> association;
 };
@@ -262,19 +267,20 @@ class ObjectManager::Providers : public Upcalls {
  private:
   bool take(const Library& library, const std::string& className) {
     ClassProvider& provider = byClass_[className];
-    const bool instance = takeFactory(library, className + "_Create_InstanceMI", provider.instance);
-    const bool association =
-        takeFactory(library, className + "_Create_AssociationMI", provider.association);
+    const bool instance = takeFactory(library, className + "_Create_InstanceMI", provider.instance,
+                                      provider.creation);
+    const bool association = takeFactory(library, className + "_Create_AssociationMI",
+                                         provider.association, provider.creation);
     if (!provider.instance.exists() && !provider.association.exists()) byClass_.erase(className);
     return instance || association;
   }
 
   template <class Record>
-  static bool takeFactory(const Library& library, const std::string& name,
-                          Factory<Record>& factory) {
+  static bool takeFactory(const Library& library, const std::string& name, Factory<Record>& factory,
+                          const std::shared_ptr<std::mutex>& creation) {
     void* symbol = library.symbol(name);
     if (symbol == nullptr) return false;
-    if (!factory.exists()) factory = Factory<Record>(symbol, name);
+    if (!factory.exists()) factory = Factory<Record>(symbol, name, creation);
     return true;
   }
 
