@@ -21,20 +21,41 @@ ConfigSpace::ConfigSpace(std::vector<std::uint8_t> bytes) : bytes_(std::move(byt
   bytes_.shrink_to_fit();
 }
 
+void ConfigSpace::Put(std::size_t offset, std::uint8_t byte) {
+  if (offset >= kMostBytes) return;
+  if (offset > bytes_.size()) {
+    missing_.resize(bytes_.size(), false);
+    missing_.resize(offset, true);
+  }
+  if (offset >= bytes_.size()) bytes_.resize(offset + 1);
+  if (offset < missing_.size()) missing_[offset] = false;
+  bytes_[offset] = byte;
+}
+
+bool ConfigSpace::Has(std::size_t offset, std::size_t count) const {
+  if (offset + count > bytes_.size()) return false;
+  for (std::size_t at = offset; at < offset + count && at < missing_.size(); ++at) {
+    if (missing_[at]) return false;
+  }
+  return true;
+}
+
 std::uint8_t ConfigSpace::Byte(std::size_t offset) const {
-  return offset < bytes_.size() ? bytes_[offset] : std::uint8_t{0};
+  return Has(offset) ? bytes_[offset] : std::uint8_t{0};
 }
 
 std::uint16_t ConfigSpace::Word(std::size_t offset) const {
-  return static_cast<std::uint16_t>(Byte(offset) | (Byte(offset + 1) << 8U));
+  if (!Has(offset, 2)) return 0;
+  return static_cast<std::uint16_t>(bytes_[offset] | (bytes_[offset + 1] << 8U));
 }
 
 std::uint32_t ConfigSpace::Long(std::size_t offset) const {
+  if (!Has(offset, 4)) return 0;
   return Word(offset) | (static_cast<std::uint32_t>(Word(offset + 2)) << 16U);
 }
 
 std::uint8_t ConfigSpace::HeaderType() const {
-  return static_cast<std::uint8_t>(Byte(0x0e) & 0x7fU);
+  return Has(0x0e) ? static_cast<std::uint8_t>(bytes_[0x0e] & 0x7fU) : kUnknownHeader;
 }
 std::uint16_t ConfigSpace::VendorId() const {
   return Word(0x00);
@@ -82,14 +103,19 @@ std::uint8_t ConfigSpace::SubordinateBus() const {
   return IsBridgeHeader() ? Byte(0x1a) : std::uint8_t{0};
 }
 
+std::size_t ConfigSpace::FirstCapability() const {
+  // Status register, bit 4: there is a list.
+  if ((Word(kStatus) & 0x10U) == 0 || HeaderType() > 2) return 0;
+  return Byte(HeaderType() == 2 ? 0x14 : 0x34) & 0xfcU;
+}
+
 std::size_t ConfigSpace::FindCapability(std::uint8_t id) const {
-  // Status register, bit 4: there is a list. It lies behind the header, in the first 256 bytes.
-  if ((Word(kStatus) & 0x10U) == 0) return 0;
+  // The list lies behind the header, in the first 256 bytes.
   std::bitset<256> visited;
-  std::size_t offset = Byte(HeaderType() == 2 ? 0x14 : 0x34) & 0xfcU;
-  while (offset >= 0x40 && offset + 1 < bytes_.size() && !visited[offset]) {
+  std::size_t offset = FirstCapability();
+  while (offset >= 0x40 && Has(offset) && !visited[offset]) {
     visited[offset] = true;
-    if (Byte(offset) == id) return offset;
+    if (bytes_[offset] == id) return offset;
     offset = Byte(offset + 1) & 0xfcU;
   }
   return 0;
@@ -97,7 +123,7 @@ std::size_t ConfigSpace::FindCapability(std::uint8_t id) const {
 
 std::int32_t ConfigSpace::PcieDeviceType() const {
   const std::size_t capability = FindCapability(kPciExpress);
-  if (capability == 0 || capability + 3 >= bytes_.size()) return -1;
+  if (capability == 0 || !Has(capability + 2, 2)) return -1;
   return static_cast<std::int32_t>((Word(capability + 2) >> 4U) & 0xfU);
 }
 
@@ -111,7 +137,7 @@ std::vector<std::uint32_t> ConfigSpace::CimCapabilities() const {
   const std::uint16_t status = Word(kStatus);
   const std::size_t express = FindCapability(kPciExpress);
   // Link capabilities register, bits 3:0.
-  const unsigned linkSpeed = express != 0 ? Byte(express + 0x0c) & 0xfU : 0U;
+  const std::uint32_t linkSpeed = express != 0 ? Long(express + 0x0c) & 0xfU : 0U;
   const std::pair<std::uint32_t, bool> values[] = {
       {2, (status & 0x20U) != 0},
       {3, (status & 0x40U) != 0},

@@ -1,8 +1,10 @@
 #include "function_record.h"
 
 #include <cctype>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 
 namespace HostCtl {
 
@@ -46,6 +48,14 @@ std::size_t ParseAddress(const std::string& text, FunctionAddress& address) {
   address = {segment, static_cast<std::uint8_t>(bus), static_cast<std::uint8_t>(device),
              static_cast<std::uint8_t>(text[at] - '0')};
   return at + 1;
+}
+
+std::optional<std::int32_t> LeadingNumber(std::string_view text) {
+  std::uint32_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  constexpr std::uint32_t kMost = std::numeric_limits<std::int32_t>::max();
+  if (error != std::errc() || number > kMost) return std::nullopt;
+  return static_cast<std::int32_t>(number);
 }
 
 }  // namespace HostCtl

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -30,6 +31,9 @@ struct FunctionAddress {
 /// took, 0 when the text does not start with an address.
 std::size_t ParseAddress(const std::string& text, FunctionAddress& address);
 
+/// The number that a text begins with, in decimal digits; nothing without one that fits.
+std::optional<std::int32_t> LeadingNumber(std::string_view text);
+
 /// What an input says of one function. What it does not say comes from configuration space.
 struct FunctionRecord {
   FunctionAddress address;
@@ -41,8 +45,8 @@ struct FunctionRecord {
   std::optional<std::uint16_t> classCode;
   std::optional<std::uint8_t> revisionId;
   std::optional<std::int32_t> slot;
-  /// Address text of the parent, where the input names it.
-  std::optional<std::string> parentAddress;
+  /// Where the parent sits, where the input names it.
+  std::optional<FunctionAddress> parentAddress;
 };
 
 /// What was read. `parentsKnown` says that the input itself tells parents.
@@ -54,6 +58,9 @@ struct HostInput {
 /// Reads a saved inventory. Throws HostCtl::Lib::HostCtlException naming the file and the reason;
 /// lines that cannot be read are skipped and reported once.
 HostInput ReadInventory(const std::string& file);
+
+/// Reads the text of a saved inventory; `name` stands for it in messages. As above.
+HostInput ReadInventoryText(std::string_view text, const std::string& name);
 
 /// Reads the live host below a sysfs root. Throws as above.
 HostInput ReadSysfs(const std::string& root);

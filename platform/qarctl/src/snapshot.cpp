@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
-#include <unordered_map>
 #include <utility>
 
 namespace HostCtl {
@@ -113,33 +111,42 @@ Snapshot::Snapshot(HostInput input) : functions_(std::move(input.functions)) {
 }
 
 void Snapshot::FindParentsByName() {
-  std::unordered_map<std::string, std::size_t> byAddress;
-  for (std::size_t index = 0; index < functions_.size(); ++index) {
-    byAddress.emplace(functions_[index].address.ToText(), index);
-  }
+  const auto isBefore = [](const FunctionRecord& function, const FunctionAddress& address) {
+    return function.address < address;
+  };
   for (std::size_t index = 0; index < functions_.size(); ++index) {
     const auto& name = functions_[index].parentAddress;
-    const auto found = name ? byAddress.find(*name) : byAddress.end();
-    if (found != byAddress.end() && found->second != index) parents_[index] = found->second;
+    if (!name) continue;
+    const auto found = std::lower_bound(functions_.begin(), functions_.end(), *name, isBefore);
+    if (found == functions_.end() || *name < found->address) continue;
+    const auto parent = static_cast<std::size_t>(found - functions_.begin());
+    if (parent != index) parents_[index] = parent;
+  }
+}
+
+// Each segment stands together: the functions are in order.
+void Snapshot::FindParentsByBusRange() {
+  std::size_t begin = 0;
+  for (std::size_t end = 1; end <= functions_.size(); ++end) {
+    const std::uint32_t segment = functions_[begin].address.segment;
+    if (end < functions_.size() && functions_[end].address.segment == segment) continue;
+    FindParentsInSegment(begin, end);
+    begin = end;
   }
 }
 
 // Every bridge is looked at once for each bus that it claims, every function once.
-void Snapshot::FindParentsByBusRange() {
-  std::map<std::uint32_t, BusClaims> segments;
-  for (std::size_t index = 0; index < functions_.size(); ++index) {
+void Snapshot::FindParentsInSegment(std::size_t begin, std::size_t end) {
+  BusClaims claims{};
+  for (std::size_t index = begin; index < end; ++index) {
     const ConfigSpace& config = functions_[index].config;
     const unsigned first = config.SecondaryBus();
     const unsigned last = config.SubordinateBus();
-    if (!config.IsBridgeHeader() || first == 0 || last < first) continue;
-    BusClaims& claims = segments[functions_[index].address.segment];
+    if (first == 0 || last < first) continue;
     for (unsigned bus = first; bus <= last; ++bus) Offer(claims[bus], {index, last - first});
   }
-  for (std::size_t index = 0; index < functions_.size(); ++index) {
-    const FunctionAddress& address = functions_[index].address;
-    const auto segment = segments.find(address.segment);
-    if (segment == segments.end()) continue;
-    const auto& best = segment->second[address.bus];
+  for (std::size_t index = begin; index < end; ++index) {
+    const auto& best = claims[functions_[index].address.bus];
     parents_[index] = best[0].index == index ? best[1].index : best[0].index;
   }
 }

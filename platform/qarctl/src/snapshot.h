@@ -27,6 +27,7 @@ class Snapshot : public std::enable_shared_from_this<Snapshot> {
  private:
   void FindParentsByName();
   void FindParentsByBusRange();
+  void FindParentsInSegment(std::size_t begin, std::size_t end);
 
   std::vector<FunctionRecord> functions_;
   std::vector<std::size_t> parents_;
