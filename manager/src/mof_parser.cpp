@@ -93,7 +93,8 @@ class MofParser {
   void parseFeature(ClassDeclaration& declaration);
   void parseTypedFeature(ClassDeclaration& declaration, QualifierMap qualifiers);
   void parseProperty(ClassDeclaration& declaration, PropertyDeclaration property);
-  void parseParameters();
+  void parseMethod(ClassDeclaration& declaration, MethodDeclaration method);
+  PropertyDeclaration parseParameter();
   void parseInstance();
   void parseInstanceProperty(MofInstance& instance);
 
@@ -242,9 +243,7 @@ void MofParser::parseTypedFeature(ClassDeclaration& declaration, QualifierMap qu
   }
   const MofToken name = takeName("a name");
   if (!isReference && isPunctuation('(')) {
-    parseParameters();
-    declaration.methods.push_back(name.text);
-    return;
+    return parseMethod(declaration, {name.text, known, std::move(property.qualifiers), {}});
   }
   if (!isReference && !known) failAt(type.place, "a property cannot be of type void");
   property.name = name.text;
@@ -266,22 +265,34 @@ void MofParser::parseProperty(ClassDeclaration& declaration, PropertyDeclaration
   declaration.properties.push_back(std::move(property));
 }
 
-void MofParser::parseParameters() {
+void MofParser::parseMethod(ClassDeclaration& declaration, MethodDeclaration method) {
   expect('(');
   while (!isPunctuation(')')) {
-    parseQualifiers();
-    const MofToken type = takeName("a parameter or ')'");
-    if (!takeIf("ref") && !typeFromKeyword(type.text)) {
-      failAt(type.place, "unknown type '" + type.text + "'");
-    }
-    takeName("the parameter's name");
-    PropertyDeclaration shape;
-    parseDimension(shape);
-    if (takeIf('=')) parseValue();
+    method.parameters.push_back(parseParameter());
     if (!takeIf(',')) break;
   }
   expect(')');
   expect(';');
+  declaration.methods.push_back(std::move(method));
+}
+
+PropertyDeclaration MofParser::parseParameter() {
+  PropertyDeclaration parameter;
+  parameter.qualifiers = parseQualifiers();
+  const MofToken type = takeName("a parameter or ')'");
+  const std::optional<CimType> known = typeFromKeyword(type.text);
+  if (takeIf("ref")) {
+    parameter.type = CimType::kReference;
+    parameter.referenceClass = type.text;
+  } else if (known) {
+    parameter.type = *known;
+  } else {
+    failAt(type.place, "unknown type '" + type.text + "'");
+  }
+  parameter.name = takeName("the parameter's name").text;
+  parseDimension(parameter);
+  if (takeIf('=')) parseValue();
+  return parameter;
 }
 
 void MofParser::parseInstance() {

@@ -155,7 +155,7 @@ TEST(MofTest, RefusesDefaultsOfAnotherType) {
   }
 }
 
-TEST(MofTest, KeepsMethodsByName) {
+TEST(MofTest, KeepsMethodsWithTheirParameters) {
   const auto repository = ClassRepository::parse(R"(
     class A {
         [Description("resets")]
@@ -163,7 +163,18 @@ TEST(MofTest, KeepsMethodsByName) {
       void Nothing();
       string p;
     };)");
-  EXPECT_EQ(repository.find("A")->methods, (std::vector<std::string>{"Reset", "Nothing"}));
+  const auto& methods = repository.find("A")->methods;
+  ASSERT_EQ(methods.size(), 2u);
+  EXPECT_EQ(methods[0].name, "Reset");
+  EXPECT_EQ(methods[0].returnType, CimType::kUint32);
+  EXPECT_EQ(findQualifier(methods[0].qualifiers, "Description")->text(), "resets");
+  ASSERT_EQ(methods[0].parameters.size(), 3u);
+  EXPECT_EQ(methods[0].parameters[0].type, CimType::kUint16);
+  EXPECT_TRUE(findQualifier(methods[0].parameters[0].qualifiers, "In")->isTrue());
+  EXPECT_EQ(methods[0].parameters[1].referenceClass, "A");
+  EXPECT_TRUE(methods[0].parameters[2].isArray);
+  EXPECT_EQ(methods[1].name, "Nothing");
+  EXPECT_EQ(methods[1].returnType, std::nullopt);
   EXPECT_EQ(repository.allProperties("A").size(), 1u);
 }
 

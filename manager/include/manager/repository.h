@@ -89,6 +89,16 @@ struct PropertyDeclaration {
   std::size_t column = 0;
 };
 
+/// One method of a class. A parameter is declared as a property is; of its fields a parameter uses
+/// name, type, isArray, arraySize, referenceClass and qualifiers.
+struct MethodDeclaration {
+  std::string name;
+  /// Nothing for a method that returns void.
+  std::optional<CimType> returnType;
+  QualifierMap qualifiers;
+  std::vector<PropertyDeclaration> parameters;
+};
+
 /// A class as its MOF declares it; what it inherits is the repository's to add.
 struct ClassDeclaration {
   std::string name;
@@ -97,8 +107,8 @@ struct ClassDeclaration {
   QualifierMap qualifiers;
   /// The properties that the class itself declares, in the order of the text.
   std::vector<PropertyDeclaration> properties;
-  /// The methods that the class itself declares, by name.
-  std::vector<std::string> methods;
+  /// The methods that the class itself declares, in the order of the text.
+  std::vector<MethodDeclaration> methods;
   /// True also when a superclass is an association.
   bool isAssociation = false;
   bool isAbstract = false;

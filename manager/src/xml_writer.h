@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cimom {
+
+/// Builds an XML document in memory. Whatever bytes it is given, the document is well-formed
+/// UTF-8: a byte that is no part of a UTF-8 character becomes the character that ISO 8859-1 gives
+/// it, so old name lists stay readable, and what XML cannot hold becomes U+FFFD. Names of elements
+/// and attributes are the program's own and not checked. Not safe for several threads.
+class XmlWriter {
+ public:
+  /// A place to which the document can be taken back.
+  struct Mark {
+    std::size_t length;
+    std::size_t depth;
+  };
+
+  /// Starts with the XML declaration.
+  XmlWriter();
+
+  void start(const char* element);
+  /// Only right after start().
+  void attribute(const char* name, std::string_view value);
+  void text(std::string_view text);
+  void end();
+
+  /// Only where no tag is half written: after text(), end() or a mark's first child.
+  Mark mark();
+  void rewind(const Mark& mark);
+
+  /// The document; all elements must be ended.
+  std::string take();
+
+ private:
+  void finishTag();
+
+  std::string out_;
+  std::vector<const char*> open_;
+  bool inTag_ = false;
+};
+
+/// An element that ends with its scope.
+class XmlElement {
+ public:
+  XmlElement(XmlWriter& writer, const char* name) : writer_(writer) { writer.start(name); }
+  ~XmlElement() { writer_.end(); }
+  XmlElement(const XmlElement&) = delete;
+  XmlElement& operator=(const XmlElement&) = delete;
+
+  XmlElement& attribute(const char* name, std::string_view value) {
+    writer_.attribute(name, value);
+    return *this;
+  }
+
+ private:
+  XmlWriter& writer_;
+};
+
+}  // namespace cimom
