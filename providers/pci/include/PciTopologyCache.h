@@ -40,8 +40,9 @@ using PortPointers = std::vector<const PortEntry*>;
 using PortBuckets = std::unordered_map<std::string, PortPointers>;
 
 /// Builds the snapshot on the first call of the process; callers that arrive meanwhile wait.
-/// Answers pthread_once's code. A failure to learn the system's name passes out of it; any other
-/// failure is logged and leaves the snapshot as far as it got.
+/// Answers pthread_once's code. A failure to learn the system's name passes out of it, and the next
+/// call starts anew (glibc's pthread_once counts no call that throws); any other failure is logged
+/// and leaves the snapshot as far as it got, for good.
 int LoadCache();
 
 /// Every function that the host reported, in its order.
