@@ -232,7 +232,7 @@ bool isAssociationOperation(Operation operation) {
 ProviderUnderTest::ProviderUnderTest(const char* library)
     : manager_(
           std::make_unique<cimom::ObjectManager>(std::make_shared<const cimom::ClassRepository>(
-              cimom::ClassRepository::loadDirectory(SCHEMA_DIRECTORY)))),
+              cimom::ClassRepository::load({SCHEMA_DIRECTORY, SUBCLASSES_DIRECTORY})))),
       library_(dlopen(library, RTLD_NOW | RTLD_LOCAL)) {
   if (library_ == nullptr) ADD_FAILURE() << dlerror();
   manager_->loadProvider(library);
