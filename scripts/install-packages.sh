@@ -1,12 +1,14 @@
 #!/bin/bash
 # Installs the Debian packages that a job needs and that are missing.
-# Usage: scripts/install-packages.sh GROUP...     (groups: build, test, lint)
+# Usage: scripts/install-packages.sh GROUP...     (groups: build, test, vm, package, lint)
 set -euo pipefail
 
 declare -A groups=(
   [build]="cmake ninja-build g++ libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libcpp-httplib-dev"
-  [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils"
-  [lint]="clang clang-format clang-tidy libclang-rt-14-dev"
+  [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file"
+  [vm]="qemu-system-x86"
+  [package]="dpkg-dev file"
+  [lint]="clang clang-format clang-tidy libclang-rt-14-dev shellcheck"
 )
 
 usage() {

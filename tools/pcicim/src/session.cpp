@@ -27,22 +27,25 @@ std::filesystem::path programDirectory() {
 }
 
 /// The first of the candidates, below the directory above the program's, that is there.
-std::filesystem::path findBeside(const std::vector<std::string>& candidates) {
+std::filesystem::path findBeside(const std::vector<std::filesystem::path>& candidates) {
   const std::filesystem::path base = programDirectory().parent_path();
-  for (const std::string& candidate : candidates) {
-    if (std::filesystem::exists(base / candidate)) {
-      return base / candidate;
+  std::string places;
+  for (const std::filesystem::path& candidate : candidates) {
+    const std::filesystem::path place = base / candidate;
+    if (std::filesystem::exists(place)) {
+      return place;
     }
+    places += (places.empty() ? "" : ", ") + place.string();
   }
-  throw std::runtime_error("not found: " + (base / candidates.front()).string());
+  throw std::runtime_error("not found: " + places);
 }
 
+/// In a build tree all libraries are in one directory; it comes first, since the place of
+/// installation may be an absolute one.
 std::filesystem::path findProvider(const std::string& name) {
-  std::vector<std::string> candidates;
-  for (const char* directory : {"lib", "lib64/cim", "lib/cim", "lib64"}) {
-    candidates.push_back(std::string(directory) + '/' + name);
-  }
-  return findBeside(candidates);
+  const std::filesystem::path built = "lib";
+  const std::filesystem::path installed = PCICIM_PROVIDER_DIRECTORY;
+  return findBeside({built / name, installed / name});
 }
 
 void setVariable(const char* name, const std::string& value) {

@@ -1,0 +1,28 @@
+# Runs between staging and packing: gives each package what Debian expects of one.
+# CPack leaves it behind, and file(INSTALL) would put it in front of the destination.
+unset(ENV{DESTDIR})
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+
+function(compress file)
+  execute_process(COMMAND gzip -9nf ${file} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  string(TOUPPER ${component} upper)
+  set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  set(stage ${CPACK_TEMPORARY_DIRECTORY}/${component}${CPACK_PACKAGING_INSTALL_PREFIX})
+  set(documents ${stage}/share/doc/${package})
+  file(INSTALL ${CPACK_PCIPROVIDER_DEBIAN_FILES}/copyright DESTINATION ${documents} MESSAGE_NEVER)
+  file(INSTALL ${CPACK_PCIPROVIDER_DEBIAN_FILES}/changelog DESTINATION ${documents}
+       RENAME changelog.Debian MESSAGE_NEVER)
+  compress(${documents}/changelog.Debian)
+  file(GLOB manuals ${stage}/share/man/man*/*)
+  foreach(manual IN LISTS manuals)
+    compress(${manual})
+  endforeach()
+  # Installed packages have their libraries in the loader's own directories.
+  file(GLOB providers ${stage}/${CPACK_PCIPROVIDER_PROVIDER_DIR}/*.so)
+  foreach(provider IN LISTS providers)
+    file(RPATH_REMOVE FILE ${provider})
+  endforeach()
+endforeach()

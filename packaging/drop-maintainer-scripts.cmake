@@ -1,0 +1,13 @@
+# Runs on the packages made: CPack adds scripts that call ldconfig to packages with libraries, for
+# which the ldconfig trigger is the right way.
+foreach(package IN LISTS CPACK_PACKAGE_FILES)
+  set(unpacked ${package}.unpacked)
+  file(REMOVE_RECURSE ${unpacked})
+  execute_process(COMMAND dpkg-deb --raw-extract ${package} ${unpacked} COMMAND_ERROR_IS_FATAL ANY)
+  if(EXISTS ${unpacked}/DEBIAN/postinst OR EXISTS ${unpacked}/DEBIAN/postrm)
+    file(REMOVE ${unpacked}/DEBIAN/postinst ${unpacked}/DEBIAN/postrm)
+    execute_process(COMMAND dpkg-deb --root-owner-group -Zxz --build ${unpacked} ${package}
+                    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+  endif()
+  file(REMOVE_RECURSE ${unpacked})
+endforeach()
