@@ -23,6 +23,12 @@ CmpiArrayIdx& CmpiArrayIdx::operator=(const CmpiData& value) {
   return *this;
 }
 
+// An element assigned to itself is read and stored again.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
+CmpiArrayIdx& CmpiArrayIdx::operator=(const CmpiArrayIdx& other) {
+  return *this = static_cast<CmpiData>(other);
+}
+
 CmpiArrayIdx::operator CmpiData() const {
   CMPIStatus status{CMPI_RC_OK, nullptr};
   const CMPIData data = array_->ft->getElementAt(array_, index_, &status);

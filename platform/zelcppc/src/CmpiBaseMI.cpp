@@ -13,8 +13,10 @@ bool keepsProvider(CMPIrc code) {
 
 /// A provider that asks to stay keeps its user; any other answer lets the user go.
 CMPIStatus runCleanup(CmpiBaseMI& provider, CmpiContext& context, bool terminating) {
-  if (!terminating && !provider.isUnloadable()) return {CMPI_RC_DO_NOT_UNLOAD, nullptr};
-  return statusOf([&]() { return provider.cleanup(context, terminating); });
+  return statusOf([&]() {
+    if (!terminating && !provider.isUnloadable()) return CmpiStatus(CMPI_RC_DO_NOT_UNLOAD);
+    return provider.cleanup(context, terminating);
+  });
 }
 
 template <class Record>

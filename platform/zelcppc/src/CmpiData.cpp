@@ -41,10 +41,6 @@ CmpiData::CmpiData(unsigned short value) : data_(goodData(CMPI_uint16)) {
   data_.value.uint16 = value;
 }
 
-CmpiData::CmpiData(bool value) : data_(goodData(CMPI_boolean)) {
-  data_.value.boolean = value ? 1 : 0;
-}
-
 CmpiData::CmpiData(const CmpiArray& array)
     : data_(goodData(static_cast<CMPIType>(CMPI_ARRAY | array.elementType()))) {
   data_.value.array = const_cast<CMPIArray*>(array.getHandle());

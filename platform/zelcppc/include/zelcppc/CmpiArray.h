@@ -10,9 +10,12 @@ namespace zelInt {
 class ZELCPPC_EXPORT CmpiArrayIdx {
  public:
   CmpiArrayIdx(const CMPIArray* array, CMPICount index) : array_(array), index_(index) {}
+  CmpiArrayIdx(const CmpiArrayIdx&) = default;
 
   /// Stores the value; throws CmpiStatus when the broker refuses it.
   CmpiArrayIdx& operator=(const CmpiData& value);
+  /// Stores the other element's value, so that one element can be assigned to another.
+  CmpiArrayIdx& operator=(const CmpiArrayIdx& other);
   /// Reads the element; throws CmpiStatus when the broker cannot.
   operator CmpiData() const;
 

@@ -3,6 +3,8 @@
 #include <cmpi/cmpi.h>
 #include <zelcppc/Export.h>
 
+#include <concepts>
+
 namespace zelInt {
 
 class CmpiArray;
@@ -19,7 +21,10 @@ class ZELCPPC_EXPORT CmpiData {
   CmpiData(const char* text);
   CmpiData(unsigned char value);
   CmpiData(unsigned short value);
-  CmpiData(bool value);
+  /// From bool alone: every pointer would turn into one.
+  template <std::same_as<bool> Boolean>
+  CmpiData(Boolean value)
+      : data_{CMPI_boolean, CMPI_goodValue, {.boolean = static_cast<CMPIBoolean>(value)}} {}
   CmpiData(const CmpiArray& array);
   CmpiData(const CmpiObjectPath& path);
 

@@ -1,0 +1,284 @@
+// The entry points of the function tables, called as an object manager calls them.
+#include "binding_test.h"
+#include "scripted_provider.h"
+
+#include <ProviderFactory.h>
+#include <zelcppc/CmpiResult.h>
+
+#include <ostream>
+#include <stdexcept>
+
+namespace zelInt {
+namespace {
+
+using test_support::DecoratedBroker;
+using testing::IsEmpty;
+
+const CMPIInstanceMIFT kInstanceTable = providers::makeInstanceTable("instanceThing");
+const CMPIAssociationMIFT kAssociationTable = providers::makeAssociationTable("associationThing");
+
+/// What an object manager sends with a request.
+struct Request {
+  void* provider;
+  const CMPIContext* context;
+  const CMPIResult* result;
+  const CMPIObjectPath* path;
+  const CMPIInstance* instance;
+  const char** properties;
+};
+
+struct Operation {
+  const char* name;
+  CMPIStatus (*send)(const Request&);
+  /// What the provider sees of the filters and lists.
+  const char* seen;
+};
+
+void PrintTo(const Operation& operation, std::ostream* out) {
+  *out << operation.name;
+}
+
+template <auto Slot, class... Arguments>
+CMPIStatus sendToInstances(const Request& request, Arguments... arguments) {
+  CMPIInstanceMI mi{request.provider, &kInstanceTable};
+  return (mi.ft->*Slot)(&mi, request.context, request.result, request.path, arguments...);
+}
+
+template <auto Slot, class... Arguments>
+CMPIStatus sendToAssociations(const Request& request, Arguments... arguments) {
+  CMPIAssociationMI mi{request.provider, &kAssociationTable};
+  return (mi.ft->*Slot)(&mi, request.context, request.result, request.path, arguments...);
+}
+
+constexpr const char* kNone = nullptr;
+
+const Operation kOperations[] = {
+    {"EnumInstanceNames",
+     [](const Request& r) { return sendToInstances<&CMPIInstanceMIFT::enumerateInstanceNames>(r); },
+     "enumInstanceNames"},
+    {"EnumInstances",
+     [](const Request& r) {
+       return sendToInstances<&CMPIInstanceMIFT::enumerateInstances>(r, r.properties);
+     },
+     "enumInstances [Name;Note;]"},
+    {"GetInstance",
+     [](const Request& r) {
+       return sendToInstances<&CMPIInstanceMIFT::getInstance>(r, r.properties);
+     },
+     "getInstance [Name;Note;]"},
+    {"CreateInstance",
+     [](const Request& r) {
+       return sendToInstances<&CMPIInstanceMIFT::createInstance>(r, r.instance);
+     },
+     "createInstance instance"},
+    {"SetInstance",
+     [](const Request& r) {
+       return sendToInstances<&CMPIInstanceMIFT::modifyInstance>(r, r.instance, r.properties);
+     },
+     "setInstance instance [Name;Note;]"},
+    {"DeleteInstance",
+     [](const Request& r) { return sendToInstances<&CMPIInstanceMIFT::deleteInstance>(r); },
+     "deleteInstance"},
+    {"ExecQuery",
+     [](const Request& r) {
+       return sendToInstances<&CMPIInstanceMIFT::execQuery>(r, "select", "DMTF:CQL");
+     },
+     "execQuery select DMTF:CQL"},
+    {"Associators",
+     [](const Request& r) {
+       return sendToAssociations<&CMPIAssociationMIFT::associators>(r, "A", "B", "C", "D",
+                                                                    r.properties);
+     },
+     "associators A B C D [Name;Note;]"},
+    {"AssociatorsWithoutFilters",
+     [](const Request& r) {
+       return sendToAssociations<&CMPIAssociationMIFT::associators>(
+           r, kNone, kNone, kNone, kNone, static_cast<const char**>(nullptr));
+     },
+     "associators null null null null null"},
+    {"AssociatorNames",
+     [](const Request& r) {
+       return sendToAssociations<&CMPIAssociationMIFT::associatorNames>(r, "A", "B", "C", "D");
+     },
+     "associatorNames A B C D"},
+    {"References",
+     [](const Request& r) {
+       return sendToAssociations<&CMPIAssociationMIFT::references>(r, "B", "C", r.properties);
+     },
+     "references B C [Name;Note;]"},
+    {"ReferenceNames",
+     [](const Request& r) {
+       return sendToAssociations<&CMPIAssociationMIFT::referenceNames>(r, "B", "C");
+     },
+     "referenceNames B C"},
+};
+
+/// A provider of instances alone that overrides nothing.
+class PlainInstances : public virtual CmpiInstanceMI {
+ public:
+  PlainInstances(const CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context) {}
+};
+/// The same for associations.
+class PlainAssociations : public virtual CmpiAssociationMI {
+ public:
+  PlainAssociations(const CmpiBroker& broker, const CmpiContext& context)
+      : CmpiBaseMI(broker, context), CmpiAssociationMI(broker, context) {}
+};
+
+class DriverTest : public BindingTest, public testing::WithParamInterface<Operation> {
+ protected:
+  Request requestTo(CmpiBaseMI* target) {
+    return {target, context, result, path, instance.getHandle(), properties};
+  }
+  CMPIStatus send() { return GetParam().send(requestTo(&provider)); }
+  CMPIStatus send(const decltype(ScriptedProvider::act)& act) {
+    provider.act = act;
+    return send();
+  }
+
+  /// Sends to a provider that throws the given object.
+  template <class Thrown>
+  CMPIStatus sendToThrower(const Thrown& thrown) {
+    return send([&](const CmpiContext&, CmpiResult&, const CmpiObjectPath&) -> CmpiStatus {
+      throw thrown;
+    });
+  }
+  static std::string messageOf(const CMPIStatus& status) {
+    return CmpiString(status.msg).charPtr();
+  }
+
+  cimom::RequestAnswers answers;
+  CMPIContext* context = request.newContext("root/cimv2", 0);
+  CMPIResult* result = request.newResult(answers);
+  CMPIObjectPath* path = request.newPath({"", "root/cimv2", "Thing", {}});
+  const char* properties[3] = {"Name", "Note", nullptr};
+  CmpiInstance instance{thingPath()};
+  ScriptedProvider provider{CmpiBroker(watched.record()), CmpiContext(context)};
+};
+
+TEST_P(DriverTest, HandsEveryArgumentOn) {
+  const CMPIStatus status =
+      send([&](const CmpiContext& ctx, CmpiResult& rslt, const CmpiObjectPath& cop) {
+        EXPECT_EQ(ctx.getHandle(), context);
+        EXPECT_EQ(cop.getHandle(), path);
+        rslt.returnDone();
+        return CmpiStatus(CMPI_RC_OK);
+      });
+  EXPECT_EQ(status.rc, CMPI_RC_OK);
+  EXPECT_EQ(status.msg, nullptr);
+  EXPECT_EQ(answers.doneCount, 1U);
+  EXPECT_EQ(provider.seen, GetParam().seen);
+}
+
+TEST_P(DriverTest, AnswersTheStatusThatTheOperationReturns) {
+  const CMPIStatus status = send([](const CmpiContext&, CmpiResult&, const CmpiObjectPath&) {
+    return CmpiStatus(CMPI_RC_ERR_ALREADY_EXISTS, "there is one");
+  });
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_ALREADY_EXISTS);
+  EXPECT_EQ(messageOf(status), "there is one");
+}
+
+TEST_P(DriverTest, AThrownStatusBecomesItsCodeAndText) {
+  const CMPIStatus status = sendToThrower(CmpiStatus(CMPI_RC_ERR_ACCESS_DENIED, "keep out"));
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_ACCESS_DENIED);
+  EXPECT_EQ(messageOf(status), "keep out");
+}
+
+TEST_P(DriverTest, AnExceptionWithATextBecomesFailedWithThatText) {
+  const CMPIStatus status = sendToThrower(std::out_of_range("beyond the end"));
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(messageOf(status), "beyond the end");
+}
+
+TEST_P(DriverTest, AnythingElseThrownBecomesFailed) {
+  EXPECT_EQ(sendToThrower(42).rc, CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(sendToThrower("just characters").rc, CMPI_RC_ERR_FAILED);
+}
+
+TEST_P(DriverTest, TheCodeArrivesWhereTheBrokerMakesNoText) {
+  watched.failCall("broker.newString", 0, CMPI_RC_ERR_FAILED);
+  const CMPIStatus status = sendToThrower(CmpiStatus(CMPI_RC_ERR_NOT_FOUND, "lost"));
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_NOT_FOUND);
+  EXPECT_EQ(status.msg, nullptr);
+}
+
+TEST_P(DriverTest, TheProvidersBrokerServesTheCall) {
+  DecoratedBroker other(inner.record());
+  const CurrentBrokerScope around(other.record());
+  const CMPIBroker* during = nullptr;
+  send([&](const CmpiContext&, CmpiResult&, const CmpiObjectPath&) {
+    during = CmpiBroker::currentOrNull();
+    return CmpiStatus(CMPI_RC_OK);
+  });
+  EXPECT_EQ(during, watched.record());
+  EXPECT_EQ(CmpiBroker::currentOrNull(), other.record());
+  sendToThrower(std::runtime_error("out of the call"));
+  EXPECT_EQ(CmpiBroker::currentOrNull(), other.record());
+}
+
+TEST_P(DriverTest, TheErrorTextIsMadeByTheProvidersBroker) {
+  DecoratedBroker other(inner.record());
+  const CurrentBrokerScope around(other.record());
+  watched.clear();
+  sendToThrower(CmpiStatus(CMPI_RC_ERR_FAILED, "text"));
+  EXPECT_EQ(watched.count("broker.newString"), 1U);
+  EXPECT_EQ(other.count("broker.newString"), 0U);
+}
+
+TEST_P(DriverTest, ACallWithinACallHasItsOwnBroker) {
+  DecoratedBroker other(inner.record());
+  ScriptedProvider nested(CmpiBroker(other.record()), CmpiContext(context));
+  nested.act = [](const CmpiContext&, CmpiResult&, const CmpiObjectPath&) {
+    CmpiObjectPath("root/cimv2", "Thing");
+    return CmpiStatus(CMPI_RC_OK);
+  };
+  watched.clear();
+  send([&](const CmpiContext&, CmpiResult&, const CmpiObjectPath&) {
+    GetParam().send(requestTo(&nested));
+    CmpiObjectPath("root/cimv2", "Part");
+    return CmpiStatus(CMPI_RC_OK);
+  });
+  EXPECT_THAT(other.callTexts("broker.newObjectPath"),
+              testing::ElementsAre("broker.newObjectPath(root/cimv2, Thing)"));
+  EXPECT_THAT(watched.callTexts("broker.newObjectPath"),
+              testing::ElementsAre("broker.newObjectPath(root/cimv2, Part)"));
+}
+
+TEST_P(DriverTest, WhatAClassDoesNotOverrideIsNotSupported) {
+  PlainInstances instances(CmpiBroker(watched.record()), CmpiContext(context));
+  PlainAssociations associations(CmpiBroker(watched.record()), CmpiContext(context));
+  // One of them lacks the interface, the other inherits the default.
+  EXPECT_EQ(GetParam().send(requestTo(&instances)).rc, CMPI_RC_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(GetParam().send(requestTo(&associations)).rc, CMPI_RC_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(answers.doneCount, 0U);
+}
+
+TEST_P(DriverTest, ARecordWithoutAProviderFails) {
+  EXPECT_EQ(GetParam().send(requestTo(nullptr)).rc, CMPI_RC_ERR_FAILED);
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, DriverTest, testing::ValuesIn(kOperations),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+TEST(DriverTableTest, HoldsVersionsNameAndEveryEntryPoint) {
+  EXPECT_EQ(kInstanceTable.ftVersion, 200);
+  EXPECT_EQ(kInstanceTable.miVersion, 200);
+  EXPECT_STREQ(kInstanceTable.miName, "instanceThing");
+  EXPECT_NE(kInstanceTable.cleanup, nullptr);
+  EXPECT_EQ(kAssociationTable.ftVersion, 200);
+  EXPECT_EQ(kAssociationTable.miVersion, 200);
+  EXPECT_STREQ(kAssociationTable.miName, "associationThing");
+  EXPECT_NE(kAssociationTable.cleanup, nullptr);
+}
+
+TEST(DriverTableTest, ANullRecordFails) {
+  EXPECT_EQ(kInstanceTable.getInstance(nullptr, nullptr, nullptr, nullptr, nullptr).rc,
+            CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(
+      kAssociationTable.referenceNames(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr).rc,
+      CMPI_RC_ERR_FAILED);
+}
+
+}  // namespace
+}  // namespace zelInt

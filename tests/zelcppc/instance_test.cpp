@@ -1,0 +1,142 @@
+#include "binding_test.h"
+
+namespace zelInt {
+namespace {
+
+using test_support::FilterManner;
+using test_support::Manners;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+using InstanceTest = BindingTest;
+
+TEST_F(InstanceTest, PropertiesReachTheBrokerAndComeBack) {
+  CmpiInstance instance(thingPath());
+  instance.setProperty("Note", CmpiData("words"));
+  instance.setProperty("Small", CmpiData(static_cast<unsigned char>(3)));
+  instance.setProperty("Flag", CmpiData(false));
+  instance.setProperty("Next", CmpiData(thingPath()));
+  EXPECT_EQ(textOf(instance.getProperty("note")), "words");
+  EXPECT_EQ(instance.getProperty("Small").raw().value.uint8, 3);
+  EXPECT_EQ(instance.getProperty("Flag").raw().value.boolean, 0);
+  EXPECT_TRUE(CmpiObjectPath(instance.getProperty("Next")) == instance.getObjectPath());
+}
+
+TEST_F(InstanceTest, ThrowsWhatTheBrokerSaysAboutAProperty) {
+  CmpiInstance instance(thingPath());
+  const CmpiStatus unknown = statusThrownBy([&] { instance.setProperty("Colour", CmpiData("")); });
+  EXPECT_EQ(unknown.rc(), CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  EXPECT_THAT(unknown.msg(), HasSubstr("Colour"));
+  EXPECT_EQ(codeThrownBy([&] { instance.setProperty("Small", CmpiData("3")); }),
+            CMPI_RC_ERR_TYPE_MISMATCH);
+  EXPECT_EQ(codeThrownBy([&] { instance.getProperty("Note"); }), CMPI_RC_ERR_NO_SUCH_PROPERTY);
+}
+
+TEST_F(InstanceTest, ANewInstanceOfAnUnknownClassThrows) {
+  EXPECT_EQ(codeThrownBy([] { CmpiInstance instance(thingPath("Nothing")); }),
+            CMPI_RC_ERR_INVALID_CLASS);
+}
+
+/// Whether newInstance copies the keys.
+class KeyPropertiesTest : public BindingTest, public testing::WithParamInterface<bool> {
+ protected:
+  KeyPropertiesTest() : BindingTest(mannersFor(GetParam())) {}
+  static Manners mannersFor(bool copies) {
+    Manners manners;
+    manners.newInstanceCopiesKeys = copies;
+    return manners;
+  }
+};
+
+TEST_P(KeyPropertiesTest, KeysArePropertiesUnderEveryObjectManager) {
+  const CmpiInstance instance(thingPath());
+  EXPECT_THAT(propertyNames(instance), ElementsAre("Name", "Number"));
+  EXPECT_EQ(textOf(instance.getProperty("Name")), "one");
+  EXPECT_EQ(instance.getProperty("Number").raw().value.uint16, 7);
+}
+
+TEST_P(KeyPropertiesTest, ReferencesAmongTheKeysBecomePropertiesToo) {
+  CmpiObjectPath path = thingPath();
+  path.setKey("Next", CmpiData(thingPath()));
+  const CmpiInstance instance(path);
+  EXPECT_TRUE(CmpiObjectPath(instance.getProperty("Next")) == thingPath());
+}
+
+TEST_P(KeyPropertiesTest, AKeyWithoutAValueIsNotSet) {
+  CmpiObjectPath path("root/cimv2", "Thing");
+  path.setKey("Name", rawData(CMPI_string, {}, CMPI_nullValue));
+  watched.clear();
+  const CmpiInstance instance(path);
+  EXPECT_EQ(watched.count("instance.setProperty"), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(NewInstance, KeyPropertiesTest, testing::Bool(), [](const auto& testInfo) {
+  return testInfo.param ? "CopiesKeys" : "LeavesKeysOut";
+});
+
+TEST(BrokerOptionTest, KeysArePropertiesUnderABrokerThatLeavesThemOut) {
+  const auto repository = cimom::ClassRepository::parse("class Thing { [Key] string Name; };");
+  const cimom::Broker broker(repository, nullptr, {.copyKeysToInstance = false});
+  const cimom::RequestScope request;
+  const CurrentBrokerScope current(broker.record());
+  CmpiObjectPath path("root/cimv2", "Thing");
+  path.setKey("Name", CmpiData("one"));
+  EXPECT_EQ(textOf(CmpiInstance(path).getProperty("Name")), "one");
+}
+
+TEST_F(InstanceTest, HandsTheOwnKeyNamesOnWhereTheCallerListsNone) {
+  CmpiInstance instance(thingPath());
+  instance.setProperty("Note", CmpiData("words"));
+  instance.setProperty("Small", CmpiData(static_cast<unsigned char>(3)));
+  const char* properties[] = {"Note", nullptr};
+  instance.setPropertyFilter(properties, nullptr);
+  EXPECT_THAT(watched.callTexts("instance.setPropertyFilter"),
+              ElementsAre("instance.setPropertyFilter([Note], [Name, Number])"));
+  EXPECT_THAT(propertyNames(instance), UnorderedElementsAre("Name", "Number", "Note"));
+}
+
+TEST_F(InstanceTest, AnEmptyPropertyListLeavesTheKeys) {
+  CmpiInstance instance(thingPath());
+  instance.setProperty("Note", CmpiData("words"));
+  const char* properties[] = {nullptr};
+  instance.setPropertyFilter(properties, nullptr);
+  EXPECT_THAT(propertyNames(instance), UnorderedElementsAre("Name", "Number"));
+}
+
+TEST_F(InstanceTest, ThePathsKeyNamesCountAlsoWhenTheyCameWithTheInstance) {
+  // An instance of an upcall: its path is the broker's, not one that was made here.
+  upcalls.instances = {{{"", "root/cimv2", "Thing", {{"Name", cimom::Value::text("up")}}},
+                        {{"Name", cimom::Value::text("up")}, {"Note", cimom::Value::text("n")}}}};
+  const CmpiBroker broker(watched.record());
+  CmpiInstance instance =
+      broker.enumInstances(CmpiContext(request.newContext("root/cimv2", 0)), thingPath(), nullptr)
+          .getNext();
+  const char* properties[] = {nullptr};
+  instance.setPropertyFilter(properties, nullptr);
+  EXPECT_THAT(propertyNames(instance), ElementsAre("Name"));
+}
+
+TEST_F(InstanceTest, ANullPropertyListStaysANullCall) {
+  CmpiInstance instance(thingPath());
+  instance.setProperty("Note", CmpiData("words"));
+  watched.clear();
+  instance.setPropertyFilter(nullptr, nullptr);
+  EXPECT_THAT(watched.callTexts(), ElementsAre("instance.setPropertyFilter(null, null)"));
+  EXPECT_THAT(propertyNames(instance), ElementsAre("Name", "Number", "Note"));
+}
+
+TEST_F(InstanceTest, TheCallersKeyListIsHandedOnAsItIs) {
+  CmpiInstance instance(thingPath());
+  const char* properties[] = {"Note", nullptr};
+  const char* keys[] = {"Number", nullptr};
+  instance.setPropertyFilter(properties, keys);
+  instance.setPropertyFilter(nullptr, keys);
+  EXPECT_THAT(watched.callTexts("instance.setPropertyFilter"),
+              ElementsAre("instance.setPropertyFilter([Note], [Number])",
+                          "instance.setPropertyFilter(null, [Number])"));
+}
+
+}  // namespace
+}  // namespace zelInt
