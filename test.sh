@@ -1,10 +1,22 @@
 #!/bin/bash
-# Builds everything in the debug preset and runs every test.
-# Usage: ./test.sh [CTEST-OPTION]...     (for example: ./test.sh -R Tree)
+# Builds everything in the debug preset and runs every test; with --vm, instead, the tests that boot
+# a virtual machine under software emulation and ask in it.
+# Usage: ./test.sh [--vm] [CTEST-OPTION]...     (for example: ./test.sh -R Tree)
 set -euo pipefail
 cd "$(dirname "$(realpath "$0")")"
 
-scripts/install-packages.sh build test
+groups=(build test)
+targets=()
+tests=debug
+if [[ "${1:-}" == --vm ]]; then
+  shift
+  groups+=(vm)
+  targets=(--target vm_tests)
+  tests=vm
+fi
+
+scripts/install-packages.sh "${groups[@]}"
 cmake --preset debug >/dev/null
-cmake --build --preset debug
-ctest --preset debug -j "$(nproc)" "$@"
+cmake --build --preset debug "${targets[@]}"
+[[ "$tests" != vm ]] || tests/vm/fetch_packages.sh build/debug/vm
+ctest --preset "$tests" -j "$(nproc)" "$@"
