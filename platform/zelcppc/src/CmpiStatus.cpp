@@ -1,16 +1,26 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
-#include <zelcppc/CmpiString.h>
 
 #include <utility>
 
 namespace zelInt {
 
+namespace {
+
+/// The text as far as the broker gives it: a failure must not hide the one that is being told.
+const char* messageOf(const CMPIStatus& status) {
+  if (status.msg == nullptr || status.msg->ft == nullptr) return "";
+  const char* text = status.msg->ft->getCharPtr(status.msg, nullptr);
+  return text != nullptr ? text : "";
+}
+
+}  // namespace
+
 CmpiStatus::CmpiStatus(CMPIrc code, std::string message)
     : code_(code), message_(std::move(message)) {}
 
 CmpiStatus::CmpiStatus(const CMPIStatus& status)
-    : code_(status.rc), message_(CmpiString(status.msg).charPtr()) {}
+    : code_(status.rc), message_(messageOf(status)) {}
 
 CmpiStatus::~CmpiStatus() = default;
 CmpiStatus::CmpiStatus(const CmpiStatus&) = default;

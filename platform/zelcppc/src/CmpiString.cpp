@@ -1,3 +1,4 @@
+#include <zelcppc/CmpiStatus.h>
 #include <zelcppc/CmpiString.h>
 
 namespace zelInt {
@@ -6,7 +7,9 @@ namespace {
 
 const char* charactersOf(const CMPIString* string) {
   if (string == nullptr || string->ft == nullptr) return "";
-  const char* text = string->ft->getCharPtr(string, nullptr);
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  const char* text = string->ft->getCharPtr(string, &status);
+  CmpiStatus::check(status, "getCharPtr");
   return text != nullptr ? text : "";
 }
 

@@ -8,6 +8,7 @@ namespace zelInt {
 /// Text of the broker, valid until the request ends. A null string reads as empty text.
 class ZELCPPC_EXPORT CmpiString {
  public:
+  /// Throws CmpiStatus when the broker cannot give the characters.
   explicit CmpiString(const CMPIString* string);
   /// Text that is not the broker's; the caller keeps it alive.
   explicit CmpiString(const char* text) : text_(text != nullptr ? text : "") {}
