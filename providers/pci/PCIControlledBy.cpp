@@ -335,8 +335,13 @@ bool IsPortName(const std::string& deviceId) {
 }
 
 /// The source's device id; empty when it has none, which sends the request to the source's class.
+/// Whatever keeps it from being read does, so that the workers meet the failure.
 std::string DeviceIdOrEmpty(const CmpiObjectPath& source) {
-  return KeyTextOrEmpty(source, kDeviceIdKey);
+  try {
+    return KeyText(source, kDeviceIdKey);
+  } catch (const CmpiStatus&) {
+    return {};
+  }
 }
 
 void WalkEntries(const PairSink& give) {

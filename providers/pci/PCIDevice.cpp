@@ -228,12 +228,20 @@ std::string KeyText(const CmpiObjectPath& path, const char* key) {
   return CmpiString(path.getKey(key)).charPtr();
 }
 
-std::string KeyTextOrEmpty(const CmpiObjectPath& path, const char* key) {
+std::optional<CmpiData> FindKey(const CmpiObjectPath& path, const char* key) {
   try {
-    return KeyText(path, key);
-  } catch (const CmpiStatus&) {
-    return {};
+    return path.getKey(key);
+  } catch (const CmpiStatus& failure) {
+    // Object managers differ in how they say that a key is not there.
+    const CMPIrc code = failure.rc();
+    if (code == CMPI_RC_ERR_NOT_FOUND || code == CMPI_RC_ERR_NO_SUCH_PROPERTY) return std::nullopt;
+    throw;
   }
+}
+
+std::string KeyTextOrEmpty(const CmpiObjectPath& path, const char* key) {
+  const std::optional<CmpiData> value = FindKey(path, key);
+  return value ? CmpiString(*value).charPtr() : std::string();
 }
 
 void DeviceList(CmpiResult& result, const char** properties) {

@@ -8,6 +8,7 @@
 
 #include <ProviderFactory.h>
 
+#include <optional>
 #include <utility>
 
 #include <syslog.h>
@@ -15,6 +16,7 @@
 namespace pciprovider {
 
 using zelInt::CmpiContext;
+using zelInt::CmpiData;
 using zelInt::CmpiInstance;
 using zelInt::CmpiObjectPath;
 using zelInt::CmpiResult;
@@ -147,14 +149,11 @@ CmpiStatus GetDevConnByPortRef(CmpiResult& result, const CmpiObjectPath& source)
   return GiveConnection(result, source, Paths(result));
 }
 
-/// The name of the port in a role of a requested pair; a role or name that is missing is the name
-/// of no port.
+/// The name of the port in a role of a requested pair; empty, the name of no port, when the pair
+/// lacks the role or the port its name.
 std::string PortNameInRole(const CmpiObjectPath& pair, const char* role) {
-  try {
-    return KeyText(CmpiObjectPath(pair.getKey(role)), kDeviceIdKey);
-  } catch (const CmpiStatus&) {
-    return {};
-  }
+  const std::optional<CmpiData> port = FindKey(pair, role);
+  return port ? KeyTextOrEmpty(CmpiObjectPath(*port), kDeviceIdKey) : std::string();
 }
 
 void LogMissingHome(const Home& home, const std::string& item) {

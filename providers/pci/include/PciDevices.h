@@ -6,6 +6,7 @@
 #include <zelcppc/CmpiObjectPath.h>
 #include <zelcppc/CmpiResult.h>
 
+#include <optional>
 #include <string>
 
 /// What device classes and their users share: which class a function belongs to, its path and
@@ -43,7 +44,9 @@ zelInt::CmpiInstance MakeDeviceInstance(const PciDevice* device, const zelInt::C
 
 /// The text of a path's key; null is empty. Throws CmpiStatus as the binding does.
 std::string KeyText(const zelInt::CmpiObjectPath& path, const char* key);
-/// The same, but a key that is missing or no text is empty too.
+/// The key, if the path has it. Other failures of the binding pass through.
+std::optional<zelInt::CmpiData> FindKey(const zelInt::CmpiObjectPath& path, const char* key);
+/// Its text, empty for a key that is null or that the path lacks.
 std::string KeyTextOrEmpty(const zelInt::CmpiObjectPath& path, const char* key);
 
 /// Every plain device, as instances and as paths.
