@@ -613,6 +613,20 @@ TEST_F(ConnectionNotFound, WithoutADependent) {
   expectLines(path, "PCIDeviceConnection gi: lookup item '' not found");
 }
 
+TEST_F(ConnectionNotFound, WithoutAnAntecedent) {
+  startLog();
+  ObjectPath path = connection("D-ep", "D-ep");
+  path.keys.erase(path.keys.begin());
+  expectLines(path, "PCIDeviceConnection gi FAILED FindConnectedPort()");
+}
+
+TEST_F(ConnectionNotFound, WithADependentWithoutName) {
+  startLog();
+  expectLines(
+      pairOf(kDeviceConnection, "Antecedent", port("D-ep"), "Dependent", pathOf("Zelmar_PCIPort")),
+      "PCIDeviceConnection gi: lookup item '' not found");
+}
+
 TEST_F(ConnectionNotFound, WhenTheDependentsOwnerHasNoPort) {
   host().functions.push_back({"G", 7, 0x0604, 6, "gone"});
   startLog();
@@ -1028,6 +1042,7 @@ ObjectPath withNumber(const std::string& className, const char* key) {
 TEST_F(HostileSource, ANumberForAnIdIsATypeMismatch) {
   for (const auto& [className, source] : std::vector<std::pair<const char*, ObjectPath>>{
            {kControlledBy, withNumber("Zelmar_PCIPort", "DeviceID")},
+           {kDeviceConnection, withNumber("Zelmar_PCIPort", "DeviceID")},
            {kMemberOfCollection, withNumber("Zelmar_PCIPort", "DeviceID")},
            {kMemberOfCollection, withNumber("Zelmar_PCIPortGroup", "InstanceID")}}) {
     expectRefused(className, source);
@@ -1075,7 +1090,7 @@ TEST_F(AssociationRequests, TheSystemIsAskedForOnceThroughTheBroker) {
   test_support::DecoratedBroker watched(provider.manager().broker());
   const auto through = [&](const char* className, Operation operation, const ObjectPath& source) {
     watched.clear();
-    provider.send({operation, className, source}, watched.record());
+    provider.send({operation, className, source}, &watched);
     return std::make_pair(watched.count("broker.enumerateInstances"),
                           watched.count("broker.enumerateInstanceNames"));
   };
@@ -1092,7 +1107,7 @@ TEST_F(AssociationRequests, TheSystemIsAskedForWithTheRequestsProperties) {
   for (const auto& [className, source] : std::vector<std::pair<const char*, ObjectPath>>{
            {kSystemDevice, device("D")}, {kHostedCollection, group("x-0")}}) {
     watched.clear();
-    provider.send({Operation::kAssociators, className, source, {}, wanted}, watched.record());
+    provider.send({Operation::kAssociators, className, source, {}, wanted}, &watched);
     EXPECT_THAT(watched.callTexts("broker.enumerateInstances"),
                 ElementsAre("broker.enumerateInstances(root/cimv2:OMC_UnitaryComputerSystem, "
                             "[Name])"));

@@ -121,11 +121,18 @@ std::vector<std::string> keyNames(const ObjectPath& path) {
 
 namespace {
 
+template <class Object>
+Object* decorated(test_support::DecoratedBroker* broker, Object* object) {
+  return broker != nullptr ? broker->decorate(object) : object;
+}
+
 /// A result that notes the order of what it is handed and passes everything on.
 class RecordingResult {
  public:
-  RecordingResult(RequestScope& scope, Outcome& outcome)
-      : inner_(scope.newResult(answers_)), outcome_(outcome), record_{this, &kTable} {}
+  RecordingResult(RequestScope& scope, test_support::DecoratedBroker* broker, Outcome& outcome)
+      : inner_(decorated(broker, scope.newResult(answers_))),
+        outcome_(outcome),
+        record_{this, &kTable} {}
 
   const CMPIResult* record() const { return &record_; }
 
@@ -141,15 +148,17 @@ class RecordingResult {
 
   static CMPIStatus returnInstance(const CMPIResult* result, const CMPIInstance* instance) {
     RecordingResult& me = self(result);
+    const std::size_t before = me.answers_.instances.size();
     const CMPIStatus status = me.inner_->ft->returnInstance(me.inner_, instance);
-    if (status.rc != CMPI_RC_OK) return status;
+    if (me.answers_.instances.size() == before) return status;
     me.outcome_.events.push_back("[" + briefOf(me.answers_.instances.back().path) + "]");
     return status;
   }
   static CMPIStatus returnObjectPath(const CMPIResult* result, const CMPIObjectPath* path) {
     RecordingResult& me = self(result);
+    const std::size_t before = me.answers_.paths.size();
     const CMPIStatus status = me.inner_->ft->returnObjectPath(me.inner_, path);
-    if (status.rc != CMPI_RC_OK) return status;
+    if (me.answers_.paths.size() == before) return status;
     me.outcome_.events.push_back(briefOf(me.answers_.paths.back()));
     return status;
   }
@@ -264,16 +273,17 @@ CMPIAssociationMI* ProviderUnderTest::associationMI(const std::string& className
       broker != nullptr ? broker : manager_->broker(), scope.newContext("root/cimv2", 0));
 }
 
-Outcome ProviderUnderTest::send(const Request& request, const CMPIBroker* broker) {
+Outcome ProviderUnderTest::send(const Request& request, test_support::DecoratedBroker* broker) {
   Outcome outcome;
   RequestScope scope;
-  RecordingResult result(scope, outcome);
-  const CMPIContext* context = scope.newContext("root/cimv2", 0);
-  const CMPIObjectPath* path = scope.newPath(request.path);
+  RecordingResult result(scope, broker, outcome);
+  const CMPIContext* context = decorated(broker, scope.newContext("root/cimv2", 0));
+  const CMPIObjectPath* path = decorated(broker, scope.newPath(request.path));
+  const CMPIBroker* record = broker != nullptr ? broker->record() : nullptr;
   const CMPIStatus status = isAssociationOperation(request.operation)
-                                ? callAssociation(associationMI(request.className, broker), request,
+                                ? callAssociation(associationMI(request.className, record), request,
                                                   context, result.record(), path)
-                                : callInstance(instanceMI(request.className, broker), request,
+                                : callInstance(instanceMI(request.className, record), request,
                                                context, result.record(), path);
   outcome.status = status.rc;
   if (status.msg != nullptr) outcome.message = status.msg->ft->getCharPtr(status.msg, nullptr);

@@ -4,6 +4,8 @@
 #include <manager/object_manager.h>
 #include <manager/value.h>
 
+#include <decorated_broker.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -89,7 +91,10 @@ class ProviderUnderTest {
   CMPIAssociationMI* associationMI(const std::string& className,
                                    const CMPIBroker* broker = nullptr);
 
-  Outcome send(const Request& request, const CMPIBroker* broker = nullptr);
+  /// With a decorated broker, the provider is made with it where it is not there yet, and the
+  /// request's own objects are decorated too. A provider keeps the broker of its first factory
+  /// call.
+  Outcome send(const Request& request, test_support::DecoratedBroker* broker = nullptr);
 
  private:
   std::unique_ptr<cimom::ObjectManager> manager_;
