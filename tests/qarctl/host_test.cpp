@@ -1,237 +1,177 @@
-// Host control as its users see it: saved inventories in the states in which people send them,
-// and live sysfs below a made-up root.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <qarctl/HostCtlException.h>
-#include <qarctl/HostFactory.h>
+// The entry points, what they promise not to do, and how failures are told.
+#include "host_fixture.h"
 
+#include <atomic>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
+#include <cstring>
+#include <thread>
+#include <type_traits>
 
-#include <unistd.h>
+#include <sys/utsname.h>
 
+namespace qarctltest {
 namespace {
 
 namespace fs = std::filesystem;
-using HostCtl::Hardware::PciDevice;
-using testing::ElementsAre;
+using HostCtl::Host;
+using HostCtl::HostFactory;
+using HostCtl::Hardware::HardwareInfo;
+using HostCtl::Hardware::PciDeviceBase;
+using HostCtl::Hardware::PciInfo;
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
-using Devices = std::vector<std::unique_ptr<PciDevice>>;
+class EntryPoints : public HostTest {};
+class Failures : public HostTest {};
+class Threads : public HostTest {};
 
-class Host : public testing::Test {
- protected:
-  Host() : folder(fs::temp_directory_path() / ("qarctl-test-" + std::to_string(getpid()))) {
-    fs::create_directories(folder);
-  }
-  ~Host() override { fs::remove_all(folder); }
+static_assert(std::has_virtual_destructor_v<HardwareInfo> &&
+              std::has_virtual_destructor_v<PciInfo> && std::has_virtual_destructor_v<PciDevice>);
+static_assert(std::is_base_of_v<PciDeviceBase, PciDevice>);
+static_assert(std::is_same_v<decltype(Host::GetHardwareInfo()), std::unique_ptr<HardwareInfo>>);
+static_assert(std::is_same_v<decltype(HostFactory::GetHost()), Host*>);
 
-  static Devices read() { return HostCtl::Host::GetHardwareInfo()->GetPciInfo()->GetPciDevices(); }
-
-  Devices readInventory(const std::string& text) {
-    const fs::path file = folder / "inventory.txt";
-    write(file, text);
-    setenv("QARCTL_PCI_DUMP", file.c_str(), 1);
-    return read();
-  }
-
-  static std::string failure() {
-    try {
-      read();
-    } catch (const HostCtl::Lib::HostCtlException& error) {
-      return error.what();
-    }
-    return "(no failure)";
-  }
-
-  static void write(const fs::path& file, const std::string& text) {
-    fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << text;
-  }
-
-  static std::vector<std::string> addresses(const Devices& devices) {
-    std::vector<std::string> texts;
-    for (const auto& device : devices) texts.push_back(device->GetAddress());
-    return texts;
-  }
-
-  static std::string parentOf(const PciDevice& device) {
-    const auto parent = device.GetParent();
-    return parent ? parent->GetAddress() : "(none)";
-  }
-
-  fs::path folder;
-};
-
-constexpr char kEndpoint[] =
-    "00:02.0 Ethernet controller: x\n"
-    "00: 86 80 d3 10 06 00 00 00 03 00 00 02 00 00 00 00\n";
-
-/// A bridge's header lines with its three bus numbers.
-std::string bridge(const std::string& address, const std::string& buses) {
-  return address + " PCI bridge: x\n00: 36 1b 0c 00 07 00 00 00 00 00 04 06 00 00 01 00\n10: " +
-         "00 00 00 00 00 00 00 00 " + buses + " 00 00 00 00 00\n";
+/// Where an operation stands in its class's table.
+template <class Operation>
+std::ptrdiff_t placeOf(Operation operation) {
+  static_assert(sizeof operation == 2 * sizeof(std::ptrdiff_t));
+  std::ptrdiff_t place = 0;
+  std::memcpy(&place, &operation, sizeof place);
+  return place;
 }
 
-TEST_F(Host, ReadsIdsClassAndRevision) {
-  const Devices devices = readInventory(kEndpoint);
-  ASSERT_EQ(devices.size(), 1U);
-  EXPECT_EQ(devices[0]->GetAddress(), "0000:00:02.0");
-  EXPECT_EQ(devices[0]->GetVendorId(), 0x8086);
-  EXPECT_EQ(devices[0]->GetDeviceId(), 0x10d3);
-  EXPECT_EQ(devices[0]->GetClassCode(), 0x0200);
-  EXPECT_EQ(devices[0]->GetRevisionId(), 3);
-  EXPECT_EQ(devices[0]->GetPcieDeviceType(), -1);
-  EXPECT_EQ(devices[0]->GetPhysicalSlot(), -1);
-  EXPECT_EQ(devices[0]->GetVendorName(), "Intel Corporation");
+// Programs built against the platform's own library call by place.
+TEST_F(EntryPoints, OperationsStandInTheirOrder) {
+  EXPECT_LT(placeOf(&HardwareInfo::GetPciInfo), placeOf(&HardwareInfo::GetSystemInfo));
+  const std::vector<std::ptrdiff_t> places = {
+      placeOf(&PciDevice::GetSegmentNumber),     placeOf(&PciDevice::GetBusNumber),
+      placeOf(&PciDevice::GetDeviceNumber),      placeOf(&PciDevice::GetFunctionNumber),
+      placeOf(&PciDevice::GetPhysicalSlot),      placeOf(&PciDevice::GetVendorId),
+      placeOf(&PciDevice::GetVendorName),        placeOf(&PciDevice::GetDeviceId),
+      placeOf(&PciDevice::GetSubsystemVendorId), placeOf(&PciDevice::GetSubsystemId),
+      placeOf(&PciDevice::GetDeviceName),        placeOf(&PciDevice::GetClassCode),
+      placeOf(&PciDevice::GetRevisionId),        placeOf(&PciDevice::GetSecondaryBusNumber),
+      placeOf(&PciDevice::GetCapabilities),      placeOf(&PciDevice::HasCapability),
+      placeOf(&PciDevice::GetPcieDeviceType),    placeOf(&PciDevice::GetParent),
+  };
+  for (std::size_t at = 1; at < places.size(); ++at) EXPECT_LT(places[at - 1], places[at]) << at;
 }
 
-TEST_F(Host, UnknownIdsAreNamedByNumber) {
-  const Devices devices =
-      readInventory("00:02.0 x\n00: 34 12 78 56 00 00 00 00 00 00 00 02 00 00 00 00\n");
-  EXPECT_EQ(devices.at(0)->GetVendorName(), "Vendor 1234");
-  EXPECT_EQ(devices.at(0)->GetDeviceName(), "Device 5678");
-}
-
-TEST_F(Host, OrdersByAddressAndKeepsDuplicates) {
-  const std::string bytes = " x\n00: 86 80 d3 10\n";
-  const Devices devices = readInventory("10000:01:00.0" + bytes + "0001:00:00.1" + bytes +
-                                        "00:1f.7" + bytes + "0001:00:00.1" + bytes);
-  EXPECT_THAT(addresses(devices),
-              ElementsAre("0000:00:1f.7", "0001:00:00.1", "0001:00:00.1", "10000:01:00.0"));
-  EXPECT_EQ(devices[3]->GetSegmentNumber(), 0);
-}
-
-TEST_F(Host, ReadsCarriageReturnsAndNoFinalNewline) {
-  const Devices devices =
-      readInventory("00:02.0 x\r\n00: 86 80 d3 10\r\n00:03.0 y\r\n00: 86 80 34 12");
-  ASSERT_EQ(devices.size(), 2U);
-  EXPECT_EQ(devices[1]->GetDeviceId(), 0x1234);
-}
-
-TEST_F(Host, KeepsTheBytesBeforeDamageAndTheOtherFunctions) {
-  const Devices devices = readInventory("00:02.0 x\n00: 86 80 d3 10 lspci: oops\n" +
-                                        std::string("00:03.0 y\n00: 86 80 34 12\n"));
-  ASSERT_EQ(devices.size(), 2U);
-  EXPECT_EQ(devices[0]->GetDeviceId(), 0x10d3);
-  EXPECT_EQ(devices[0]->GetClassCode(), 0);
-  EXPECT_EQ(devices[1]->GetDeviceId(), 0x1234);
-}
-
-TEST_F(Host, ReadsHeaderLinesOfAnyLengthAndTextBetweenBytes) {
-  const Devices devices = readInventory("00:02.0 " + std::string(4000, 'n') +
-                                        "\n\tPhysical Slot: 7\n\tFlags: fast\n"
-                                        "00: 86 80 d3 10\n");
-  EXPECT_EQ(devices.at(0)->GetPhysicalSlot(), 7);
-}
-
-TEST_F(Host, TheNarrowestClaimIsTheParent) {
-  const Devices devices =
-      readInventory(bridge("00:01.0", "00 01 09") + bridge("01:00.0", "01 02 05") +
-                    "02:00.0 x\n00: 86 80 d3 10\n" + "09:00.0 x\n00: 86 80 d3 10\n");
-  ASSERT_EQ(devices.size(), 4U);
-  EXPECT_EQ(parentOf(*devices[0]), "(none)");
-  EXPECT_EQ(parentOf(*devices[1]), "0000:00:01.0");
-  EXPECT_EQ(parentOf(*devices[2]), "0000:01:00.0");
-  EXPECT_EQ(parentOf(*devices[3]), "0000:00:01.0");
-  EXPECT_EQ(devices[0]->GetSecondaryBusNumber(), 1);
-}
-
-TEST_F(Host, ABridgeThatClaimsItsOwnBusIsNotItsOwnParent) {
-  const Devices devices =
-      readInventory(bridge("00:01.0", "00 00 00") + bridge("01:00.0", "01 01 01"));
-  EXPECT_EQ(parentOf(*devices.at(0)), "(none)");
-  EXPECT_EQ(parentOf(*devices.at(1)), "(none)");
-}
-
-TEST_F(Host, SegmentsDoNotMix) {
-  const Devices devices =
-      readInventory(bridge("0001:00:01.0", "00 01 01") + "0000:01:00.0 x\n00: 86 80 d3 10\n");
-  EXPECT_EQ(parentOf(*devices.at(0)), "(none)");
-}
-
-TEST_F(Host, ALoopInTheCapabilityListEnds) {
-  std::string text = "00:02.0 x\n00: 86 80 d3 10 06 00 10 00 00 00 00 02 00 00 00 00\n";
-  for (const char* offset : {"10", "20"}) {
-    text += std::string(offset) + ": 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n";
-  }
-  text += "30: 00 00 00 00 40 00 00 00 00 00 00 00 00 00 00 00\n";
-  text += "40: 01 44 00 00 05 40 00 00 00 00 00 00 00 00 00 00\n";
-  const Devices devices = readInventory(text);
-  EXPECT_TRUE(devices.at(0)->HasCapability(0x01));
-  EXPECT_TRUE(devices.at(0)->HasCapability(0x05));
-  EXPECT_FALSE(devices.at(0)->HasCapability(0x10));
-  EXPECT_THAT(devices.at(0)->GetCapabilities(), ElementsAre(6U, 7U));
-}
-
-TEST_F(Host, AnEmptyInventoryIsAHostWithoutPci) {
-  EXPECT_TRUE(readInventory("").empty());
-}
-
-TEST_F(Host, FailuresNameTheFileAndTheReason) {
-  EXPECT_THROW(readInventory("no function here\n"), HostCtl::Lib::HostCtlException);
-  EXPECT_THAT(failure(), HasSubstr((folder / "inventory.txt").string() + " holds no PCI function"));
-  setenv("QARCTL_PCI_DUMP", (folder / "missing").c_str(), 1);
-  EXPECT_THAT(failure(), HasSubstr((folder / "missing").string() + ": No such file"));
-  setenv("QARCTL_PCI_DUMP", folder.c_str(), 1);
-  EXPECT_THAT(failure(), HasSubstr("directory"));
-}
-
-TEST_F(Host, EveryBeginningOfAnInventoryIsReadOrRefused) {
-  std::ifstream stream(SAMPLES_DIRECTORY "/i440fx-conventional.txt", std::ios::binary);
-  const std::string whole{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-  ASSERT_FALSE(whole.empty());
-  const std::size_t all = readInventory(whole).size();
-  for (std::size_t length = 1; length < whole.size(); length += 97) {
-    try {
-      const Devices devices = readInventory(whole.substr(0, length));
-      EXPECT_LE(devices.size(), all);
-      for (const auto& device : devices) device->GetCapabilities();
-    } catch (const HostCtl::Lib::HostCtlException& error) {
-      EXPECT_THAT(error.what(), HasSubstr("holds no PCI function"));
-    }
+TEST_F(EntryPoints, NeverThrowAndLeaveTheInputToTheReading) {
+  for (const char* input : {"/no/such/inventory", "/"}) {
+    setenv("QARCTL_PCI_DUMP", input, 1);
+    setenv("QARCTL_SYSFS_ROOT", input, 1);
+    EXPECT_NO_THROW({
+      EXPECT_NE(HostFactory::GetHost(), nullptr);
+      const auto hardware = Host::GetHardwareInfo();
+      EXPECT_FALSE(hardware->GetSystemInfo().hostName.empty());
+      EXPECT_NE(hardware->GetPciInfo(), nullptr);
+    });
+    EXPECT_THROW(Host::GetHardwareInfo()->GetPciInfo()->GetPciDevices(),
+                 HostCtl::Lib::HostCtlException);
   }
 }
 
-TEST_F(Host, ReadsALiveHostBelowAnotherRoot) {
-  unsetenv("QARCTL_PCI_DUMP");
-  setenv("QARCTL_SYSFS_ROOT", folder.c_str(), 1);
-  const fs::path upper = folder / "devices" / "pci0000:00" / "0000:00:1c.0";
-  const fs::path lower = upper / "0000:01:00.0";
-  write(lower / "vendor", "0x8086\n");
-  write(lower / "device", "0x10d3\n");
-  write(lower / "class", "0x020000\n");
-  write(lower / "revision", "0x05\n");
-  write(upper / "vendor", "0x8086\n");
-  const fs::path links = folder / "bus" / "pci" / "devices";
-  fs::create_directories(links);
-  fs::create_directory_symlink(lower, links / "0000:01:00.0");
-  fs::create_directory_symlink(upper, links / "0000:00:1c.0");
-  write(folder / "bus" / "pci" / "slots" / "12-1" / "address", "0000:01:00\n");
-  const Devices devices = read();
-  ASSERT_THAT(addresses(devices), ElementsAre("0000:00:1c.0", "0000:01:00.0"));
-  EXPECT_EQ(parentOf(*devices[1]), "0000:00:1c.0");
-  EXPECT_EQ(parentOf(*devices[0]), "(none)");
-  EXPECT_EQ(devices[1]->GetClassCode(), 0x0200);
-  EXPECT_EQ(devices[1]->GetRevisionId(), 5);
-  EXPECT_EQ(devices[1]->GetPhysicalSlot(), 12);
+TEST_F(EntryPoints, TheInputIsReadAtEachReading) {
+  useInventory(MadeFunction("00:01.0").text());
+  const auto pci = Host::GetHardwareInfo()->GetPciInfo();
+  useInventory(MadeFunction("00:02.0").text());
+  EXPECT_THAT(addressesOf(pci->GetPciDevices()), testing::ElementsAre("0000:00:02.0"));
+  useInventory(MadeFunction("00:03.0").text());
+  EXPECT_THAT(addressesOf(pci->GetPciDevices()), testing::ElementsAre("0000:00:03.0"));
 }
 
-TEST_F(Host, AHostWithoutThePciBusHasNoFunctions) {
-  unsetenv("QARCTL_PCI_DUMP");
-  setenv("QARCTL_SYSFS_ROOT", folder.c_str(), 1);
-  EXPECT_TRUE(read().empty());
-  setenv("QARCTL_SYSFS_ROOT", (folder / "missing").c_str(), 1);
-  EXPECT_THAT(failure(), HasSubstr((folder / "missing").string()));
+TEST_F(EntryPoints, DevicesOutliveWhatHandedThemOut) {
+  useInventory(MadeFunction("00:01.0").text());
+  auto pci = Host::GetHardwareInfo()->GetPciInfo();
+  const Devices devices = pci->GetPciDevices();
+  pci.reset();
+  fs::remove(inventoryFile());
+  EXPECT_EQ(devices.at(0)->GetDeviceId(), 0x10d3);
 }
 
-TEST_F(Host, TheNameComesFromTheEnvironment) {
+TEST_F(EntryPoints, TheHostIsOneAndTheSame) {
+  EXPECT_EQ(HostFactory::GetHost(), HostFactory::GetHost());
+}
+
+TEST_F(EntryPoints, TheThirdFieldIsTheHostsName) {
   setenv("QARCTL_HOST_NAME", "HostA01", 1);
-  EXPECT_EQ(HostCtl::Host::GetHardwareInfo()->GetSystemInfo().hostName, "HostA01");
-  EXPECT_NE(HostCtl::HostFactory::GetHost(), nullptr);
+  const auto [system, machine, name] = Host::GetHardwareInfo()->GetSystemInfo();
+  EXPECT_EQ(name, "HostA01");
+  unsetenv("QARCTL_HOST_NAME");
+  utsname node{};
+  ASSERT_EQ(uname(&node), 0);
+  EXPECT_EQ(Host::GetHardwareInfo()->GetSystemInfo().hostName, node.nodename);
+}
+
+TEST_F(Failures, OfAnInventoryNameTheFileAndTheReason) {
+  setenv("QARCTL_PCI_DUMP", (folder / "missing").c_str(), 1);
+  EXPECT_THAT(failure(), AllOf(HasSubstr((folder / "missing").string()),
+                               HasSubstr("No such file or directory")));
+  setenv("QARCTL_PCI_DUMP", folder.c_str(), 1);
+  EXPECT_THAT(failure(), AllOf(HasSubstr(folder.string()), HasSubstr("Is a directory")));
+}
+
+TEST_F(Failures, OfTheReadingItselfAreHostControlsToo) {
+  // Opens, and fails at its first byte.
+  setenv("QARCTL_PCI_DUMP", "/proc/self/mem", 1);
+  EXPECT_THAT(failure(), AllOf(HasSubstr("/proc/self/mem"), HasSubstr("Input/output error")));
+}
+
+TEST_F(Failures, AreInventoriesThatHoldNoFunction) {
+  for (const char* text : {"\n", "no function here\n", "00:02.0 VGA compatible controller: x\n",
+                           "00: 86 80 d3 10\n", "00:02.0 x\n00: lspci: oops\n"}) {
+    useInventory(text);
+    EXPECT_EQ(failure(), "PCI inventory " + inventoryFile().string() + " holds no PCI function")
+        << text;
+  }
+}
+
+TEST_F(Failures, AreNotEmptyInventories) {
+  EXPECT_THAT(readInventory(""), IsEmpty());
+  EXPECT_THAT(logLines(), IsEmpty());
+}
+
+TEST_F(Failures, CarryTheirTextWithThem) {
+  const HostCtl::Lib::HostCtlException original("a text");
+  const std::unique_ptr<HostCtl::Lib::HostCtlException> copy =
+      std::make_unique<HostCtl::Lib::HostCtlException>(original);
+  EXPECT_STREQ(copy->what(), "a text");
+  const std::exception& base = *copy;
+  EXPECT_STREQ(base.what(), "a text");
+}
+
+/// What every function of the snapshot says, one line each.
+std::vector<std::string> describeAll(const Devices& devices) {
+  std::vector<std::string> texts;
+  for (const auto& device : devices) texts.push_back(describe(*device));
+  return texts;
+}
+
+template <class Work>
+void inEightThreads(const Work& work) {
+  std::vector<std::thread> threads;
+  for (int count = 0; count < 8; ++count) threads.emplace_back(work);
+  for (auto& thread : threads) thread.join();
+}
+
+TEST_F(Threads, EightReadOneSnapshotAlike) {
+  const Devices devices = readInventory(readSample("q35-pcie-switches.txt"));
+  std::vector<std::vector<std::string>> answers(8);
+  std::atomic<std::size_t> next = 0;
+  inEightThreads([&] { answers[next++] = describeAll(devices); });
+  const std::vector<std::string> expected = describeAll(devices);
+  for (const auto& answer : answers) EXPECT_EQ(answer, expected);
+}
+
+TEST_F(Threads, EightReadTheInputAtOnce) {
+  useInventory(readSample("i440fx-conventional.txt"));
+  const std::vector<std::string> expected = describeAll(read());
+  std::atomic<int> alike = 0;
+  inEightThreads([&] { alike += describeAll(read()) == expected ? 1 : 0; });
+  EXPECT_EQ(alike, 8);
 }
 
 }  // namespace
+}  // namespace qarctltest
