@@ -22,6 +22,9 @@ using zelInt::CmpiString;
 namespace {
 
 constexpr char kClass[] = "OMC_UnitaryComputerSystem";
+// CIM_EnabledLogicalElement.EnabledState and RequestedState.
+constexpr unsigned short kEnabled = 2;
+constexpr unsigned short kNotApplicable = 12;
 
 /// The host's name in lower case: references that other providers make to this system must match.
 std::string HostName() {
@@ -43,10 +46,24 @@ CmpiObjectPath MakeSystemPath(const std::string& name) {
   return path;
 }
 
+/// System, release and machine as the kernel tells them; empty when it does not.
+std::string KernelText() {
+  utsname node{};
+  if (uname(&node) != 0) return {};
+  return std::string(node.sysname) + " " + node.release + " " + node.machine;
+}
+
 CmpiInstance MakeSystem(const char** properties) {
   const std::string name = HostName();
+  const std::string kernel = KernelText();
   CmpiInstance instance(MakeSystemPath(name));
   instance.setProperty("ElementName", CmpiData(name.c_str()));
+  instance.setProperty("Caption", CmpiData("Computer System"));
+  instance.setProperty("Description", CmpiData(kernel.c_str()));
+  instance.setProperty("NameFormat", CmpiData("Other"));
+  // It answers, so it is on; nobody can ask it for another state here.
+  instance.setProperty("EnabledState", CmpiData(kEnabled));
+  instance.setProperty("RequestedState", CmpiData(kNotApplicable));
   instance.setPropertyFilter(properties, nullptr);
   return instance;
 }

@@ -273,6 +273,22 @@ CMPIAssociationMI* ProviderUnderTest::associationMI(const std::string& className
       broker != nullptr ? broker : manager_->broker(), scope.newContext("root/cimv2", 0));
 }
 
+CMPIInstanceMI* ProviderUnderTest::rememberedInstanceMI(const std::string& className,
+                                                        const CMPIBroker* broker) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  CMPIInstanceMI*& record = instanceMIs_[className];
+  if (record == nullptr) record = instanceMI(className, broker);
+  return record;
+}
+
+CMPIAssociationMI* ProviderUnderTest::rememberedAssociationMI(const std::string& className,
+                                                              const CMPIBroker* broker) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  CMPIAssociationMI*& record = associationMIs_[className];
+  if (record == nullptr) record = associationMI(className, broker);
+  return record;
+}
+
 Outcome ProviderUnderTest::send(const Request& request, test_support::DecoratedBroker* broker) {
   Outcome outcome;
   RequestScope scope;
@@ -280,11 +296,12 @@ Outcome ProviderUnderTest::send(const Request& request, test_support::DecoratedB
   const CMPIContext* context = decorated(broker, scope.newContext("root/cimv2", 0));
   const CMPIObjectPath* path = decorated(broker, scope.newPath(request.path));
   const CMPIBroker* record = broker != nullptr ? broker->record() : nullptr;
-  const CMPIStatus status = isAssociationOperation(request.operation)
-                                ? callAssociation(associationMI(request.className, record), request,
-                                                  context, result.record(), path)
-                                : callInstance(instanceMI(request.className, record), request,
-                                               context, result.record(), path);
+  const CMPIStatus status =
+      isAssociationOperation(request.operation)
+          ? callAssociation(rememberedAssociationMI(request.className, record), request, context,
+                            result.record(), path)
+          : callInstance(rememberedInstanceMI(request.className, record), request, context,
+                         result.record(), path);
   outcome.status = status.rc;
   if (status.msg != nullptr) outcome.message = status.msg->ft->getCharPtr(status.msg, nullptr);
   result.keepAnswers();

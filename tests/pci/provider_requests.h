@@ -6,7 +6,9 @@
 
 #include <decorated_broker.h>
 
+#include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -86,19 +88,27 @@ class ProviderUnderTest {
   /// The exported symbol of that name; null when there is none.
   void* symbol(const std::string& name) const;
 
-  /// The records that the factories give; made with `broker`, by default the manager's.
+  /// Calls a factory; with `broker`, by default the manager's.
   CMPIInstanceMI* instanceMI(const std::string& className, const CMPIBroker* broker = nullptr);
   CMPIAssociationMI* associationMI(const std::string& className,
                                    const CMPIBroker* broker = nullptr);
 
-  /// With a decorated broker, the provider is made with it where it is not there yet, and the
-  /// request's own objects are decorated too. A provider keeps the broker of its first factory
-  /// call.
+  /// Calls the class's factory where that was not done for a request before, as object managers
+  /// do, and sends the request; from any number of threads. With a decorated broker, the factory
+  /// gets it, and the request's own objects are decorated too; a provider keeps the broker that it
+  /// was made with.
   Outcome send(const Request& request, test_support::DecoratedBroker* broker = nullptr);
 
  private:
+  CMPIInstanceMI* rememberedInstanceMI(const std::string& className, const CMPIBroker* broker);
+  CMPIAssociationMI* rememberedAssociationMI(const std::string& className,
+                                             const CMPIBroker* broker);
+
   std::unique_ptr<cimom::ObjectManager> manager_;
   void* library_;
+  std::mutex mutex_;
+  std::map<std::string, CMPIInstanceMI*> instanceMIs_;
+  std::map<std::string, CMPIAssociationMI*> associationMIs_;
 };
 
 }  // namespace requests
