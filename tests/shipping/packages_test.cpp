@@ -1,0 +1,211 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "shell.h"
+
+namespace shipping {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::Contains;
+using testing::Each;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::UnorderedElementsAre;
+
+std::string debianArchitecture() {
+  return linesOf(shell("dpkg --print-architecture").out).front();
+}
+
+/// One package as CPack made it, unpacked.
+class Package {
+ public:
+  explicit Package(const std::string& name)
+      : name_(name),
+        file_(fs::path(PACKAGES) /
+              (name + '_' + PROJECT_VERSION "-1_" + debianArchitecture() + ".deb")) {
+    EXPECT_EQ(shell("dpkg-deb -x " + quoted(file_) + ' ' + quoted(content()) + " && dpkg-deb -e " +
+                    quoted(file_) + ' ' + quoted(control()))
+                  .status,
+              0)
+        << file_;
+  }
+
+  const std::string& name() const { return name_; }
+  const fs::path& file() const { return file_; }
+  fs::path content() const { return directory_.path() / "content"; }
+  fs::path control() const { return directory_.path() / "control"; }
+
+  std::string field(const std::string& field) const {
+    const std::string text = shell("dpkg-deb -f " + quoted(file_) + ' ' + field).out;
+    return text.empty() ? text : text.substr(0, text.size() - 1);
+  }
+
+  bool contains(const std::string& path) const {
+    return fs::exists(fs::symlink_status(content() / path));
+  }
+
+ private:
+  TemporaryDirectory directory_;
+  std::string name_;
+  fs::path file_;
+};
+
+class EveryPackage : public testing::TestWithParam<const char*> {
+ protected:
+  const Package package_{GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Debian, EveryPackage,
+                         testing::Values("pciprovider", "pciprovider-platform", "pciprovider-tools",
+                                         "pciprovider-dev"),
+                         [](const auto& test) {
+                           const std::string name = test.param;
+                           const auto dash = name.find('-');
+                           return dash == std::string::npos ? "provider" : name.substr(dash + 1);
+                         });
+
+TEST_P(EveryPackage, ControlFieldsAreComplete) {
+  EXPECT_EQ(package_.field("Package"), GetParam());
+  EXPECT_EQ(package_.field("Version"), PROJECT_VERSION "-1");
+  EXPECT_EQ(package_.field("Source"), "pciprovider");
+  EXPECT_EQ(package_.field("Architecture"), debianArchitecture());
+  EXPECT_EQ(package_.field("Priority"), "optional");
+  EXPECT_THAT(package_.field("Section"), MatchesRegex("admin|libs|libdevel"));
+  EXPECT_THAT(package_.field("Maintainer"), MatchesRegex(".+ <[^ ]+@[^ ]+>"));
+  EXPECT_THAT(package_.field("Installed-Size"), MatchesRegex("[1-9][0-9]*"));
+}
+
+TEST_P(EveryPackage, DescriptionIsASynopsisAndAText) {
+  const std::vector<std::string> lines = linesOf(package_.field("Description"));
+  ASSERT_GE(lines.size(), 2U);
+  EXPECT_LE(lines.front().size(), 80U);
+  EXPECT_THAT(lines.front(), Not(testing::EndsWith(".")));
+  for (std::size_t i = 1; i < lines.size(); ++i) {
+    EXPECT_THAT(lines[i], MatchesRegex(" [^ ].*")) << "shown verbatim, not as running text";
+    EXPECT_LE(lines[i].size(), 80U) << lines[i];
+  }
+}
+
+TEST_P(EveryPackage, HoldsCopyrightAndAChangelogOfItsVersion) {
+  const fs::path documents = package_.content() / "usr/share/doc" / GetParam();
+  EXPECT_THAT(contentOf(documents / "copyright"), HasSubstr("Copyright: "));
+  const Outcome version = shell("gzip -dc " + quoted(documents / "changelog.Debian.gz") +
+                                " | dpkg-parsechangelog -l - -S Version");
+  EXPECT_EQ(version.out, PROJECT_VERSION "-1\n");
+}
+
+TEST_P(EveryPackage, FilesAreWhatTheirSumsSay) {
+  EXPECT_EQ(shell("cd " + quoted(package_.content()) + " && md5sum --quiet -c " +
+                  quoted(package_.control() / "md5sums"))
+                .status,
+            0);
+  std::vector<std::string> listed;
+  for (const std::string& line : linesOf(contentOf(package_.control() / "md5sums"))) {
+    listed.push_back(line.substr(line.find(' ') + 2));
+  }
+  std::vector<std::string> files = filesBelow(package_.content());
+  std::erase_if(
+      files, [this](const std::string& file) { return fs::is_symlink(package_.content() / file); });
+  EXPECT_THAT(listed, testing::UnorderedElementsAreArray(files));
+}
+
+TEST_P(EveryPackage, BelongsToRootWithTheUsualPermissions) {
+  const std::vector<std::string> entries =
+      linesOf(shell("dpkg-deb -c " + quoted(package_.file())).out);
+  ASSERT_FALSE(entries.empty());
+  EXPECT_THAT(entries, Each(MatchesRegex("(drwxr-xr-x|-rw-r--r--|-rwxr-xr-x|lrwxrwxrwx) "
+                                         "root/root .*")));
+}
+
+TEST_P(EveryPackage, RunsNoScriptsOfItsOwn) {
+  for (const char* script : {"preinst", "postinst", "prerm", "postrm"}) {
+    EXPECT_FALSE(fs::exists(package_.control() / script)) << script;
+  }
+}
+
+TEST_P(EveryPackage, ProgramsAndLibrariesAreStrippedAndSearchNowhereElse) {
+  for (const std::string& file : filesBelow(package_.content())) {
+    const fs::path path = package_.content() / file;
+    if (fs::is_symlink(path) || !contentOf(path).starts_with("\177ELF")) continue;
+    EXPECT_THAT(shell("readelf -S " + quoted(path)).out, Not(HasSubstr(".debug_info"))) << file;
+    EXPECT_THAT(shell("readelf -d " + quoted(path)).out,
+                AllOf(Not(HasSubstr("RUNPATH")), Not(HasSubstr("RPATH")), HasSubstr("NEEDED")))
+        << file;
+  }
+}
+
+TEST_P(EveryPackage, NothingNamesTheMachineThatBuiltIt) {
+  EXPECT_FALSE(anyFileMentions(package_.content(), SOURCE_DIRECTORY));
+  EXPECT_FALSE(anyFileMentions(package_.content(), BUILD_DIRECTORY));
+  EXPECT_FALSE(anyFileMentions(package_.control(), BUILD_DIRECTORY));
+}
+
+const std::string kThisVersion = "(= " PROJECT_VERSION "-1)";
+
+TEST(Packages, EachDependsOnWhatItsFilesNeed) {
+  EXPECT_THAT(Package("pciprovider").field("Depends"),
+              AllOf(HasSubstr("pciprovider-platform " + kThisVersion), HasSubstr("libc6 (>= "),
+                    HasSubstr("libstdc++6 (>= ")));
+  EXPECT_THAT(
+      Package("pciprovider-platform").field("Depends"),
+      AllOf(HasSubstr("libpci3 (>= "), HasSubstr("libc6 (>= "), HasSubstr("libstdc++6 (>= ")));
+  EXPECT_THAT(Package("pciprovider-tools").field("Depends"),
+              AllOf(HasSubstr("pciprovider " + kThisVersion), HasSubstr("libstdc++6 (>= ")));
+  EXPECT_EQ(Package("pciprovider-dev").field("Depends"), "pciprovider-platform " + kThisVersion);
+}
+
+TEST(Packages, EachHoldsItsPart) {
+  const std::string libraries = "usr/" LIBRARY_DIR "/";
+  const Package provider("pciprovider");
+  EXPECT_TRUE(provider.contains("usr/" PROVIDER_DIR "/libpciprovider.so"));
+  EXPECT_TRUE(provider.contains("usr/" PROVIDER_DIR "/libhostsystemprovider.so"));
+  EXPECT_TRUE(provider.contains("usr/sbin/pciprovider-register"));
+  EXPECT_TRUE(provider.contains("usr/share/pciprovider/registration/pciprovider.reg"));
+  EXPECT_TRUE(provider.contains("usr/share/man/man8/pciprovider-register.8.gz"));
+  EXPECT_FALSE(provider.contains("usr/share/pciprovider/mof/standard"));
+  const Package platform("pciprovider-platform");
+  EXPECT_TRUE(platform.contains(libraries + "libqarctl.so.1"));
+  EXPECT_TRUE(platform.contains(libraries + "libzelcppc.so.1"));
+  EXPECT_FALSE(platform.contains(libraries + "libqarctl.so"));
+  const Package tools("pciprovider-tools");
+  EXPECT_TRUE(tools.contains("usr/bin/pcicim"));
+  EXPECT_TRUE(tools.contains("usr/share/pciprovider/mof/standard/CIM_Standard.mof"));
+  EXPECT_TRUE(tools.contains("usr/share/man/man1/pcicim.1.gz"));
+  const Package development("pciprovider-dev");
+  EXPECT_TRUE(development.contains("usr/include/zelcppc/CmpiInstanceMI.h"));
+  EXPECT_TRUE(development.contains(libraries + "libqarctl.so"));
+}
+
+TEST(Packages, NoFileIsInTwoOfThem) {
+  std::map<std::string, std::string> owners;
+  for (const char* name :
+       {"pciprovider", "pciprovider-platform", "pciprovider-tools", "pciprovider-dev"}) {
+    for (const std::string& file : filesBelow(Package(name).content())) {
+      const auto [owner, isNew] = owners.emplace(file, name);
+      EXPECT_TRUE(isNew) << file << " is in " << owner->second << " and " << name;
+    }
+  }
+}
+
+TEST(Packages, PlatformLibrariesAreAnnouncedToTheLoaderAndToPackagesThatUseThem) {
+  const Package platform("pciprovider-platform");
+  EXPECT_EQ(contentOf(platform.control() / "triggers"), "activate-noawait ldconfig\n");
+  EXPECT_THAT(linesOf(contentOf(platform.control() / "shlibs")),
+              UnorderedElementsAre("libqarctl 1 pciprovider-platform (>= " PROJECT_VERSION ")",
+                                   "libzelcppc 1 pciprovider-platform (>= " PROJECT_VERSION ")"));
+  for (const char* library : {"libqarctl.so.1", "libzelcppc.so.1"}) {
+    EXPECT_THAT(
+        shell("readelf -d " + quoted(platform.content() / "usr/" LIBRARY_DIR / library)).out,
+        HasSubstr(std::string("Library soname: [") + library + ']'));
+  }
+}
+
+}  // namespace
+}  // namespace shipping

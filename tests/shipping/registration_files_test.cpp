@@ -1,0 +1,165 @@
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <manager/repository.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "shell.h"
+
+namespace shipping {
+namespace {
+
+using cimom::ClassRepository;
+using cimom::MofInstance;
+using cimom::MofValue;
+
+/// A library with the files that register it.
+struct Registered {
+  const char* name;
+  const char* module;
+  const char* classPrefix;
+  const char* library;
+};
+
+class RegistrationFiles : public testing::TestWithParam<Registered> {
+ protected:
+  static std::string file(const char* extension) {
+    return std::string(SCHEMA_DIRECTORY "/registration/") + GetParam().name + extension;
+  }
+
+  /// Each class of the schema that the library has to serve; true for an association.
+  static std::map<std::string, bool> classes() {
+    const ClassRepository schema = ClassRepository::loadDirectory(SCHEMA_DIRECTORY);
+    std::map<std::string, bool> found;
+    for (const std::string& name : schema.classNames()) {
+      if (name.starts_with(GetParam().classPrefix)) found[name] = schema.find(name)->isAssociation;
+    }
+    return found;
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    All, RegistrationFiles,
+    testing::Values(Registered{"pciprovider", "PCIProviderModule", "Zelmar_", PROVIDER_LIBRARY},
+                    Registered{"hostsystemprovider", "HostSystemProviderModule", "OMC_",
+                               SYSTEM_PROVIDER_LIBRARY}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+// --- sfcb
+
+std::string section(const std::string& name, const std::string& library, bool isAssociation) {
+  return '[' + name + "]\n   provider: " + name + "\n   location: " + library +
+         "\n   type: instance" + (isAssociation ? " association" : "") +
+         "\n   namespace: root/cimv2\n#\n";
+}
+
+TEST_P(RegistrationFiles, SfcbFileIsOneSectionForEachClassAndNothingElse) {
+  std::multiset<std::string> expected;
+  for (const auto& [name, isAssociation] : classes()) {
+    expected.insert(section(name, GetParam().name, isAssociation));
+  }
+  std::multiset<std::string> sections;
+  std::string open;
+  for (const std::string& line : linesOf(contentOf(file(".reg")))) {
+    open += line + '\n';
+    if (line == "#") sections.insert(std::exchange(open, {}));
+  }
+  EXPECT_EQ(open, "") << "text after the last section";
+  EXPECT_EQ(sections, expected);
+}
+
+TEST_P(RegistrationFiles, SfcbFileHasNoBlankWhereItsReaderStumbles) {
+  const std::string text = contentOf(file(".reg"));
+  EXPECT_TRUE(text.ends_with("\n#\n"));
+  EXPECT_EQ(text.find_first_of("\r\t"), std::string::npos);
+  EXPECT_EQ(text.find(" \n"), std::string::npos);
+  EXPECT_EQ(text.find(" :"), std::string::npos);
+  EXPECT_EQ(text.find("\n\n"), std::string::npos);
+}
+
+// --- OpenPegasus
+
+using Properties = std::map<std::string, std::vector<std::string>>;
+
+std::vector<std::string> textsOf(const MofValue& value) {
+  std::vector<std::string> texts;
+  for (const MofValue::Element& element : value.elements) texts.push_back(element.text);
+  return texts;
+}
+
+/// What the file declares of one class of OpenPegasus, by the value of the property that tells the
+/// instances apart.
+std::map<std::string, Properties> instancesOf(const std::string& file, const std::string& className,
+                                              const std::string& key) {
+  std::map<std::string, Properties> found;
+  const ClassRepository registration = ClassRepository::loadFile(file);
+  for (const MofInstance& instance : registration.instances()) {
+    if (instance.className != className) continue;
+    Properties properties;
+    for (const auto& [name, value] : instance.properties) properties[name] = textsOf(value);
+    const std::string name = properties.at(key).front();
+    EXPECT_TRUE(found.emplace(name, properties).second) << className << ' ' << name << " twice";
+  }
+  return found;
+}
+
+TEST_P(RegistrationFiles, OpenPegasusKnowsOneModuleAndFindsTheLibrary) {
+  const auto modules = instancesOf(file(".mof"), "PG_ProviderModule", "Name");
+  ASSERT_EQ(modules.size(), 1U);
+  Properties module = modules.at(GetParam().module);
+  EXPECT_FALSE(module.at("Vendor").front().empty());
+  module.erase("Vendor");
+  EXPECT_EQ(module, (Properties{{"Name", {GetParam().module}},
+                                {"Location", {GetParam().name}},
+                                {"Version", {PROJECT_VERSION}},
+                                {"InterfaceType", {"CMPI"}},
+                                {"InterfaceVersion", {"2.0.0"}}}));
+}
+
+TEST_P(RegistrationFiles, OpenPegasusKnowsAProviderAndItsCapabilitiesForEachClass) {
+  std::map<std::string, Properties> providers;
+  std::map<std::string, Properties> capabilities;
+  for (const auto& [name, isAssociation] : classes()) {
+    providers[name] = {{"ProviderModuleName", {GetParam().module}}, {"Name", {name}}};
+    capabilities[name] = {{"CapabilityID", {name}},
+                          {"ProviderModuleName", {GetParam().module}},
+                          {"ProviderName", {name}},
+                          {"ClassName", {name}},
+                          {"Namespaces", {"root/cimv2"}},
+                          {"ProviderType", isAssociation ? std::vector<std::string>{"2", "3"}
+                                                         : std::vector<std::string>{"2"}}};
+  }
+  EXPECT_EQ(instancesOf(file(".mof"), "PG_Provider", "Name"), providers);
+  EXPECT_EQ(instancesOf(file(".mof"), "PG_ProviderCapabilities", "ClassName"), capabilities);
+}
+
+TEST_P(RegistrationFiles, OpenPegasusFileHoldsNothingElse) {
+  const ClassRepository registration = ClassRepository::loadFile(file(".mof"));
+  EXPECT_EQ(registration.instances().size(), 1 + 2 * classes().size());
+  EXPECT_THAT(registration.classNames(), testing::IsEmpty());
+}
+
+// --- The library
+
+TEST_P(RegistrationFiles, LibraryHasTheFactoriesThatTheNamesPromise) {
+  const std::unique_ptr<void, int (*)(void*)> library(
+      dlopen(GetParam().library, RTLD_NOW | RTLD_LOCAL), dlclose);
+  ASSERT_NE(library, nullptr) << dlerror();
+  const auto exports = [&library](const std::string& name) {
+    return dlsym(library.get(), name.c_str()) != nullptr;
+  };
+  ASSERT_FALSE(classes().empty());
+  for (const auto& [name, isAssociation] : classes()) {
+    EXPECT_TRUE(exports(name + "_Create_InstanceMI")) << name;
+    EXPECT_EQ(exports(name + "_Create_AssociationMI"), isAssociation) << name;
+  }
+}
+
+}  // namespace
+}  // namespace shipping
