@@ -423,6 +423,10 @@ const ClassRepository& ObjectManager::repository() const {
   return *repository_;
 }
 
+Upcalls& ObjectManager::requests() {
+  return *providers_;
+}
+
 const CMPIBroker* ObjectManager::broker() const {
   return providers_->broker();
 }

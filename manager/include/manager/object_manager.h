@@ -12,6 +12,8 @@
 
 namespace cimom {
 
+class Upcalls;
+
 /// The names that a client asks for; without a list, all properties.
 using PropertyList = std::optional<std::vector<std::string>>;
 
@@ -63,6 +65,9 @@ class ObjectManager {
   std::vector<ObjectPath> referenceNames(const ObjectPath& path, const AssociationFilter& filter);
 
   const ClassRepository& repository() const;
+
+  /// The requests above for whoever takes them from anywhere. Lives as long as the manager.
+  Upcalls& requests();
 
   /// The broker that providers of this manager receive. Lives as long as the manager.
   const CMPIBroker* broker() const;
