@@ -4,7 +4,7 @@
 set -euo pipefail
 
 declare -A groups=(
-  [build]="cmake ninja-build g++ libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libcpp-httplib-dev"
+  [build]="cmake ninja-build g++ pkgconf libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libcpp-httplib-dev"
   [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file"
   [vm]="qemu-system-x86"
   [package]="dpkg-dev file"
@@ -35,7 +35,7 @@ as_root=()
 if ((EUID != 0)); then
   if ! command -v sudo >/dev/null; then
     echo "These packages are missing, and sudo, to install them, is too. As root:" >&2
-    echo "  apt-get install --no-install-recommends ${missing[*]}" >&2
+    echo "  apt-get update && apt-get install --no-install-recommends ${missing[*]}" >&2
     exit 1
   fi
   as_root=(sudo)
