@@ -1,6 +1,7 @@
 #include "xml_writer.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "mof_lexer.h"
@@ -68,6 +69,14 @@ void appendText(std::string& out, std::string_view text, bool inAttribute) {
   }
 }
 
+/// Some clients read an element without content in its short form only where no content is ever
+/// allowed, as XML itself advises.
+bool neverHasContent(std::string_view element) {
+  constexpr std::array<std::string_view, 4> kEmpty = {"CLASSNAME", "ERROR", "NAMESPACE",
+                                                      "VALUE.NULL"};
+  return std::ranges::find(kEmpty, element) != kEmpty.end();
+}
+
 }  // namespace
 
 XmlWriter::XmlWriter() : out_("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n") {}
@@ -91,9 +100,11 @@ void XmlWriter::text(std::string_view text) {
 }
 
 void XmlWriter::end() {
-  if (std::exchange(inTag_, false)) {
+  if (inTag_ && neverHasContent(open_.back())) {
     out_ += "/>";
+    inTag_ = false;
   } else {
+    finishTag();
     out_.append("</").append(open_.back()).append(">");
   }
   open_.pop_back();

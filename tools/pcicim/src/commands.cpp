@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "output.h"
+#include "serve.h"
 #include "session.h"
 #include "topology_reader.h"
 
@@ -108,6 +109,8 @@ class CommandRunner {
         return print(session_.manager().references(path_, referenceFilter(), properties()));
       case Command::kReferenceNames:
         return print(session_.manager().referenceNames(path_, referenceFilter()));
+      case Command::kServe:
+        return serve(session_, options_, publishedClasses(), out_);
       case Command::kTree:
         return tree();
     }
@@ -115,8 +118,16 @@ class CommandRunner {
 
  private:
   bool takesPath() const {
-    return options_.command != Command::kClasses && options_.command != Command::kCount &&
-           options_.command != Command::kEnumerate && options_.command != Command::kTree;
+    switch (options_.command) {
+      case Command::kClasses:
+      case Command::kCount:
+      case Command::kEnumerate:
+      case Command::kServe:
+      case Command::kTree:
+        return false;
+      default:
+        return true;
+    }
   }
 
   cimom::PropertyList properties() const {

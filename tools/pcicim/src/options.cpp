@@ -19,6 +19,7 @@ class CommandLine {
     addGeneralOptions();
     addClassCommands();
     addPathCommands();
+    addServe();
     app_.footer(
         "PATH is CLASS.KEY=\"VALUE\",KEY=\"VALUE\"..., with NAMESPACE: in front if you like. Keys\n"
         "that the provider does not need may be left out: Zelmar_PCIPort.DeviceID=\"...\"");
@@ -85,6 +86,23 @@ class CommandLine {
                                  Command::kReferences, false));
     addAssociation("reference-names", "The paths of the associations of an object",
                    Command::kReferenceNames, false);
+  }
+
+  void addServe() {
+    constexpr int kLastPort = 65535;
+    CLI::App* serve =
+        addCommand("serve", "Answer CIM clients over HTTP until stopped", Command::kServe);
+    serve->add_option("--bind", options_.address, "Listen at this address alone")
+        ->type_name("ADDRESS")
+        ->capture_default_str();
+    serve->add_option("--port", options_.port, "Listen at this port; 0 is any free one")
+        ->type_name("N")
+        ->check(CLI::Range(0, kLastPort))
+        ->capture_default_str();
+    serve->footer(
+        "Whoever reaches the address can ask: there is no password and no encryption.\n"
+        "SIGINT (Ctrl-C) and SIGTERM stop it once what it was asked is answered; a second one at\n"
+        "once.");
   }
 
   CLI::App* addAssociation(const char* name, const char* description, Command command,

@@ -14,6 +14,7 @@ enum class Command {
   kAssociatorNames,
   kReferences,
   kReferenceNames,
+  kServe,
   kTree,
 };
 
@@ -44,6 +45,10 @@ struct Options {
   std::string resultClass;
   std::string role;
   std::string resultRole;
+
+  /// Where `serve` listens: a numeric address or a name of this host; port 0 is any free one.
+  std::string address = "127.0.0.1";
+  int port = 5988;
 };
 
 /// What reading the command line came to.

@@ -54,6 +54,11 @@ void setVariable(const char* name, const std::string& value) {
   }
 }
 
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
 void setUpLog(bool verbose) {
   openlog("pcicim", LOG_PERROR, LOG_USER);
   // Ordinary requests trace at a priority above errors, too; a person asks for that explicitly.
@@ -138,11 +143,10 @@ void Session::loadProviders() {
 }
 
 void Session::checkSavedInventory() {
-  const char* inventory = std::getenv(kInventoryVariable);
-  if (inventory == nullptr || *inventory == '\0') {
+  if (inventory().empty()) {
     return;
   }
-  checkInventory(inventory, [this](const std::string& address) {
+  checkInventory(inventory(), [this](const std::string& address) {
     cimom::ObjectPath device;
     device.className = "Zelmar_PCIDevice";
     device.keys.push_back({"DeviceID", cimom::Value::text(address)});
@@ -154,6 +158,14 @@ void Session::checkSavedInventory() {
       return error.code() != CMPI_RC_ERR_NOT_FOUND;
     }
   });
+}
+
+std::string Session::inventory() const {
+  return variable(kInventoryVariable);
+}
+
+std::string Session::hostName() const {
+  return variable(kHostNameVariable);
 }
 
 cimom::ObjectPath Session::path(std::string_view text) const {

@@ -25,6 +25,11 @@ class Session {
 
   const cimom::ClassRepository& classes() const { return *repository_; }
 
+  /// The saved inventory that stands in for the host, and the name that is given to it, from the
+  /// command line or the environment; empty where neither says anything.
+  std::string inventory() const;
+  std::string hostName() const;
+
   /// The object path that the text means: keys get the types that their class declares. Throws
   /// PathError, and CimError (INVALID_CLASS, INVALID_PARAMETER).
   cimom::ObjectPath path(std::string_view text) const;

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "options.h"
+#include "session.h"
+
+namespace pcicim {
+
+/// Answers CIM-XML over HTTP until SIGINT or SIGTERM comes, then finishes what clients have asked;
+/// a second signal of the same kind ends the process. Says first what is served (`classes` are
+/// those worth naming), where, and how to ask. Throws what Session::manager() throws, and
+/// std::runtime_error when the address cannot be listened at. Once per process.
+void serve(Session& session, const Options& options, const std::vector<std::string>& classes,
+           std::ostream& out);
+
+}  // namespace pcicim
