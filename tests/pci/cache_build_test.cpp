@@ -1,5 +1,5 @@
 // The one-time build of the snapshot: what it holds, what it logs, and what a failure leaves.
-#include "scripted_host.h"
+#include "unit_fixture.h"
 
 #include <PciPorts.h>
 #include <PciTopologyCache.h>
@@ -15,26 +15,19 @@ namespace {
 
 using namespace pciprovider;
 using HostCtl::Lib::HostCtlException;
+using scripted::device;
+using scripted::line;
+using scripted::namesOf;
 using testing::AllOf;
 using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::Field;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 
-auto line(int priority, const std::string& text) {
-  return AllOf(Field(&scripted::LogLine::priority, priority),
-               Field(&scripted::LogLine::text, text));
-}
-
 constexpr int kProgress = LOG_DEBUG;
-
-std::vector<std::string> portNamesInOrder() {
-  std::vector<std::string> names;
-  for (const PortEntry& port : GetPortsCache()) names.push_back(port.portName);
-  return names;
-}
 
 /// A bridge, a switch below it with one downstream port, a device there and an ISA bridge.
 void makeSmallHost() {
@@ -48,7 +41,7 @@ void makeSmallHost() {
 TEST(CacheBuild, FillsEveryList) {
   makeSmallHost();
   EXPECT_EQ(LoadCache(), 0);
-  EXPECT_THAT(portNamesInOrder(), ElementsAre("B-pri", "B-sec", "U-up", "P-ep", "D-ep"));
+  EXPECT_THAT(namesOf(GetPortsCache()), ElementsAre("B-pri", "B-sec", "U-up", "P-ep", "D-ep"));
   EXPECT_STREQ(PciGetSystemName(), "hosta01");
   EXPECT_THAT(GetBusNumbers(), ElementsAre(0, 1, 2, 3));
   ASSERT_THAT(GetBridgesCache(), SizeIs(1));
@@ -120,6 +113,134 @@ TEST(CacheBuild, AFailureOfTheSystemNamePassesToTheCaller) {
     if (call == "GetSystemInfo") throw HostCtlException("no name");
   };
   EXPECT_THROW(LoadCache(), HostCtlException);
+}
+
+TEST(CacheBuild, OfTheSnapshotUsesHostControlInItsOrder) {
+  makeSmallHost();
+  std::vector<std::string> seen;
+  scripted::host().onCall = [&](const std::string& call) {
+    if (call.find("Host") == 0 || call.find("GetHost") == 0 || call == "GetHardwareInfo" ||
+        call == "GetSystemInfo" || call == "GetPciInfo" || call == "GetPciDevices") {
+      seen.push_back(call);
+    }
+    if (call == "GetAddress" && seen.back() != "GetAddress") seen.push_back(call);
+  };
+  scripted::host().onRelease = [&](const std::string& object) { seen.push_back("~" + object); };
+  LoadCache();
+  EXPECT_THAT(seen, ElementsAre("GetHardwareInfo", "GetSystemInfo", "~HardwareInfo", "GetHost",
+                                "GetHardwareInfo", "GetPciInfo", "~HardwareInfo", "GetPciDevices",
+                                "GetAddress", "~PciInfo"));
+}
+
+bool isReadingTheHost(const scripted::LogLine& logged) {
+  return logged.text.rfind("PCI CB cache idx:", 0) != 0 && logged.priority != LOG_ERR;
+}
+
+TEST(CacheBuild, RaisesItsProgressAloneWhileTheTraceFileIsThere) {
+  makeSmallHost();
+  scripted::host().functions.push_back({"D", 9});
+  scripted::host().traceFile = true;
+  LoadCache();
+  std::vector<int> progress;
+  std::vector<int> others;
+  for (const auto& logged : scripted::logLines()) {
+    (isReadingTheHost(logged) ? progress : others).push_back(logged.priority);
+  }
+  EXPECT_THAT(progress, AllOf(SizeIs(10), Each(LOG_CRIT)));
+  EXPECT_THAT(others, ElementsAre(LOG_ERR, LOG_ERR, LOG_DEBUG));
+  EXPECT_THAT(scripted::logLines(),
+              Contains(line(LOG_DEBUG, "PCI CB cache idx: cbPortMap=5 cbDevMap=4")));
+}
+
+TEST(CacheBuild, ReportsAFailureAtItsPriorityWhileTheTraceFileIsThere) {
+  makeSmallHost();
+  scripted::host().traceFile = true;
+  scripted::host().onCall = [](const std::string& call) {
+    if (call == "GetPciDevices") throw HostCtlException("no list");
+  };
+  LoadCache();
+  EXPECT_THAT(
+      scripted::logLines(),
+      ElementsAre(line(LOG_CRIT, "GetPCIData started to analyze and cache RQL PCI data"),
+                  line(LOG_ERR,
+                       "PCI information caught exception, reporting may be incomplete, "
+                       "error no list"),
+                  line(LOG_CRIT, "*** GetPCIData loaded, 0 switches, 0 bridges busNumbers 0")));
+}
+
+TEST(CacheBuild, IndexesTheFirstOfADuplicateAddress) {
+  scripted::host().functions = {{"D", 1}, {"D", 2}};
+  LoadCache();
+  EXPECT_EQ(device("D"), GetDevicesCache()[0].get());
+}
+
+TEST(CacheBuild, PortsWithDuplicateNamesAreStillSorted) {
+  scripted::host().functions = {{"B", 0, 0x0604, 4},      {"U", 1, 0x0604, 5},
+                                {"B", 2, 0x0604, 4},      {"U", 3, 0x0604, 5},
+                                {"P", 4, 0x0604, 6, "U"}, {"P", 5, 0x0604, 6, "U"}};
+  LoadCache();
+  EXPECT_THAT(namesOf(GetBridgesCache()), ElementsAre("B-pri", "B-pri"));
+  EXPECT_THAT(namesOf(GetSwitchCache()), ElementsAre("U-up", "U-up"));
+  EXPECT_EQ(GetSwitchCache()[1]->busNumber, 3);
+  EXPECT_THAT(namesOf(LookupSwitchPorts("U")), ElementsAre("P-ep", "P-ep"));
+  EXPECT_EQ(LookupPortByDeviceEntry("U").busNumber, 3);
+  EXPECT_EQ(LookupPortEntry("U-up").busNumber, 1);
+  EXPECT_THAT(GetBusNumbers(), ElementsAre(0, 1, 4));
+}
+
+TEST(CacheBuild, APortOfABridgeIsPrimaryByAnyPartOfItsName) {
+  scripted::host().functions = {{"B-pri-x", 0, 0x0604, 4}};
+  LoadCache();
+  EXPECT_THAT(namesOf(GetBridgesCache()), ElementsAre("B-pri-x-pri", "B-pri-x-sec"));
+}
+
+TEST(CacheBuild, KeepsDevicesWhenThePortsFail) {
+  makeSmallHost();
+  scripted::host().functions[3].failing = {"GetBusNumber"};
+  LoadCache();
+  EXPECT_THAT(GetDevicesCache(), SizeIs(5));
+  EXPECT_EQ(device("D")->GetClassCode(), 0x0200);
+  // The ports before the failing one stay, though nothing finds or sorts them.
+  EXPECT_THAT(namesOf(GetPortsCache()), ElementsAre("B-pri", "B-sec", "U-up", "P-ep"));
+  EXPECT_THAT(GetPortNames(), IsEmpty());
+  EXPECT_THAT(GetBridgesCache(), IsEmpty());
+  EXPECT_THAT(scripted::logLines(),
+              Contains(line(LOG_ERR,
+                            "PCI information caught exception, reporting may be incomplete, "
+                            "error GetBusNumber of D")));
+}
+
+TEST(CacheBuild, KeepsEveryListWhenTheLastStepFails) {
+  makeSmallHost();
+  std::size_t lists = 0;
+  scripted::host().onCall = [&](const std::string& call) {
+    // The index of controllers asks devices only after the last port was sorted.
+    if (!GetSwitchPortsCache().empty() && call == "HasCapability") {
+      ++lists;
+      throw HostCtlException("late");
+    }
+    if (!GetSwitchPortsCache().empty() && call == "GetAddress") throw HostCtlException("late");
+  };
+  LoadCache();
+  EXPECT_GT(lists, 0U);
+  EXPECT_THAT(namesOf(GetBridgesCache()), ElementsAre("B-pri"));
+  EXPECT_THAT(namesOf(GetSwitchCache()), ElementsAre("U-up"));
+  EXPECT_THAT(GetBusNumbers(), ElementsAre(0, 1, 2, 3));
+  EXPECT_THAT(scripted::logLines().back().text,
+              "*** GetPCIData loaded, 1 switches, 1 bridges busNumbers 4");
+}
+
+TEST(CacheBuild, StartsAnewAfterAFailureOfTheSystemName) {
+  makeSmallHost();
+  scripted::host().onCall = [](const std::string& call) {
+    if (call == "GetSystemInfo") throw HostCtlException("no name");
+  };
+  EXPECT_THROW(LoadCache(), HostCtlException);
+  EXPECT_THAT(GetDevicesCache(), IsEmpty());
+  scripted::host().onCall = [](const std::string&) {};
+  EXPECT_EQ(LoadCache(), 0);
+  EXPECT_THAT(GetDevicesCache(), SizeIs(5));
+  EXPECT_STREQ(PciGetSystemName(), "hosta01");
 }
 
 /// Which call of the build fails. Calls 0 and 1 learn the system's name.

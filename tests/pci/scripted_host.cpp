@@ -61,8 +61,8 @@ class ScriptedDevice : public PciDevice {
     return say("GetCapabilities", function_.capabilities);
   }
   bool HasCapability(std::uint8_t id) const override {
-    return say("HasCapability",
-               (id == 0x10 && function_.pcieType >= 0) || (id == 0x07 && function_.pciX));
+    return say("HasCapability", (id == 0x10 && function_.pcieType >= 0 && !function_.hidesPcie) ||
+                                    (id == 0x07 && function_.pciX));
   }
   std::int32_t GetPcieDeviceType() const override {
     return say("GetPcieDeviceType", function_.pcieType);
@@ -88,6 +88,7 @@ class ScriptedDevice : public PciDevice {
 
 class ScriptedPciInfo : public HostCtl::Hardware::PciInfo {
  public:
+  ~ScriptedPciInfo() override { host().onRelease("PciInfo"); }
   std::vector<std::unique_ptr<PciDevice>> GetPciDevices() override {
     host().onCall("GetPciDevices");
     std::vector<std::unique_ptr<PciDevice>> devices;
@@ -100,6 +101,7 @@ class ScriptedPciInfo : public HostCtl::Hardware::PciInfo {
 
 class ScriptedHardware : public HostCtl::Hardware::HardwareInfo {
  public:
+  ~ScriptedHardware() override { host().onRelease("HardwareInfo"); }
   std::unique_ptr<HostCtl::Hardware::PciInfo> GetPciInfo() override {
     host().onCall("GetPciInfo");
     return std::make_unique<ScriptedPciInfo>();

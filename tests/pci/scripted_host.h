@@ -26,6 +26,8 @@ struct Function {
   std::string vendorName = "Acme";
   std::string deviceName = "Widget";
   std::vector<std::uint32_t> capabilities = {0x10006};
+  /// Says that there is no PCI Express capability, whatever the type.
+  bool hidesPcie = false;
   /// Names of the operations that throw HostCtlException("<operation> of <address>").
   std::set<std::string> failing = {};
 };
@@ -34,6 +36,8 @@ struct Host {
   std::string name = "HostA01";
   std::vector<Function> functions;
   std::function<void(const std::string& call)> onCall = [](const std::string&) {};
+  /// Told when an object that the host handed out is released: "HardwareInfo" or "PciInfo".
+  std::function<void(const std::string& object)> onRelease = [](const std::string&) {};
   /// Whether the file that raises the build's trace can be read.
   bool traceFile = false;
 };
