@@ -1,5 +1,6 @@
 // Every request with every call of the broker, and of the platform, failing in turn: nothing
 // crashes, nothing is made up, and the failure is told.
+#include "machine_requests.h"
 #include "scripted_machine.h"
 
 #include <decorated_broker.h>
@@ -16,70 +17,6 @@ using namespace requests;
 using namespace scripted;
 using cimom::ObjectPath;
 using test_support::DecoratedBroker;
-
-ObjectPath system() {
-  return pathOf("OMC_UnitaryComputerSystem",
-                {{"CreationClassName", "OMC_UnitaryComputerSystem"}, {"Name", "hosta01"}});
-}
-ObjectPath port(const std::string& id) {
-  return byDeviceId("Zelmar_PCIPort", id);
-}
-ObjectPath group(const std::string& id) {
-  return pathOf("Zelmar_PCIPortGroup", {{"InstanceID", id}});
-}
-ObjectPath plainDevice(const std::string& id) {
-  return pathOf("Zelmar_PCIDevice", {{"SystemCreationClassName", "OMC_UnitaryComputerSystem"},
-                                     {"SystemName", "hosta01"},
-                                     {"CreationClassName", "Zelmar_PCIDevice"},
-                                     {"DeviceID", id}});
-}
-
-/// An instance that each class answers when it is asked for it.
-std::vector<ObjectPath> knownInstances() {
-  return {
-      plainDevice("D"),
-      byDeviceId("Zelmar_PCIBridge", "B"),
-      byDeviceId("Zelmar_PCIeSwitch", "U"),
-      port("B-sec"),
-      group("Zelmar:bus-0"),
-      pairOf("Zelmar_PCISystemDevice", "GroupComponent", system(), "PartComponent",
-             plainDevice("D")),
-      pairOf("Zelmar_PCIDeviceConnection", "Antecedent", port("B-sec"), "Dependent", port("P-ep")),
-      pairOf("Zelmar_PCIControlledBy", "Antecedent", plainDevice("D"), "Dependent", port("P-ep")),
-      pairOf("Zelmar_PCIHostedCollection", "Antecedent", system(), "Dependent",
-             group("Zelmar:bus-0")),
-      pairOf("Zelmar_PCIMemberOfCollection", "Collection", group("Zelmar:bus-0"), "Member",
-             port("B-sec"))};
-}
-
-std::vector<ObjectPath> sourcesOf(const std::string& association) {
-  if (association == "Zelmar_PCISystemDevice") return {port("D-ep"), plainDevice("D"), system()};
-  if (association == "Zelmar_PCIDeviceConnection") return {port("K-ep")};
-  if (association == "Zelmar_PCIHostedCollection") return {group("Zelmar:bus-0"), system()};
-  if (association == "Zelmar_PCIMemberOfCollection") return {port("B-sec"), group("Zelmar:bus-0")};
-  return {port("B-sec"), byDeviceId("Zelmar_PCIBridge", "B"), byDeviceId("Zelmar_PCIBridge", ""),
-          port("")};
-}
-
-std::vector<Request> requestsOf(const ObjectPath& instance) {
-  const std::string& className = instance.className;
-  std::vector<Request> all{
-      {Operation::kEnumInstanceNames, className, pathOf(className)},
-      {Operation::kEnumInstances, className, pathOf(className), {}, std::vector<std::string>{"x"}},
-      {Operation::kGetInstance, className, instance}};
-  if (instance.keys.front().value.type != cimom::CimType::kReference) return all;
-  for (const ObjectPath& source : sourcesOf(className)) {
-    for (const Operation operation : associationOperations()) {
-      all.push_back({operation, className, source});
-    }
-  }
-  return all;
-}
-
-std::string nameOf(const Request& request) {
-  return request.className + " " + requests::nameOf(request.operation) + " " +
-         briefOf(request.path);
-}
 
 /// Whether `events` is what a request that stopped early would have handed over.
 bool isStartOf(const std::vector<std::string>& events, const std::vector<std::string>& whole) {

@@ -139,6 +139,7 @@ class RecordingResult {
   void keepAnswers() {
     outcome_.instances = std::move(answers_.instances);
     outcome_.paths = std::move(answers_.paths);
+    outcome_.donesTaken = answers_.doneCount;
   }
 
  private:
@@ -196,8 +197,8 @@ const char* orNull(const std::string& text) {
   return text.empty() ? nullptr : text.c_str();
 }
 
-CMPIStatus callInstance(CMPIInstanceMI* mi, const Request& request, const CMPIContext* context,
-                        const CMPIResult* result, const CMPIObjectPath* path) {
+CMPIStatus callRecord(CMPIInstanceMI* mi, const Request& request, const CMPIContext* context,
+                      const CMPIResult* result, const CMPIObjectPath* path) {
   PropertyArray properties(request.properties);
   switch (request.operation) {
     case Operation::kEnumInstanceNames:
@@ -209,9 +210,8 @@ CMPIStatus callInstance(CMPIInstanceMI* mi, const Request& request, const CMPICo
   }
 }
 
-CMPIStatus callAssociation(CMPIAssociationMI* mi, const Request& request,
-                           const CMPIContext* context, const CMPIResult* result,
-                           const CMPIObjectPath* path) {
+CMPIStatus callRecord(CMPIAssociationMI* mi, const Request& request, const CMPIContext* context,
+                      const CMPIResult* result, const CMPIObjectPath* path) {
   PropertyArray properties(request.properties);
   const char* assocClass = orNull(request.filter.assocClass);
   const char* resultClass = orNull(request.filter.resultClass);
@@ -231,81 +231,101 @@ CMPIStatus callAssociation(CMPIAssociationMI* mi, const Request& request,
   }
 }
 
+template <class Record>
+Outcome sendToRecord(Record* mi, const Request& request, test_support::DecoratedBroker* broker) {
+  Outcome outcome;
+  RequestScope scope;
+  RecordingResult result(scope, broker, outcome);
+  const CMPIContext* context = decorated(broker, scope.newContext("root/cimv2", 0));
+  const CMPIObjectPath* path = decorated(broker, scope.newPath(request.path));
+  const CMPIStatus status = callRecord(mi, request, context, result.record(), path);
+  outcome.status = status.rc;
+  if (status.msg != nullptr) outcome.message = status.msg->ft->getCharPtr(status.msg, nullptr);
+  result.keepAnswers();
+  return outcome;
+}
+
+template <class Record>
+Record* callFactory(void* factory, const CMPIBroker* broker) {
+  using Factory = Record* (*)(const CMPIBroker*, const CMPIContext*);
+  RequestScope scope;
+  return reinterpret_cast<Factory>(factory)(broker, scope.newContext("root/cimv2", 0));
+}
+
+}  // namespace
+
 bool isAssociationOperation(Operation operation) {
   const auto& all = associationOperations();
   return std::find(all.begin(), all.end(), operation) != all.end();
 }
 
-}  // namespace
-
-ProviderUnderTest::ProviderUnderTest(const char* library)
-    : manager_(
-          std::make_unique<cimom::ObjectManager>(std::make_shared<const cimom::ClassRepository>(
-              cimom::ClassRepository::load({SCHEMA_DIRECTORY, SUBCLASSES_DIRECTORY})))),
-      library_(dlopen(library, RTLD_NOW | RTLD_LOCAL)) {
-  if (library_ == nullptr) ADD_FAILURE() << dlerror();
-  manager_->loadProvider(library);
-  manager_->loadProvider(SYSTEM_PROVIDER_LIBRARY);
+Outcome sendTo(CMPIInstanceMI* mi, const Request& request, test_support::DecoratedBroker* broker) {
+  return sendToRecord(mi, request, broker);
 }
 
-ProviderUnderTest::~ProviderUnderTest() {
-  manager_.reset();
+Outcome sendTo(CMPIAssociationMI* mi, const Request& request,
+               test_support::DecoratedBroker* broker) {
+  return sendToRecord(mi, request, broker);
+}
+
+std::shared_ptr<const cimom::ClassRepository> testClasses() {
+  return std::make_shared<const cimom::ClassRepository>(
+      cimom::ClassRepository::load({SCHEMA_DIRECTORY, SUBCLASSES_DIRECTORY}));
+}
+
+ProviderLibrary::ProviderLibrary(const char* file, const CMPIBroker* broker)
+    : broker_(broker), library_(dlopen(file, RTLD_NOW | RTLD_LOCAL)) {
+  if (library_ == nullptr) ADD_FAILURE() << dlerror();
+}
+
+ProviderLibrary::~ProviderLibrary() {
   dlclose(library_);
 }
 
-void* ProviderUnderTest::symbol(const std::string& name) const {
+void* ProviderLibrary::symbol(const std::string& name) const {
   return dlsym(library_, name.c_str());
 }
 
-CMPIInstanceMI* ProviderUnderTest::instanceMI(const std::string& className,
-                                              const CMPIBroker* broker) {
-  using Factory = CMPIInstanceMI* (*)(const CMPIBroker*, const CMPIContext*);
-  RequestScope scope;
-  return reinterpret_cast<Factory>(symbol(className + "_Create_InstanceMI"))(
-      broker != nullptr ? broker : manager_->broker(), scope.newContext("root/cimv2", 0));
+CMPIInstanceMI* ProviderLibrary::instanceMI(const std::string& className,
+                                            const CMPIBroker* broker) {
+  return callFactory<CMPIInstanceMI>(symbol(className + "_Create_InstanceMI"),
+                                     broker != nullptr ? broker : broker_);
 }
 
-CMPIAssociationMI* ProviderUnderTest::associationMI(const std::string& className,
-                                                    const CMPIBroker* broker) {
-  using Factory = CMPIAssociationMI* (*)(const CMPIBroker*, const CMPIContext*);
-  RequestScope scope;
-  return reinterpret_cast<Factory>(symbol(className + "_Create_AssociationMI"))(
-      broker != nullptr ? broker : manager_->broker(), scope.newContext("root/cimv2", 0));
+CMPIAssociationMI* ProviderLibrary::associationMI(const std::string& className,
+                                                  const CMPIBroker* broker) {
+  return callFactory<CMPIAssociationMI>(symbol(className + "_Create_AssociationMI"),
+                                        broker != nullptr ? broker : broker_);
 }
 
-CMPIInstanceMI* ProviderUnderTest::rememberedInstanceMI(const std::string& className,
-                                                        const CMPIBroker* broker) {
+CMPIInstanceMI* ProviderLibrary::rememberedInstanceMI(const std::string& className,
+                                                      const CMPIBroker* broker) {
   const std::lock_guard<std::mutex> lock(mutex_);
   CMPIInstanceMI*& record = instanceMIs_[className];
   if (record == nullptr) record = instanceMI(className, broker);
   return record;
 }
 
-CMPIAssociationMI* ProviderUnderTest::rememberedAssociationMI(const std::string& className,
-                                                              const CMPIBroker* broker) {
+CMPIAssociationMI* ProviderLibrary::rememberedAssociationMI(const std::string& className,
+                                                            const CMPIBroker* broker) {
   const std::lock_guard<std::mutex> lock(mutex_);
   CMPIAssociationMI*& record = associationMIs_[className];
   if (record == nullptr) record = associationMI(className, broker);
   return record;
 }
 
-Outcome ProviderUnderTest::send(const Request& request, test_support::DecoratedBroker* broker) {
-  Outcome outcome;
-  RequestScope scope;
-  RecordingResult result(scope, broker, outcome);
-  const CMPIContext* context = decorated(broker, scope.newContext("root/cimv2", 0));
-  const CMPIObjectPath* path = decorated(broker, scope.newPath(request.path));
+Outcome ProviderLibrary::send(const Request& request, test_support::DecoratedBroker* broker) {
   const CMPIBroker* record = broker != nullptr ? broker->record() : nullptr;
-  const CMPIStatus status =
-      isAssociationOperation(request.operation)
-          ? callAssociation(rememberedAssociationMI(request.className, record), request, context,
-                            result.record(), path)
-          : callInstance(rememberedInstanceMI(request.className, record), request, context,
-                         result.record(), path);
-  outcome.status = status.rc;
-  if (status.msg != nullptr) outcome.message = status.msg->ft->getCharPtr(status.msg, nullptr);
-  result.keepAnswers();
-  return outcome;
+  return isAssociationOperation(request.operation)
+             ? sendTo(rememberedAssociationMI(request.className, record), request, broker)
+             : sendTo(rememberedInstanceMI(request.className, record), request, broker);
+}
+
+ProviderUnderTest::ProviderUnderTest(const char* library)
+    : manager_(std::make_unique<cimom::ObjectManager>(testClasses())),
+      library_(library, manager_->broker()) {
+  manager_->loadProvider(library);
+  manager_->loadProvider(SYSTEM_PROVIDER_LIBRARY);
 }
 
 }  // namespace requests

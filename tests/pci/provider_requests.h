@@ -2,6 +2,7 @@
 
 #include <cmpi/cmpi.h>
 #include <manager/object_manager.h>
+#include <manager/repository.h>
 #include <manager/value.h>
 
 #include <decorated_broker.h>
@@ -50,6 +51,8 @@ struct Outcome {
   std::vector<std::string> events;
   std::vector<cimom::Instance> instances;
   std::vector<cimom::ObjectPath> paths;
+  /// The dones that the object manager took.
+  unsigned donesTaken = 0;
 
   /// The events without "done".
   std::vector<std::string> answers() const;
@@ -75,20 +78,32 @@ std::string textOf(const cimom::Instance& instance, const std::string& property)
 /// Names of the keys in order.
 std::vector<std::string> keyNames(const cimom::ObjectPath& path);
 
-/// The loaded provider library with an object manager whose broker it uses.
-class ProviderUnderTest {
- public:
-  /// Loads `library` (PROVIDER_LIBRARY in most tests) and the computer system's provider.
-  explicit ProviderUnderTest(const char* library);
-  ~ProviderUnderTest();
-  ProviderUnderTest(const ProviderUnderTest&) = delete;
-  ProviderUnderTest& operator=(const ProviderUnderTest&) = delete;
+/// Whether the request goes to an association record.
+bool isAssociationOperation(Operation operation);
 
-  cimom::ObjectManager& manager() { return *manager_; }
+/// Sends a request to a record. With a decorated broker, the request's own objects carry its
+/// tables.
+Outcome sendTo(CMPIInstanceMI* mi, const Request& request,
+               test_support::DecoratedBroker* broker = nullptr);
+Outcome sendTo(CMPIAssociationMI* mi, const Request& request,
+               test_support::DecoratedBroker* broker = nullptr);
+
+/// Classes, the schema's and those that tests derive from them.
+std::shared_ptr<const cimom::ClassRepository> testClasses();
+
+/// A provider library, open as long as this object lives.
+class ProviderLibrary {
+ public:
+  /// `broker` serves the factories that are not given another.
+  ProviderLibrary(const char* file, const CMPIBroker* broker);
+  ~ProviderLibrary();
+  ProviderLibrary(const ProviderLibrary&) = delete;
+  ProviderLibrary& operator=(const ProviderLibrary&) = delete;
+
   /// The exported symbol of that name; null when there is none.
   void* symbol(const std::string& name) const;
 
-  /// Calls a factory; with `broker`, by default the manager's.
+  /// Calls a factory.
   CMPIInstanceMI* instanceMI(const std::string& className, const CMPIBroker* broker = nullptr);
   CMPIAssociationMI* associationMI(const std::string& className,
                                    const CMPIBroker* broker = nullptr);
@@ -104,11 +119,37 @@ class ProviderUnderTest {
   CMPIAssociationMI* rememberedAssociationMI(const std::string& className,
                                              const CMPIBroker* broker);
 
-  std::unique_ptr<cimom::ObjectManager> manager_;
+  const CMPIBroker* broker_;
   void* library_;
   std::mutex mutex_;
   std::map<std::string, CMPIInstanceMI*> instanceMIs_;
   std::map<std::string, CMPIAssociationMI*> associationMIs_;
+};
+
+/// The loaded provider library with an object manager whose broker it uses.
+class ProviderUnderTest {
+ public:
+  /// Loads `library` (PROVIDER_LIBRARY in most tests) and the computer system's provider.
+  explicit ProviderUnderTest(const char* library);
+
+  cimom::ObjectManager& manager() { return *manager_; }
+
+  // As those of the library.
+  void* symbol(const std::string& name) const { return library_.symbol(name); }
+  CMPIInstanceMI* instanceMI(const std::string& className, const CMPIBroker* broker = nullptr) {
+    return library_.instanceMI(className, broker);
+  }
+  CMPIAssociationMI* associationMI(const std::string& className,
+                                   const CMPIBroker* broker = nullptr) {
+    return library_.associationMI(className, broker);
+  }
+  Outcome send(const Request& request, test_support::DecoratedBroker* broker = nullptr) {
+    return library_.send(request, broker);
+  }
+
+ private:
+  std::unique_ptr<cimom::ObjectManager> manager_;
+  ProviderLibrary library_;
 };
 
 }  // namespace requests

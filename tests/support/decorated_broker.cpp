@@ -647,9 +647,11 @@ void DecoratedBroker::State::resetResult(const CMPIResult* result) {
 bool DecoratedBroker::State::takes(const CMPIResult* result, bool done) {
   const std::lock_guard<std::mutex> lock(mutex_);
   Taken& taken = taken_[result->hdl];
+  if (done && taken.answers == 0 && !manners_.takesEmptyDone) return false;
   unsigned& count = done ? taken.dones : taken.answers;
   const auto most = done ? manners_.mostDonesPerResult : manners_.mostAnswersPerResult;
-  return !most || ++count <= *most;
+  ++count;
+  return !most || count <= *most;
 }
 
 AnyHandle DecoratedBroker::State::plain(const void* object) const {

@@ -31,6 +31,8 @@ struct Manners {
   std::optional<unsigned> mostAnswersPerResult;
   /// Dones that one result takes before it refuses more with FAILED; 0 refuses the first.
   std::optional<unsigned> mostDonesPerResult;
+  /// False: a result that took no answer refuses a done with FAILED.
+  bool takesEmptyDone = true;
   FilterManner filter = FilterManner::kDropUnlistedKeys;
   /// False: the broker record has no such table.
   bool hasMemoryTable = true;

@@ -205,6 +205,17 @@ TEST_F(DecoratedBrokerTest, AResultRefusesWhatIsTooMuch) {
               Each(StartsWith(R"(result.returnInstance(root:Thing.Name="one")")));
 }
 
+TEST_F(DecoratedBrokerTest, AResultWithoutAnswersRefusesADone) {
+  Manners manners;
+  manners.takesEmptyDone = false;
+  DecoratedBroker& watched = decorate(manners);
+  CMPIResult* result = watched.decorate(scope.newResult(answers));
+  EXPECT_EQ(result->ft->returnDone(result).rc, CMPI_RC_ERR_FAILED);
+  result->ft->returnInstance(result, newInstance());
+  EXPECT_EQ(result->ft->returnDone(result).rc, CMPI_RC_OK);
+  EXPECT_EQ(answers.doneCount, 1U);
+}
+
 TEST_F(DecoratedBrokerTest, TablesAndSlotsCanBeMissing) {
   Manners manners;
   manners.hasMemoryTable = false;
