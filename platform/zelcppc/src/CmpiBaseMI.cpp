@@ -21,9 +21,9 @@ CMPIStatus runCleanup(CmpiBaseMI& provider, CmpiContext& context, bool terminati
 
 template <class Record>
 CMPIStatus cleanupRecord(Record* record, const CMPIContext* cmpiContext, bool terminating) {
-  // A record that was cleaned up before has nothing left to do.
-  if (record == nullptr || record->hdl == nullptr) return {CMPI_RC_OK, nullptr};
-  auto* provider = static_cast<CmpiBaseMI*>(record->hdl);
+  CmpiBaseMI* provider = providerOf(record);
+  // A record whose provider is gone has nothing left to do.
+  if (provider == nullptr) return {CMPI_RC_OK, nullptr};
   const CurrentBrokerScope scope(provider->getBroker().getHandle());
   CmpiContext context(cmpiContext);
   const CMPIStatus status = runCleanup(*provider, context, terminating);
@@ -35,8 +35,13 @@ CMPIStatus cleanupRecord(Record* record, const CMPIContext* cmpiContext, bool te
 
 }  // namespace
 
-CmpiBaseMI::CmpiBaseMI(const CmpiBroker& broker, const CmpiContext&) : broker_(broker) {}
-CmpiBaseMI::~CmpiBaseMI() = default;
+CmpiBaseMI::CmpiBaseMI(const CmpiBroker& broker, const CmpiContext&) : broker_(broker) {
+  providerMade(this, broker.getHandle());
+}
+
+CmpiBaseMI::~CmpiBaseMI() {
+  providerGone(this);
+}
 
 CmpiStatus CmpiBaseMI::initialize(const CmpiContext&) {
   return CmpiStatus(CMPI_RC_OK);

@@ -1,13 +1,12 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
 
-#include <atomic>
+#include "LivingProviders.h"
 
 namespace zelInt {
 
 namespace {
 
-std::atomic<const CMPIBroker*> lastWrapped{nullptr};
 thread_local const CMPIBroker* currentOfThread = nullptr;
 
 CmpiEnumeration checkedEnumeration(const CMPIEnumeration* enumeration, const CMPIStatus& status,
@@ -22,7 +21,7 @@ CmpiEnumeration checkedEnumeration(const CMPIEnumeration* enumeration, const CMP
 }  // namespace
 
 CmpiBroker::CmpiBroker(const CMPIBroker* broker) : broker_(broker) {
-  lastWrapped.store(broker);
+  brokerWrapped(broker);
 }
 
 CmpiEnumeration CmpiBroker::enumInstances(const CmpiContext& context,
@@ -43,7 +42,7 @@ CmpiEnumeration CmpiBroker::enumInstanceNames(const CmpiContext& context,
 }
 
 const CMPIBroker* CmpiBroker::currentOrNull() noexcept {
-  return currentOfThread != nullptr ? currentOfThread : lastWrapped.load();
+  return currentOfThread != nullptr ? currentOfThread : lastBroker();
 }
 
 const CMPIBroker& CmpiBroker::current() {

@@ -4,6 +4,8 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
 
+#include "LivingProviders.h"
+
 #include <exception>
 
 namespace zelInt {
@@ -25,12 +27,20 @@ CMPIStatus statusOf(Operation operation) noexcept {
   }
 }
 
+/// The provider that the record names; null when it names none, or one that is gone: its last user
+/// may have left through another record of its class.
+template <class Record>
+CmpiBaseMI* providerOf(const Record* record) noexcept {
+  if (record == nullptr || !isLivingProvider(record->hdl)) return nullptr;
+  return static_cast<CmpiBaseMI*>(record->hdl);
+}
+
 /// Calls `operation` on the record's provider, seen as `Interface`, with the provider's broker as
 /// the thread's current one.
 template <class Interface, class Record, class Operation>
 CMPIStatus drive(const Record* record, Operation operation) noexcept {
-  if (record == nullptr || record->hdl == nullptr) return {CMPI_RC_ERR_FAILED, nullptr};
-  auto* base = static_cast<CmpiBaseMI*>(record->hdl);
+  CmpiBaseMI* base = providerOf(record);
+  if (base == nullptr) return {CMPI_RC_ERR_FAILED, nullptr};
   const CurrentBrokerScope scope(base->getBroker().getHandle());
   return statusOf([&]() {
     auto* provider = dynamic_cast<Interface*>(base);
