@@ -102,13 +102,20 @@ class ScriptedSource : public pcicim::TopologySource {
                            {"ElementName", "Acme Widget #3"}},
                           enumerated});
   }
+  /// A bridge from one PCI bus to another.
+  void addBridge(const std::string& address, const std::string& secondaryBus) {
+    add(address, "", true, "6");
+    functions_.back().first["SubClassCode"] = "4";
+    functions_.back().first["SecondaryBusNumber"] = secondaryBus;
+  }
   void addPortName(const std::string& name) { ports_.push_back({{"DeviceID", name}}); }
 
   std::vector<Record> instances(const std::string& className,
                                 const std::vector<std::string>&) override {
     std::vector<Record> result;
     for (const auto& [record, enumerated] : functions_) {
-      if (enumerated && className == "Zelmar_PCIDevice") {
+      const bool isBridge = record.at("ClassCode") == "6";
+      if (enumerated && className == (isBridge ? "Zelmar_PCIBridge" : "Zelmar_PCIDevice")) {
         result.push_back(record);
       }
     }
@@ -116,7 +123,7 @@ class ScriptedSource : public pcicim::TopologySource {
   }
   std::vector<Record> names(const std::string&) override { return ports_; }
   std::optional<Record> instance(const std::string&, const std::string& deviceId) override {
-    ++requests;
+    asked.push_back(deviceId);
     for (const auto& entry : functions_) {
       if (entry.first.at("DeviceID") == deviceId) {
         return entry.first;
@@ -125,7 +132,7 @@ class ScriptedSource : public pcicim::TopologySource {
     return std::nullopt;
   }
 
-  int requests = 0;
+  std::vector<std::string> asked;
 
  private:
   std::vector<std::pair<Record, bool>> functions_;
@@ -178,13 +185,32 @@ TEST(ReadTopology, FindsHostAndIsaBridgesBesideOtherFunctions) {
   EXPECT_EQ(pcicim::readTopology(source).size(), 4U);
 }
 
+TEST(ReadTopology, FindsBridgesWithoutPortsOnBusesBehindBridges) {
+  ScriptedSource source;
+  source.addBridge("0000:00:1e.0", "21");
+  source.add("0000:15:00.1", "0000:00:1e.0", true);
+  source.add("0000:15:00.0", "0000:00:1e.0", false, "6");
+  source.addBridge("0000:00:1f.0", "22");
+  source.add("0000:16:04.0", "0000:00:1f.0", false, "6");
+  EXPECT_EQ(pcicim::readTopology(source).size(), 5U);
+}
+
+TEST(ReadTopology, AsksNothingOfABusThatNobodyIsOnOrLeadsTo) {
+  ScriptedSource source;
+  source.addBridge("0000:00:1e.0", "0");
+  source.add("0000:00:03.0", "", true);
+  source.add("0000:15:00.0", "", false, "6");
+  EXPECT_EQ(pcicim::readTopology(source).size(), 2U);
+  for (const std::string& address : source.asked) EXPECT_EQ(address.substr(0, 7), "0000:00");
+}
+
 TEST(ReadTopology, AsksForAParentThatIsNotThereOnce) {
   ScriptedSource source;
   for (const char* address : {"0000:05:00.0", "0000:05:00.1", "0000:05:00.2"}) {
     source.add(address, "0000:04:00.0", true);
   }
   EXPECT_EQ(pcicim::readTopology(source).size(), 3U);
-  EXPECT_EQ(source.requests, 1);
+  EXPECT_EQ(std::count(source.asked.begin(), source.asked.end(), "0000:04:00.0"), 1);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -61,6 +62,14 @@ std::string urlHost(const std::string& address) {
   return address.find(':') == std::string::npos ? address : "[" + address + "]";
 }
 
+/// The class to try: the first of the published ones that is there, so that somebody else's
+/// providers get a command that works too.
+std::string classToTry(const std::vector<std::string>& served,
+                       const std::vector<std::string>& published) {
+  const auto found = std::ranges::find_first_of(published, served);
+  return found != published.end() ? *found : served.front();
+}
+
 class Announcement {
  public:
   Announcement(const Options& options, const Session& session, int port)
@@ -68,12 +77,12 @@ class Announcement {
         session_(session),
         url_("http://" + urlHost(options.address) + ":" + std::to_string(port)) {}
 
-  void print(const std::vector<std::string>& classes, const std::string& nameSpace,
-             std::ostream& out) const {
+  void print(const std::vector<std::string>& classes, const std::string& tried,
+             const std::string& nameSpace, std::ostream& out) const {
     out << "Serving " << subject() << " at " << url_ << "/cimom\n"
         << "Classes in namespace " << nameSpace << ":\n";
     for (const std::string& name : classes) out << "  " << name << '\n';
-    out << "Try: wbemcli -nl ei '" << url_ << '/' << nameSpace << ':' << classes.front() << "'\n"
+    out << "Try: wbemcli -nl ei '" << url_ << '/' << nameSpace << ':' << tried << "'\n"
         << "Stop it with Ctrl-C or SIGTERM.\n"
         << std::flush;
     if (!isLoopback(options_.address)) {
@@ -95,7 +104,7 @@ class Announcement {
 
 }  // namespace
 
-void serve(Session& session, const Options& options, const std::vector<std::string>& classes,
+void serve(Session& session, const Options& options, const std::vector<std::string>& published,
            std::ostream& out) {
   stopAtSignals();
   const std::string hostName = session.hostName();
@@ -103,7 +112,9 @@ void serve(Session& session, const Options& options, const std::vector<std::stri
   const cimom::CimXmlService service(session.classes(), session.manager().requests(), settings);
   cimom::CimXmlHttpServer server(service);
   const int port = server.listen(options.address, options.port);
-  Announcement(options, session, port).print(classes, settings.nameSpace, out);
+  const std::vector<std::string> served = session.manager().servedClasses();
+  Announcement(options, session, port)
+      .print(served, classToTry(served, published), settings.nameSpace, out);
   server.run(stopEvent);
 }
 

@@ -31,7 +31,7 @@ std::filesystem::path findBeside(const std::vector<std::filesystem::path>& candi
   const std::filesystem::path base = programDirectory().parent_path();
   std::string places;
   for (const std::filesystem::path& candidate : candidates) {
-    const std::filesystem::path place = base / candidate;
+    std::filesystem::path place = base / candidate;
     if (std::filesystem::exists(place)) {
       return place;
     }

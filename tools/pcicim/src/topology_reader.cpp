@@ -62,7 +62,7 @@ class TopologyReader {
     enumerate("Zelmar_PCIeSwitch", Function::Kind::kSwitch);
     addSwitchPorts();
     addNamedParents(0);
-    addFromRootBuses();
+    addFromBuses();
     return std::move(functions_);
   }
 
@@ -132,12 +132,17 @@ class TopologyReader {
     }
   }
 
-  void addFromRootBuses() {
+  /// Asks on every bus that functions are on or that a bridge leads to.
+  void addFromBuses() {
     std::set<std::pair<std::uint64_t, unsigned>> buses;
     for (const Function& function : functions_) {
       const auto address = parseAddress(function.address);
-      if (address && function.parent.empty()) {
-        buses.emplace(address->segment, address->bus);
+      if (!address) {
+        continue;
+      }
+      buses.emplace(address->segment, address->bus);
+      if (function.leadsToBus && function.secondaryBus.value_or(0) != 0) {
+        buses.emplace(address->segment, *function.secondaryBus);
       }
     }
     for (const auto& [segment, bus] : buses) {

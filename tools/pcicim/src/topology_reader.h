@@ -29,9 +29,9 @@ class TopologySource {
 ///
 /// Devices, bridges and switches are enumerated; ports of switches show in the names of ports
 /// alone. Bridges without ports (host, ISA, CardBus) are in no enumeration, yet answer when asked
-/// for: so parents that others name are asked for, and on buses that no function leads to the
-/// first function of each device, then the others of the devices found. What sits on such a bus
-/// alone, or behind a function found in no way, stays unknown.
+/// for: so parents that others name are asked for, and on every bus that functions are on or that a
+/// bridge leads to the first function of each device, then the others of the devices found. What
+/// sits on any other bus alone, or behind a function found in no way, stays unknown.
 std::vector<Function> readTopology(TopologySource& source);
 
 }  // namespace pcicim
