@@ -10,7 +10,6 @@
 namespace cimom {
 namespace {
 
-using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
@@ -23,8 +22,9 @@ constexpr std::size_t kFinishBytes = std::size_t{8} << 20;
 
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
 
+/// Rounded up, so that whoever has waited for so long finds the deadline passed.
 int millisecondsUntil(HttpConnection::Clock::time_point deadline) {
-  const auto left = duration_cast<milliseconds>(deadline - HttpConnection::Clock::now());
+  const auto left = std::chrono::ceil<milliseconds>(deadline - HttpConnection::Clock::now());
   return static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, 1'000'000));
 }
 
@@ -104,13 +104,19 @@ bool HttpConnection::write(std::string_view text) {
         send(socket_.number(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count > 0) {
       text.remove_prefix(static_cast<std::size_t>(count));
-    } else if (errno != EAGAIN && errno != EINTR) {
-      return false;
-    } else if (!waitFor(POLLOUT, writeDeadline_, false)) {
-      return false;
+      continue;
     }
+    const bool passes = errno == EAGAIN || errno == EINTR;
+    if (!passes || !waitToWrite()) return false;
   }
   return true;
+}
+
+bool HttpConnection::waitToWrite() {
+  if (waitFor(POLLOUT, writeDeadline_, true)) return true;
+  // Once all is to end, only a client that goes on reading is waited for.
+  writeDeadline_ = std::min(writeDeadline_, Clock::now() + kFinishTime);
+  return waitFor(POLLOUT, writeDeadline_, false);
 }
 
 void HttpConnection::replaceHead(std::string head) {

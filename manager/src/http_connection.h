@@ -24,7 +24,8 @@ class HttpConnection {
     kTooLarge,
   };
 
-  /// Reading ends at once when `stopDescriptor` can be read.
+  /// When `stopDescriptor` can be read, reading ends at once, and writing as soon as the client
+  /// stops taking what is written.
   HttpConnection(Descriptor socket, int stopDescriptor);
 
   /// Waits for the next request's first byte; false when none comes within the time, or at the end.
@@ -56,6 +57,7 @@ class HttpConnection {
 
  private:
   bool fill();
+  bool waitToWrite();
   bool waitFor(short event, Clock::time_point deadline, bool stoppable) const;
 
   Descriptor socket_;

@@ -156,6 +156,12 @@ class ObjectManager::Providers : public Upcalls {
     libraries_.push_back(std::move(library));
   }
 
+  std::vector<std::string> servedClasses() const {
+    std::vector<std::string> names;
+    for (const auto& [name, provider] : byClass_) names.push_back(name);
+    return names;
+  }
+
   std::vector<Instance> enumerateInstances(const ObjectPath& path,
                                            const PropertyList& properties) override {
     std::vector<Instance> all;
@@ -382,6 +388,10 @@ ObjectManager::~ObjectManager() = default;
 
 void ObjectManager::loadProvider(const std::filesystem::path& library) {
   providers_->load(library);
+}
+
+std::vector<std::string> ObjectManager::servedClasses() const {
+  return providers_->servedClasses();
 }
 
 std::vector<Instance> ObjectManager::enumerateInstances(const ObjectPath& classPath,

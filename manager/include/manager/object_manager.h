@@ -45,6 +45,9 @@ class ObjectManager {
   /// file when it cannot be opened or serves no class.
   void loadProvider(const std::filesystem::path& library);
 
+  /// The classes that the loaded libraries serve, in alphabetical order.
+  std::vector<std::string> servedClasses() const;
+
   /// Instances of the class and of its subclasses, as their providers answer, narrowed to the
   /// listed properties (keys stay).
   std::vector<Instance> enumerateInstances(const ObjectPath& classPath,

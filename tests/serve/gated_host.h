@@ -1,0 +1,84 @@
+#pragma once
+
+#include <manager/broker.h>
+#include <manager/error.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace servetest {
+
+/// An object manager behind the server, for any number of threads: GetInstance answers with the
+/// path that it was asked for, and does not answer before the gate is open.
+class GatedHost : public cimom::Upcalls {
+ public:
+  /// Text of the property Note in every answer.
+  std::string note;
+
+  void close() { set(false); }
+  void open() { set(true); }
+
+  /// True once so many requests stand at the closed gate; false when they do not come in time.
+  bool waitForRequests(unsigned count) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return waiting_ >= count; });
+  }
+
+  cimom::Instance getInstance(const cimom::ObjectPath& path, const cimom::PropertyList&) override {
+    pass();
+    return {path, {{"Note", cimom::Value::text(note)}}};
+  }
+  std::vector<cimom::ObjectPath> enumerateInstanceNames(const cimom::ObjectPath&) override {
+    return {};
+  }
+  std::vector<cimom::Instance> enumerateInstances(const cimom::ObjectPath&,
+                                                  const cimom::PropertyList&) override {
+    refuse();
+  }
+  std::vector<cimom::Instance> associators(const cimom::ObjectPath&,
+                                           const cimom::AssociationFilter&,
+                                           const cimom::PropertyList&) override {
+    refuse();
+  }
+  std::vector<cimom::ObjectPath> associatorNames(const cimom::ObjectPath&,
+                                                 const cimom::AssociationFilter&) override {
+    refuse();
+  }
+  std::vector<cimom::Instance> references(const cimom::ObjectPath&, const cimom::AssociationFilter&,
+                                          const cimom::PropertyList&) override {
+    refuse();
+  }
+  std::vector<cimom::ObjectPath> referenceNames(const cimom::ObjectPath&,
+                                                const cimom::AssociationFilter&) override {
+    refuse();
+  }
+
+ private:
+  [[noreturn]] static void refuse() {
+    throw cimom::CimError(CMPI_RC_ERR_NOT_SUPPORTED, "not here");
+  }
+
+  void set(bool open) {
+    const std::lock_guard lock(mutex_);
+    open_ = open;
+    changed_.notify_all();
+  }
+
+  void pass() {
+    std::unique_lock lock(mutex_);
+    ++waiting_;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return open_; });
+    --waiting_;
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool open_ = true;
+  unsigned waiting_ = 0;
+};
+
+}  // namespace servetest

@@ -1,0 +1,271 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <string>
+
+#include "raw_client.h"
+#include "running_server.h"
+
+namespace servetest {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char kXml[] = "application/xml; charset=\"utf-8\"";
+
+httplib::Headers headersOf(const CimRequest& announced) {
+  const cimom::CimXmlHeaders headers = announced.headers();
+  return {{"CIMOperation", *headers.operation},
+          {"CIMMethod", *headers.method},
+          {"CIMObject", *headers.object}};
+}
+
+class Http : public testing::Test {
+ protected:
+  httplib::Result post(const CimRequest& sent, const std::string& path = "/cimom",
+                       const std::string& type = kXml) {
+    return client.Post(path.c_str(), headersOf(sent), sent.body(), type.c_str());
+  }
+  httplib::Result postBody(const std::string& body, httplib::Headers extra = {}) {
+    httplib::Headers headers = headersOf(request);
+    headers.merge(extra);
+    return client.Post("/cimom", headers, body, kXml);
+  }
+
+  /// What a connection of its own answers to the text until the server ends it.
+  std::string sendRaw(const std::string& text) {
+    RawClient raw(server.port());
+    EXPECT_TRUE(raw.send(text));
+    return raw.receiveAll();
+  }
+  /// A request with the headers given in place of the one that tells its length.
+  std::string withHeaders(const std::string& headers, const std::string& body) const {
+    return "POST /cimom HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/xml\r\n" +
+           cimHeaders(request) + headers + "\r\n" + body;
+  }
+
+  static constexpr std::size_t kBodyBytes = 4096;
+  RunningServer server{{.bodyBytes = kBodyBytes}};
+  httplib::Client client{"127.0.0.1", server.port()};
+  const CimRequest request = getThing("a");
+};
+
+TEST_F(Http, AnswersAtBothPlacesAndInBothTypes) {
+  for (const char* path : {"/cimom", "/"}) {
+    for (const char* type : {kXml, "text/xml", "Text/XML; charset=UTF-8", "application/xml;"}) {
+      const auto answer = post(request, path, type);
+      ASSERT_TRUE(answer);
+      EXPECT_EQ(answer->status, 200) << path << ' ' << type << ": " << answer->body;
+      EXPECT_EQ(answer->get_header_value("CIMOperation"), "MethodResponse");
+      EXPECT_EQ(answer->get_header_value("Content-Type"), kXml);
+      EXPECT_EQ(CimResponse(answer->body).select("//INSTANCE/@CLASSNAME").size(), 1U);
+    }
+  }
+}
+
+TEST_F(Http, FailedOperationsAreNoFailureOfHttp) {
+  const auto answer = post(CimRequest("DeleteClass"));
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->status, 200);
+  EXPECT_EQ(CimResponse(answer->body).errorCode(), 7);
+}
+
+TEST_F(Http, RefusesWhatIsNoRequestAndSaysWhy) {
+  const auto malformed = postBody("<CIM>");
+  ASSERT_TRUE(malformed);
+  EXPECT_EQ(malformed->status, 400);
+  EXPECT_EQ(malformed->get_header_value("CIMError"), "request-not-well-formed");
+  EXPECT_EQ(malformed->get_header_value("Connection"), "close");
+  const auto invalid = postBody("<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"/>");
+  ASSERT_TRUE(invalid);
+  EXPECT_EQ(invalid->get_header_value("CIMError"), "request-not-loosely-valid");
+  const auto mismatch = postBody(CimRequest("GetClass").body());
+  ASSERT_TRUE(mismatch);
+  EXPECT_EQ(mismatch->get_header_value("CIMError"), "header-mismatch");
+  const auto bare = client.Post("/cimom", request.body(), kXml);
+  ASSERT_TRUE(bare);
+  EXPECT_EQ(bare->status, 400);
+  const auto batch = postBody(
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"42\" PROTOCOLVERSION=\"1.0\">"
+      "<MULTIREQ/></MESSAGE></CIM>",
+      {{"CIMBatch", ""}});
+  ASSERT_TRUE(batch);
+  EXPECT_EQ(batch->status, 501);
+  EXPECT_EQ(batch->get_header_value("CIMError"), "multiple-requests-unsupported");
+}
+
+TEST_F(Http, TakesPostAloneAtItsPlacesAlone) {
+  const auto get = client.Get("/cimom");
+  ASSERT_TRUE(get);
+  EXPECT_EQ(get->status, 405);
+  EXPECT_EQ(get->get_header_value("Allow"), "POST, OPTIONS");
+  EXPECT_EQ(client.Put("/cimom", "x", kXml)->status, 405);
+  EXPECT_EQ(client.Delete("/cimom")->status, 405);
+  EXPECT_EQ(client.Head("/cimom")->status, 405);
+  EXPECT_EQ(post(request, "/elsewhere")->status, 404);
+  EXPECT_EQ(post(request, "/cimom/x")->status, 404);
+  EXPECT_THAT(sendRaw("M-POST /cimom HTTP/1.1\r\nHost: localhost\r\n\r\n"),
+              StartsWith("HTTP/1.1 501 "));
+}
+
+TEST_F(Http, OptionsTellWhatTheServerCan) {
+  const auto answer = client.Options("/cimom");
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->status, 200);
+  EXPECT_THAT(answer->get_header_value("Opt"), HasSubstr("ns=77"));
+  EXPECT_EQ(answer->get_header_value("77-CIMProtocolVersion"), "1.0");
+  EXPECT_EQ(answer->get_header_value("77-CIMSupportedFunctionalGroups"),
+            "basic-read, association-traversal");
+}
+
+TEST_F(Http, RefusesOtherTypesAndEncodings) {
+  for (const char* type :
+       {"text/plain", "application/xml2", "application/json", "application/xml; charset=utf-16"}) {
+    const auto answer = post(request, "/cimom", type);
+    ASSERT_TRUE(answer) << type;
+    EXPECT_EQ(answer->status, 415) << type;
+  }
+  EXPECT_EQ(postBody(request.body(), {{"Content-Encoding", "gzip"}})->status, 415);
+  EXPECT_THAT(sendRaw("POST /cimom HTTP/1.1\r\nHost: localhost\r\nContent-Length: 1\r\n\r\nx"),
+              StartsWith("HTTP/1.1 415 "));
+}
+
+TEST_F(Http, TheLengthMustBeClear) {
+  const std::string body = request.body();
+  const std::string length = "Content-Length: " + std::to_string(body.size());
+  EXPECT_THAT(sendRaw(withHeaders("", body)), StartsWith("HTTP/1.1 411 "));
+  EXPECT_THAT(sendRaw(withHeaders("Transfer-Encoding: gzip\r\n", body)),
+              StartsWith("HTTP/1.1 411 "));
+  for (const std::string& wrong :
+       {std::string("Content-Length: -1"), std::string("Content-Length: 1x"),
+        std::string("Content-Length: +5"), length + "\r\nTransfer-Encoding: chunked"}) {
+    EXPECT_THAT(sendRaw(withHeaders(wrong + "\r\n", body)), StartsWith("HTTP/1.1 400 ")) << wrong;
+  }
+}
+
+TEST_F(Http, TwoLengthsAreNotClear) {
+  EXPECT_THAT(sendRaw(withHeaders("Content-Length: 5\r\nContent-Length: 6\r\n", "abcdef")),
+              StartsWith("HTTP/1.1 400 "));
+}
+
+TEST_F(Http, TheLargestBodyIsTakenAndOneByteMoreIsNot) {
+  std::string body = request.body();
+  body += std::string(kBodyBytes - body.size(), ' ');
+  EXPECT_EQ(postBody(body)->status, 200);
+  const auto answer = postBody(body + " ");
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->status, 413);
+}
+
+TEST_F(Http, AnEnormousBodyIsRefusedBeforeItIsRead) {
+  for (const char* length : {"5000", "99999999999999999999999999", "00000000000000000000005000"}) {
+    const std::string answer =
+        sendRaw(withHeaders("Content-Length: " + std::string(length) + "\r\n", ""));
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 413 ")) << length;
+  }
+}
+
+std::string chunked(const std::string& body, std::size_t size) {
+  std::string text;
+  char length[32];
+  for (std::size_t i = 0; i < body.size(); i += size) {
+    const std::string part = body.substr(i, size);
+    std::snprintf(length, sizeof length, "%zx\r\n", part.size());
+    text += length + part + "\r\n";
+  }
+  return text + "0\r\n\r\n";
+}
+
+TEST_F(Http, ChunkedBodiesAreTakenUpToTheSameSize) {
+  const std::string headers = "Transfer-Encoding: chunked\r\nConnection: close\r\n";
+  const auto answer = [&](const std::string& body, std::size_t size) {
+    return sendRaw(withHeaders(headers, chunked(body, size)));
+  };
+  std::string body = request.body();
+  EXPECT_THAT(answer(body, 100), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(answer(body, 7), StartsWith("HTTP/1.1 200 "));
+  body += std::string(kBodyBytes - body.size(), ' ');
+  EXPECT_THAT(answer(body, 1000), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(answer(body + " ", 1000), StartsWith("HTTP/1.1 413 "));
+  EXPECT_THAT(answer(body + std::string(100000, ' '), 1000), StartsWith("HTTP/1.1 413 "));
+  EXPECT_THAT(sendRaw(withHeaders(headers, "zz\r\nab\r\n0\r\n\r\n")), StartsWith("HTTP/1.1 400 "));
+}
+
+TEST_F(Http, HeadsHaveALimit) {
+  const auto head = [](std::size_t size) {
+    return "OPTIONS /cimom HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\nX: " +
+           std::string(size, 'x') + "\r\n\r\n";
+  };
+  EXPECT_THAT(sendRaw(head(4000)), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(sendRaw(head(20000)), StartsWith("HTTP/1.1 431 "));
+  EXPECT_THAT(sendRaw("OPTIONS /cimom HTTP/1.1\r\n" + std::string(20000, 'x')),
+              StartsWith("HTTP/1.1 431 "));
+}
+
+TEST_F(Http, WhatIsNoHttpIsRefused) {
+  EXPECT_THAT(sendRaw("hello\r\n\r\n"), StartsWith("HTTP/1.1 400 "));
+  EXPECT_THAT(sendRaw("POST /cimom HTTP/9.9\r\n\r\n"), StartsWith("HTTP/1.1 400 "));
+  EXPECT_THAT(sendRaw(std::string("\0\0\0\r\n\r\n", 7)), StartsWith("HTTP/1.1 400 "));
+}
+
+TEST_F(Http, ABodyThatEndsEarlyIsRefused) {
+  RawClient raw(server.port());
+  const std::string whole = wireText(request);
+  ASSERT_TRUE(raw.send(whole.substr(0, whole.size() - 10)));
+  raw.endSending();
+  EXPECT_THAT(raw.receiveAll(), StartsWith("HTTP/1.1 400 "));
+}
+
+TEST_F(Http, ClientsThatAskFirstAreTold) {
+  RawClient raw(server.port());
+  const std::string whole = wireText(request, "Expect: 100-continue\r\nConnection: close\r\n");
+  const std::size_t head = whole.find("\r\n\r\n") + 4;
+  ASSERT_TRUE(raw.send(whole.substr(0, head)));
+  EXPECT_THAT(raw.receiveUntil("\r\n\r\n"), StartsWith("HTTP/1.1 100 "));
+  ASSERT_TRUE(raw.send(whole.substr(head)));
+  EXPECT_THAT(raw.receiveAll(), StartsWith("HTTP/1.1 200 "));
+  EXPECT_THAT(sendRaw(withHeaders("Expect: 100-continue\r\nContent-Length: 5000\r\n", "")),
+              StartsWith("HTTP/1.1 413 "));
+}
+
+TEST_F(Http, AConnectionServesOneRequestAfterTheOther) {
+  RawClient raw(server.port());
+  for (const char* id : {"first", "second", "third"}) {
+    ASSERT_TRUE(raw.send(wireText(getThing(id))));
+    EXPECT_THAT(raw.receiveUntil("</CIM>"), HasSubstr("<INSTANCE CLASSNAME=\"Test_Thing\">"));
+  }
+  // Both at once, the second to be the last.
+  ASSERT_TRUE(raw.send(wireText(request) + wireText(request, "Connection: close\r\n")));
+  const std::string both = raw.receiveAll();
+  EXPECT_NE(both.find("HTTP/1.1 200 "), both.rfind("HTTP/1.1 200 "));
+}
+
+TEST_F(Http, ARefusalEndsTheConnectionSoThatNothingElseIsTakenForARequest) {
+  const std::string smuggled = wireText(getThing("smuggled"));
+  const std::string answer = sendRaw(withHeaders("Content-Length: x\r\n", smuggled));
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 400 "));
+  EXPECT_THAT(answer, Not(HasSubstr("200 OK")));
+}
+
+TEST_F(Http, RangesAndCompressionChangeNothing) {
+  const auto plain = post(request);
+  const auto with =
+      postBody(request.body(), {{"Range", "bytes=0-3,5-9"}, {"Accept-Encoding", "gzip, br"}});
+  ASSERT_TRUE(plain && with);
+  EXPECT_EQ(with->status, 200);
+  EXPECT_EQ(with->body, plain->body);
+}
+
+TEST_F(Http, AnswersOfAnySizeArriveWhole) {
+  server.host.note = std::string(6'000'000, 'n') + "<end>";
+  const auto answer = post(request);
+  ASSERT_TRUE(answer);
+  EXPECT_THAT(CimResponse(answer->body).select("//PROPERTY/VALUE"),
+              testing::ElementsAre(server.host.note));
+}
+
+}  // namespace
+}  // namespace servetest

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <manager/cim_xml.h>
+#include <manager/http_server.h>
+#include <manager/repository.h>
+
+#include <chrono>
+#include <future>
+
+#include "cim_request.h"
+#include "gated_host.h"
+
+namespace servetest {
+
+/// The server over the test classes and a gated host, at a free port of the loopback address.
+class RunningServer {
+ public:
+  explicit RunningServer(const cimom::HttpLimits& limits = {});
+  /// Opens the gate and stops the server.
+  ~RunningServer();
+  RunningServer(const RunningServer&) = delete;
+  RunningServer& operator=(const RunningServer&) = delete;
+
+  int port() const { return port_; }
+
+  void askToStop() const;
+  /// True when the server has stopped within the time.
+  bool hasStopped(std::chrono::milliseconds within) const;
+
+  GatedHost host;
+
+ private:
+  cimom::ClassRepository repository_;
+  cimom::CimXmlService service_;
+  cimom::CimXmlHttpServer server_;
+  int port_;
+  int stopEvent_;
+  std::future<void> running_;
+};
+
+/// A request for the instance of that id, which the gated host answers.
+CimRequest getThing(const std::string& id);
+
+/// The request as it goes over the wire, to /cimom; `headers` stand before the empty line and end
+/// with one of their own.
+std::string wireText(const CimRequest& request, const std::string& headers = "");
+/// The headers that announce the request, each with its end of line.
+std::string cimHeaders(const CimRequest& request);
+
+}  // namespace servetest
