@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciDevices.h"
 #include "PciNames.h"
 #include "PciProviders.h"
@@ -6,13 +7,6 @@
 #include <ProviderFactory.h>
 
 namespace pciprovider {
-
-using zelInt::CmpiContext;
-using zelInt::CmpiData;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
 
 namespace {
 
@@ -35,8 +29,7 @@ CmpiStatus PCIBridge::enumInstanceNames(const CmpiContext&, CmpiResult& result,
   for (const PortEntry* port : GetBridgesCache()) {
     result.returnData(MakeDevicePath(port->device, kBridgeClass));
   }
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 CmpiStatus PCIBridge::enumInstances(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
@@ -44,8 +37,7 @@ CmpiStatus PCIBridge::enumInstances(const CmpiContext&, CmpiResult& result, cons
   for (const PortEntry* port : GetBridgesCache()) {
     result.returnData(MakeBridgeInstance(port->device, properties));
   }
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 // Serves bridges that no enumeration lists too (those without ports: host, ISA and the like).
@@ -54,11 +46,11 @@ CmpiStatus PCIBridge::enumInstances(const CmpiContext&, CmpiResult& result, cons
 CmpiStatus PCIBridge::getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& cop,
                                   const char** properties) {
   const std::string id = KeyText(cop, kDeviceIdKey);
-  if (id.empty()) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  if (id.empty()) return NotFound();
   DeviceIndex::const_iterator position;
   if (!LookupDevice(id, position)) return CmpiStatus(CMPI_RC_OK);
   const PciDevice* device = position->second->get();
-  if (!IsBridge(device)) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  if (!IsBridge(device)) return NotFound();
   result.returnData(MakeBridgeInstance(device, properties));
   return CmpiStatus(CMPI_RC_OK);
 }

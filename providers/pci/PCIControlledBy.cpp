@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciNames.h"
@@ -20,11 +21,6 @@
 namespace pciprovider {
 
 using HostCtl::Lib::HostCtlException;
-using zelInt::CmpiContext;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
 
 namespace {
 
@@ -313,13 +309,7 @@ CmpiInstance MakePCIControlledBy(const CmpiObjectPath& device, const CmpiObjectP
   return kControlledBy.MakeInstance(device, port, properties);
 }
 
-PairSink Instances(CmpiResult& result, const char** properties) {
-  return InstanceSink(result, properties, MakePCIControlledBy);
-}
-
-PairSink Paths(CmpiResult& result) {
-  return PathSink(result, MakePCIControlledByRef);
-}
+using Pairs = PairSinks<MakePCIControlledBy, MakePCIControlledByRef>;
 
 const ControlledByEntry* Find(const ControlledByIndex& index, const std::string& key) {
   const auto found = index.find(key);
@@ -423,7 +413,7 @@ CmpiStatus GetInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectP
   const CmpiObjectPath port(path.getKey("Dependent"));
   const OwnerSearch search = FindOwnerPort(KeyText(port, kDeviceIdKey));
   LogOwnerSearch(search, "gi");
-  const bool found = GiveOwnerPair(search, result, Instances(result, properties));
+  const bool found = GiveOwnerPair(search, result, Pairs::Instances(result, properties));
   return CmpiStatus(found ? CMPI_RC_OK : CMPI_RC_ERR_NOT_FOUND);
 }
 
@@ -445,47 +435,42 @@ void GivePortsUnder(const CmpiObjectPath& source, const PairSink& give,
 
 void GetCBInstanceByDevice(CmpiResult& result, const CmpiObjectPath& source,
                            const char** properties) {
-  GiveConnectedPort(source, Instances(result, properties));
+  GiveConnectedPort(source, Pairs::Instances(result, properties));
 }
 
 void GetCBInstanceByDeviceRef(CmpiResult& result, const CmpiObjectPath& source) {
-  GiveConnectedPort(source, Paths(result));
+  GiveConnectedPort(source, Pairs::Paths(result));
 }
 
 void GetCBInstancesByBridge(CmpiResult& result, const CmpiObjectPath& source,
                             const char** properties) {
-  GivePortsUnder(source, Instances(result, properties), LookupBridgePorts);
+  GivePortsUnder(source, Pairs::Instances(result, properties), LookupBridgePorts);
 }
 
 void GetCBInstancesByBridgeRef(CmpiResult& result, const CmpiObjectPath& source) {
-  GivePortsUnder(source, Paths(result), LookupBridgePorts);
+  GivePortsUnder(source, Pairs::Paths(result), LookupBridgePorts);
 }
 
 void GetCBInstancesBySwitch(CmpiResult& result, const CmpiObjectPath& source,
                             const char** properties) {
-  GivePortsUnder(source, Instances(result, properties), LookupSwitchPorts);
+  GivePortsUnder(source, Pairs::Instances(result, properties), LookupSwitchPorts);
 }
 
 void GetCBInstancesBySwitchRef(CmpiResult& result, const CmpiObjectPath& source) {
-  GivePortsUnder(source, Paths(result), LookupSwitchPorts);
+  GivePortsUnder(source, Pairs::Paths(result), LookupSwitchPorts);
 }
 
 // Silent, unlike its twin.
 void GetCBInstanceByPort(CmpiResult& result, const CmpiObjectPath& source,
                          const char** properties) {
   GiveOwnerPair(FindOwnerPort(KeyText(source, kDeviceIdKey)), result,
-                Instances(result, properties));
+                Pairs::Instances(result, properties));
 }
 
 void GetCBInstanceByPortRef(CmpiResult& result, const CmpiObjectPath& source) {
   const OwnerSearch search = FindOwnerPort(KeyText(source, kDeviceIdKey));
   LogOwnerSearch(search, "rin");
-  GiveOwnerPair(search, result, Paths(result));
-}
-
-CmpiStatus Done(CmpiResult& result) {
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  GiveOwnerPair(search, result, Pairs::Paths(result));
 }
 
 }  // namespace
@@ -494,13 +479,13 @@ PCIPROVIDER_DEFINE_ASSOCIATION_CLASS(PCIControlledBy);
 
 CmpiStatus PCIControlledBy::enumInstanceNames(const CmpiContext&, CmpiResult& result,
                                               const CmpiObjectPath&) {
-  WalkEntries(Paths(result));
+  WalkEntries(Pairs::Paths(result));
   return Done(result);
 }
 
 CmpiStatus PCIControlledBy::enumInstances(const CmpiContext&, CmpiResult& result,
                                           const CmpiObjectPath&, const char** properties) {
-  WalkEntries(Instances(result, properties));
+  WalkEntries(Pairs::Instances(result, properties));
   return Done(result);
 }
 
@@ -561,7 +546,7 @@ CmpiStatus PCIControlledBy::references(const CmpiContext&, CmpiResult& result,
                                        const char** properties) {
   const std::string id = DeviceIdOrEmpty(source);
   if (!id.empty()) {
-    GivePairsOf(id, Instances(result, properties));
+    GivePairsOf(id, Pairs::Instances(result, properties));
     return Done(result);
   }
   return AnswerBySourceClass(
@@ -576,7 +561,7 @@ CmpiStatus PCIControlledBy::referenceNames(const CmpiContext&, CmpiResult& resul
                                            const CmpiObjectPath& source, const char*, const char*) {
   const std::string id = DeviceIdOrEmpty(source);
   if (!id.empty()) {
-    GivePairsOf(id, Paths(result));
+    GivePairsOf(id, Pairs::Paths(result));
     return Done(result);
   }
   return AnswerBySourceClass(result, source, "PCIControlledBy reference unsupported class",

@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciNames.h"
@@ -18,12 +19,6 @@ namespace pciprovider {
 
 using HostCtl::Lib::HostCtlException;
 using zelInt::CmpiArray;
-using zelInt::CmpiContext;
-using zelInt::CmpiData;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
 using zelInt::CmpiString;
 
 namespace {
@@ -109,6 +104,8 @@ const PciDevice* FindController(const CmpiObjectPath& port, const char* caller) 
   }
   return entry.device;
 }
+
+using SystemPairs = PairSinks<MakePCISystemDevice, MakePCISystemDeviceRef>;
 
 void WalkSysDevices(const CmpiObjectPath& system, const PairSink& give) {
   ForEachPlainDevice([&](const PciDevice* device) { give(system, MakePlainDevicePath(device)); });
@@ -268,19 +265,19 @@ void ListControllersRef(const CmpiObjectPath& port, CmpiResult& result) {
 }
 
 void LoadSysDevices(const CmpiObjectPath& system, const char** properties, CmpiResult& result) {
-  WalkSysDevices(system, InstanceSink(result, properties, MakePCISystemDevice));
+  WalkSysDevices(system, SystemPairs::Instances(result, properties));
 }
 
 void LoadSysDevicesRef(const CmpiObjectPath& system, CmpiResult& result) {
-  WalkSysDevices(system, PathSink(result, MakePCISystemDeviceRef));
+  WalkSysDevices(system, SystemPairs::Paths(result));
 }
 
 void LoadSysPorts(const CmpiObjectPath& system, const char** properties, CmpiResult& result) {
-  WalkSysPorts(system, InstanceSink(result, properties, MakePCISystemDevice));
+  WalkSysPorts(system, SystemPairs::Instances(result, properties));
 }
 
 void LoadSysPortsRef(const CmpiObjectPath& system, CmpiResult& result) {
-  WalkSysPorts(system, PathSink(result, MakePCISystemDeviceRef));
+  WalkSysPorts(system, SystemPairs::Paths(result));
 }
 
 void LoadDevicesAndPorts(const CmpiObjectPath& system, const char** properties,
@@ -317,15 +314,13 @@ PCIPROVIDER_DEFINE_INSTANCE_CLASS(PCIDevice);
 CmpiStatus PCIDevice::enumInstanceNames(const CmpiContext&, CmpiResult& result,
                                         const CmpiObjectPath&) {
   DeviceListRef(result);
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 CmpiStatus PCIDevice::enumInstances(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
                                     const char** properties) {
   DeviceList(result, properties);
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 // Any known function is answered as a plain device, a bridge too; an unknown one is an empty
@@ -334,7 +329,7 @@ CmpiStatus PCIDevice::getInstance(const CmpiContext&, CmpiResult& result, const 
                                   const char** properties) {
   try {
     const std::string id = KeyText(cop, kDeviceIdKey);
-    if (id.empty()) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+    if (id.empty()) return NotFound();
     DeviceIndex::const_iterator position;
     if (LookupDevice(id, position)) {
       const PciDevice* device = position->second->get();
@@ -344,8 +339,7 @@ CmpiStatus PCIDevice::getInstance(const CmpiContext&, CmpiResult& result, const 
     syslog(LOG_ERR, "enumInstance request to retrieve PCI information failed,error %s",
            failure.what());
   }
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 }  // namespace pciprovider

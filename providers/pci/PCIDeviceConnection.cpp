@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciNames.h"
@@ -15,13 +16,6 @@
 
 namespace pciprovider {
 
-using zelInt::CmpiContext;
-using zelInt::CmpiData;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
-
 namespace {
 
 constexpr AssociationShape kDeviceConnection{"Zelmar_PCIDeviceConnection", "Antecedent",
@@ -37,13 +31,7 @@ CmpiInstance MakePCIDeviceConnection(const CmpiObjectPath& antecedent,
   return kDeviceConnection.MakeInstance(antecedent, dependent, properties);
 }
 
-PairSink Instances(CmpiResult& result, const char** properties) {
-  return InstanceSink(result, properties, MakePCIDeviceConnection);
-}
-
-PairSink Paths(CmpiResult& result) {
-  return PathSink(result, MakePCIDeviceConnectionRef);
-}
+using Pairs = PairSinks<MakePCIDeviceConnection, MakePCIDeviceConnectionRef>;
 
 bool IsPortName(const std::string& name) {
   return GetPortNames().count(name) != 0;
@@ -104,17 +92,12 @@ Ends FindEnds(const CmpiObjectPath& source, FarPortOf which) {
   return {home, WithDevice(FindConnectedPort(device->GetAddress()))};
 }
 
-CmpiStatus NotFound() {
-  return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
-}
-
 /// Gives the answer and ends the result, or answers not found and leaves it open.
 template <class Give>
 CmpiStatus AnswerEnds(CmpiResult& result, const Ends& ends, Give give) {
   if (ends.far == nullptr) return NotFound();
   give(ends);
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 // Associated is what connects to the home port's device: all its ports as instances ...
@@ -142,11 +125,11 @@ CmpiStatus GiveConnection(CmpiResult& result, const CmpiObjectPath& source, cons
 
 CmpiStatus GetDevConnByPort(CmpiResult& result, const CmpiObjectPath& source,
                             const char** properties) {
-  return GiveConnection(result, source, Instances(result, properties));
+  return GiveConnection(result, source, Pairs::Instances(result, properties));
 }
 
 CmpiStatus GetDevConnByPortRef(CmpiResult& result, const CmpiObjectPath& source) {
-  return GiveConnection(result, source, Paths(result));
+  return GiveConnection(result, source, Pairs::Paths(result));
 }
 
 /// The name of the port in a role of a requested pair; empty, the name of no port, when the pair
@@ -173,16 +156,14 @@ PCIPROVIDER_DEFINE_ASSOCIATION_CLASS(PCIDeviceConnection);
 
 CmpiStatus PCIDeviceConnection::enumInstanceNames(const CmpiContext&, CmpiResult& result,
                                                   const CmpiObjectPath&) {
-  WalkConnections(Paths(result));
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  WalkConnections(Pairs::Paths(result));
+  return Done(result);
 }
 
 CmpiStatus PCIDeviceConnection::enumInstances(const CmpiContext&, CmpiResult& result,
                                               const CmpiObjectPath&, const char** properties) {
-  WalkConnections(Instances(result, properties));
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  WalkConnections(Pairs::Instances(result, properties));
+  return Done(result);
 }
 
 // Checks that both named ports exist, not that they are connected. The answer pairs the home port
@@ -209,8 +190,7 @@ CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& resu
   }
   result.returnData(MakePCIDeviceConnection(MakePCIPortRef(home.port->portName),
                                             MakePCIPortRef(other->portName), properties));
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 CmpiStatus PCIDeviceConnection::associators(const CmpiContext&, CmpiResult& result,

@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciNames.h"
@@ -9,12 +10,6 @@
 #include <ProviderFactory.h>
 
 namespace pciprovider {
-
-using zelInt::CmpiContext;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
 
 namespace {
 
@@ -31,13 +26,7 @@ CmpiInstance MakePCIHostedCollection(const CmpiObjectPath& system, const CmpiObj
   return kHostedCollection.MakeInstance(system, group, properties);
 }
 
-PairSink Instances(CmpiResult& result, const char** properties) {
-  return InstanceSink(result, properties, MakePCIHostedCollection);
-}
-
-PairSink Paths(CmpiResult& result) {
-  return PathSink(result, MakePCIHostedCollectionRef);
-}
+using Pairs = PairSinks<MakePCIHostedCollection, MakePCIHostedCollectionRef>;
 
 // The workers end the result themselves, and association requests end it once more.
 
@@ -47,8 +36,7 @@ CmpiStatus GiveGroups(CmpiResult& result, const PairSink& give) {
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::vector<std::uint8_t> buses = GetBusNumbers();
   for (const std::uint8_t bus : buses) give(system, MakePortGroupRef(bus));
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 // A group without ports is an empty answer, not an error; only a malformed name is.
@@ -61,19 +49,19 @@ CmpiStatus GiveGroup(CmpiResult& result, const CmpiObjectPath& group, const Pair
 }
 
 CmpiStatus EnumInstances(CmpiResult& result, const CmpiObjectPath&, const char** properties) {
-  return GiveGroups(result, Instances(result, properties));
+  return GiveGroups(result, Pairs::Instances(result, properties));
 }
 
 CmpiStatus EnumInstanceRefs(CmpiResult& result, const CmpiObjectPath&) {
-  return GiveGroups(result, Paths(result));
+  return GiveGroups(result, Pairs::Paths(result));
 }
 
 CmpiStatus GetInstance(CmpiResult& result, const CmpiObjectPath& group, const char** properties) {
-  return GiveGroup(result, group, Instances(result, properties));
+  return GiveGroup(result, group, Pairs::Instances(result, properties));
 }
 
 CmpiStatus GetInstanceRef(CmpiResult& result, const CmpiObjectPath& group) {
-  return GiveGroup(result, group, Paths(result));
+  return GiveGroup(result, group, Pairs::Paths(result));
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciNames.h"
@@ -13,12 +14,6 @@
 #include <syslog.h>
 
 namespace pciprovider {
-
-using zelInt::CmpiContext;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
 
 namespace {
 
@@ -39,22 +34,7 @@ CmpiInstance MakePCIMemberOfCollection(const CmpiObjectPath& group, const CmpiOb
   return kMemberOfCollection.MakeInstance(group, port, properties);
 }
 
-PairSink Instances(CmpiResult& result, const char** properties) {
-  return InstanceSink(result, properties, MakePCIMemberOfCollection);
-}
-
-PairSink Paths(CmpiResult& result) {
-  return PathSink(result, MakePCIMemberOfCollectionRef);
-}
-
-CmpiStatus Done(CmpiResult& result) {
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
-}
-
-CmpiStatus NotFound() {
-  return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
-}
+using Pairs = PairSinks<MakePCIMemberOfCollection, MakePCIMemberOfCollectionRef>;
 
 /// The port and its peer as members of the group of the port's own bus.
 void GivePortAndPeer(const PortEntry& port, const PairSink& give) {
@@ -110,11 +90,11 @@ CmpiStatus GiveMembershipOf(CmpiResult& result, const CmpiObjectPath& source,
 
 CmpiStatus GetMBInstanceByPort(CmpiResult& result, const CmpiObjectPath& source,
                                const char** properties) {
-  return GiveMembershipOf(result, source, Instances(result, properties));
+  return GiveMembershipOf(result, source, Pairs::Instances(result, properties));
 }
 
 CmpiStatus GetMBInstanceByPortRef(CmpiResult& result, const CmpiObjectPath& source) {
-  return GiveMembershipOf(result, source, Paths(result));
+  return GiveMembershipOf(result, source, Pairs::Paths(result));
 }
 
 /// Runs `give` on each device of the group's bus and ends the result. A malformed group name ends
@@ -148,7 +128,7 @@ CmpiStatus PortGroupToPortsRef(CmpiResult& result, const CmpiObjectPath& group) 
 
 CmpiStatus GetMBInstanceByGroup(CmpiResult& result, const CmpiObjectPath& group,
                                 const char** properties) {
-  const PairSink give = Instances(result, properties);
+  const PairSink give = Pairs::Instances(result, properties);
   return WalkGroup(result, group, [&](const PciDevice* device) {
     const PortEntry& port = LookupPortByDeviceEntry(device->GetAddress());
     if (!port.portName.empty()) GivePortAndPeer(port, give);
@@ -157,7 +137,7 @@ CmpiStatus GetMBInstanceByGroup(CmpiResult& result, const CmpiObjectPath& group,
 
 // Finds the second port of a bridge by name, not by peer as its twin does.
 CmpiStatus GetMBInstanceByGroupRef(CmpiResult& result, const CmpiObjectPath& group) {
-  const PairSink give = Paths(result);
+  const PairSink give = Pairs::Paths(result);
   return WalkGroup(result, group, [&](const PciDevice* device) {
     const PortEntry& port = LookupPortByDeviceEntry(device->GetAddress());
     if (!port.portName.empty()) GivePortAndPrimary(port, give);
@@ -170,13 +150,13 @@ PCIPROVIDER_DEFINE_ASSOCIATION_CLASS(PCIMemberOfCollection);
 
 CmpiStatus PCIMemberOfCollection::enumInstanceNames(const CmpiContext&, CmpiResult& result,
                                                     const CmpiObjectPath&) {
-  WalkMembers(Paths(result));
+  WalkMembers(Pairs::Paths(result));
   return Done(result);
 }
 
 CmpiStatus PCIMemberOfCollection::enumInstances(const CmpiContext&, CmpiResult& result,
                                                 const CmpiObjectPath&, const char** properties) {
-  WalkMembers(Instances(result, properties));
+  WalkMembers(Pairs::Instances(result, properties));
   return Done(result);
 }
 

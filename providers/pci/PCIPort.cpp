@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciDevices.h"
 #include "PciNames.h"
 #include "PciPorts.h"
@@ -14,13 +15,6 @@
 #include <syslog.h>
 
 namespace pciprovider {
-
-using zelInt::CmpiContext;
-using zelInt::CmpiData;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
 
 namespace {
 
@@ -374,15 +368,13 @@ PCIPROVIDER_DEFINE_INSTANCE_CLASS(PCIPort);
 CmpiStatus PCIPort::enumInstanceNames(const CmpiContext&, CmpiResult& result,
                                       const CmpiObjectPath&) {
   PortListRef(result);
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 CmpiStatus PCIPort::enumInstances(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
                                   const char** properties) {
   PortList(result, properties);
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 // Asked for one port of a bridge, clients get both: they come from one function. An unknown port
@@ -390,14 +382,13 @@ CmpiStatus PCIPort::enumInstances(const CmpiContext&, CmpiResult& result, const 
 CmpiStatus PCIPort::getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& cop,
                                 const char** properties) {
   const std::string name = KeyText(cop, kDeviceIdKey);
-  if (name.empty()) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+  if (name.empty()) return NotFound();
   const PciDevice* device = nullptr;
   if (LookupPort(name, device)) {
     std::set<std::string> seen;
     MakePortsForDevice(device, result, seen, properties);
   }
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 }  // namespace pciprovider

@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciDevices.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
@@ -12,13 +13,6 @@
 #include <cstring>
 
 namespace pciprovider {
-
-using zelInt::CmpiContext;
-using zelInt::CmpiData;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
 
 CmpiObjectPath MakePortGroupRef(unsigned char bus) {
   char id[256];
@@ -62,14 +56,12 @@ CmpiStatus ListPortGroups(CmpiResult& result, const CmpiObjectPath&, const char*
   for (const std::uint8_t bus : GetBusNumbers()) {
     result.returnData(MakeFilteredPortGroup(bus, properties));
   }
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 CmpiStatus ListPortGroupRefs(CmpiResult& result, const CmpiObjectPath&) {
   for (const std::uint8_t bus : GetBusNumbers()) result.returnData(MakePortGroupRef(bus));
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 CmpiStatus GetRelatedPortGroup(CmpiResult& result, const CmpiObjectPath& path,
@@ -78,11 +70,10 @@ CmpiStatus GetRelatedPortGroup(CmpiResult& result, const CmpiObjectPath& path,
   // The ports decide whether a group exists, not the list of bus numbers.
   if (!ParseBusID(path, bus) || !PortGroupExists(bus)) {
     result.returnDone();
-    return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+    return NotFound();
   }
   result.returnData(MakeFilteredPortGroup(bus, properties));
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 PCIPROVIDER_DEFINE_INSTANCE_CLASS(PCIPortGroup);

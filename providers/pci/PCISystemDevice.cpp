@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciNames.h"
@@ -11,14 +12,6 @@
 #include <strings.h>
 
 namespace pciprovider {
-
-using zelInt::CmpiBroker;
-using zelInt::CmpiContext;
-using zelInt::CmpiData;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
 
 namespace {
 
@@ -49,13 +42,13 @@ CmpiObjectPath PciCreateSystemRef() {
   return path;
 }
 
-CmpiInstance FetchHostSystem(const CmpiBroker& broker, const CmpiContext& context,
+CmpiInstance FetchHostSystem(const zelInt::CmpiBroker& broker, const CmpiContext& context,
                              const char** properties) {
   const CmpiObjectPath classPath(kNameSpace, kSystemClass);
   return broker.enumInstances(context, classPath, properties).getNext();
 }
 
-CmpiObjectPath FetchHostSystemPath(const CmpiBroker& broker, const CmpiContext& context) {
+CmpiObjectPath FetchHostSystemPath(const zelInt::CmpiBroker& broker, const CmpiContext& context) {
   const CmpiObjectPath classPath(kNameSpace, kSystemClass);
   return broker.enumInstanceNames(context, classPath).getNext();
 }
@@ -74,22 +67,19 @@ PCIPROVIDER_DEFINE_ASSOCIATION_CLASS(PCISystemDevice);
 CmpiStatus PCISystemDevice::enumInstanceNames(const CmpiContext&, CmpiResult& result,
                                               const CmpiObjectPath&) {
   LoadDevicesAndPortsRef(PciCreateSystemRef(), result);
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 CmpiStatus PCISystemDevice::enumInstances(const CmpiContext&, CmpiResult& result,
                                           const CmpiObjectPath&, const char** properties) {
   LoadDevicesAndPorts(PciCreateSystemRef(), properties, result);
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 CmpiStatus PCISystemDevice::getInstance(const CmpiContext&, CmpiResult& result,
                                         const CmpiObjectPath& cop, const char** properties) {
-  if (!FindDevicePort(cop, result, properties)) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  if (!FindDevicePort(cop, result, properties)) return NotFound();
+  return Done(result);
 }
 
 CmpiStatus PCISystemDevice::associators(const CmpiContext& context, CmpiResult& result,

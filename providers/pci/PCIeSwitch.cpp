@@ -1,3 +1,4 @@
+#include "PciAnswers.h"
 #include "PciDevices.h"
 #include "PciNames.h"
 #include "PciProviders.h"
@@ -11,12 +12,6 @@
 namespace pciprovider {
 
 using HostCtl::Lib::HostCtlException;
-using zelInt::CmpiContext;
-using zelInt::CmpiData;
-using zelInt::CmpiInstance;
-using zelInt::CmpiObjectPath;
-using zelInt::CmpiResult;
-using zelInt::CmpiStatus;
 
 namespace {
 
@@ -61,8 +56,7 @@ CmpiStatus PCIeSwitch::enumInstanceNames(const CmpiContext&, CmpiResult& result,
   for (const PortEntry* port : GetSwitchCache()) {
     result.returnData(MakeDevicePath(port->device, kSwitchClass));
   }
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 CmpiStatus PCIeSwitch::enumInstances(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
@@ -73,8 +67,7 @@ CmpiStatus PCIeSwitch::enumInstances(const CmpiContext&, CmpiResult& result, con
   for (const PortEntry* port : switches) {
     result.returnData(MakeSwitchInstance(port->device, properties));
   }
-  result.returnDone();
-  return CmpiStatus(CMPI_RC_OK);
+  return Done(result);
 }
 
 // Any known function is answered as a switch with the count of its children, and done is never
@@ -83,7 +76,7 @@ CmpiStatus PCIeSwitch::getInstance(const CmpiContext&, CmpiResult& result,
                                    const CmpiObjectPath& cop, const char** properties) {
   try {
     const std::string id = KeyText(cop, kDeviceIdKey);
-    if (id.empty()) return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+    if (id.empty()) return NotFound();
     DeviceIndex::const_iterator position;
     if (!LookupDevice(id, position)) return CmpiStatus(CMPI_RC_OK);
     result.returnData(MakeSwitchInstance(position->second->get(), properties));

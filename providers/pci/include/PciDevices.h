@@ -1,10 +1,7 @@
 #pragma once
 
+#include "PciAnswers.h"
 #include "PciTopologyCache.h"
-
-#include <zelcppc/CmpiInstance.h>
-#include <zelcppc/CmpiObjectPath.h>
-#include <zelcppc/CmpiResult.h>
 
 #include <optional>
 #include <string>
@@ -30,49 +27,43 @@ bool IsPlainDevice(const PciDevice* device);
 const char* SetClassName(const PciDevice* device);
 
 /// Sets the four keys; the creation class is always that of plain devices.
-void PopulateDevicePath(const PciDevice* device, zelInt::CmpiObjectPath& path);
+void PopulateDevicePath(const PciDevice* device, CmpiObjectPath& path);
 /// Sets the four keys with `className` as the creation class.
-void SetDeviceObjectPath(const PciDevice* device, zelInt::CmpiObjectPath& path,
-                         const char* className);
+void SetDeviceObjectPath(const PciDevice* device, CmpiObjectPath& path, const char* className);
 /// A path of `className` with its keys, as SetDeviceObjectPath sets them.
-zelInt::CmpiObjectPath MakeDevicePath(const PciDevice* device, const char* className);
+CmpiObjectPath MakeDevicePath(const PciDevice* device, const char* className);
 /// Sets the properties that all device classes share. Only a failing slot query is caught.
-void PopulateDeviceDetails(const PciDevice* device, zelInt::CmpiInstance& instance);
+void PopulateDeviceDetails(const PciDevice* device, CmpiInstance& instance);
 /// The instance of `path` with the shared properties, narrowed to `properties`.
-zelInt::CmpiInstance MakeDeviceInstance(const PciDevice* device, const zelInt::CmpiObjectPath& path,
-                                        const char** properties);
+CmpiInstance MakeDeviceInstance(const PciDevice* device, const CmpiObjectPath& path,
+                                const char** properties);
 
 /// The text of a path's key; null is empty. Throws CmpiStatus as the binding does.
-std::string KeyText(const zelInt::CmpiObjectPath& path, const char* key);
+std::string KeyText(const CmpiObjectPath& path, const char* key);
 /// The key, if the path has it. Other failures of the binding pass through.
-std::optional<zelInt::CmpiData> FindKey(const zelInt::CmpiObjectPath& path, const char* key);
+std::optional<CmpiData> FindKey(const CmpiObjectPath& path, const char* key);
 /// Its text, empty for a key that is null or that the path lacks.
-std::string KeyTextOrEmpty(const zelInt::CmpiObjectPath& path, const char* key);
+std::string KeyTextOrEmpty(const CmpiObjectPath& path, const char* key);
 
 /// Every plain device, as instances and as paths.
-void DeviceList(zelInt::CmpiResult& result, const char** properties);
-void DeviceListRef(zelInt::CmpiResult& result);
+void DeviceList(CmpiResult& result, const char** properties);
+void DeviceListRef(CmpiResult& result);
 
 /// The device of the port that the path names, as an instance and as a path.
-void ListControllers(const zelInt::CmpiObjectPath& port, const char** properties,
-                     zelInt::CmpiResult& result);
-void ListControllersRef(const zelInt::CmpiObjectPath& port, zelInt::CmpiResult& result);
+void ListControllers(const CmpiObjectPath& port, const char** properties, CmpiResult& result);
+void ListControllersRef(const CmpiObjectPath& port, CmpiResult& result);
 
 /// The system's association with every plain device, every port, or both in that order.
-void LoadSysDevices(const zelInt::CmpiObjectPath& system, const char** properties,
-                    zelInt::CmpiResult& result);
-void LoadSysDevicesRef(const zelInt::CmpiObjectPath& system, zelInt::CmpiResult& result);
-void LoadSysPorts(const zelInt::CmpiObjectPath& system, const char** properties,
-                  zelInt::CmpiResult& result);
-void LoadSysPortsRef(const zelInt::CmpiObjectPath& system, zelInt::CmpiResult& result);
-void LoadDevicesAndPorts(const zelInt::CmpiObjectPath& system, const char** properties,
-                         zelInt::CmpiResult& result);
+void LoadSysDevices(const CmpiObjectPath& system, const char** properties, CmpiResult& result);
+void LoadSysDevicesRef(const CmpiObjectPath& system, CmpiResult& result);
+void LoadSysPorts(const CmpiObjectPath& system, const char** properties, CmpiResult& result);
+void LoadSysPortsRef(const CmpiObjectPath& system, CmpiResult& result);
+void LoadDevicesAndPorts(const CmpiObjectPath& system, const char** properties, CmpiResult& result);
 /// As LoadDevicesAndPorts with paths, but a host-control failure is logged and ends the walk.
-void LoadDevicesAndPortsRef(const zelInt::CmpiObjectPath& system, zelInt::CmpiResult& result);
+void LoadDevicesAndPortsRef(const CmpiObjectPath& system, CmpiResult& result);
 /// Returns the association that `path` names and answers whether it exists. A host-control
 /// failure is logged and answers false.
-bool FindDevicePort(const zelInt::CmpiObjectPath& path, zelInt::CmpiResult& result,
-                    const char** properties);
+bool FindDevicePort(const CmpiObjectPath& path, CmpiResult& result, const char** properties);
 
 /// Whether the candidate sits directly below the parent. A failure is logged and answers false.
 bool IsChildOf(const PciDevice* parent, PciDevice* candidate);

@@ -1,33 +1,28 @@
 #pragma once
 
-#include <zelcppc/CmpiInstance.h>
-#include <zelcppc/CmpiObjectPath.h>
-#include <zelcppc/CmpiResult.h>
-#include <zelcppc/CmpiStatus.h>
+#include "PciAnswers.h"
 
 /// Port groups: one for each bus number, with nothing to them but that number. All are safe on
 /// any thread.
 namespace pciprovider {
 
 /// The path of a bus's group.
-zelInt::CmpiObjectPath MakePortGroupRef(unsigned char bus);
+CmpiObjectPath MakePortGroupRef(unsigned char bus);
 /// The instance of a bus's group; narrowing it to `properties` is the caller's.
-zelInt::CmpiInstance MakePortGroup(unsigned char bus, const char** properties);
+CmpiInstance MakePortGroup(unsigned char bus, const char** properties);
 /// The same, narrowed.
-zelInt::CmpiInstance MakeFilteredPortGroup(unsigned char bus, const char** properties);
+CmpiInstance MakeFilteredPortGroup(unsigned char bus, const char** properties);
 /// Reads the bus number behind the first '-' of the path's "InstanceID", as strtol does, modulo
 /// 256. False without a '-'.
-bool ParseBusID(const zelInt::CmpiObjectPath& path, unsigned char& bus);
+bool ParseBusID(const CmpiObjectPath& path, unsigned char& bus);
 /// Whether any port sits on the bus.
 bool PortGroupExists(unsigned char bus);
 
 /// Every group, then `returnDone`; always OK.
-zelInt::CmpiStatus ListPortGroups(zelInt::CmpiResult& result, const zelInt::CmpiObjectPath& path,
-                                  const char** properties);
-zelInt::CmpiStatus ListPortGroupRefs(zelInt::CmpiResult& result,
-                                     const zelInt::CmpiObjectPath& path);
+CmpiStatus ListPortGroups(CmpiResult& result, const CmpiObjectPath& path, const char** properties);
+CmpiStatus ListPortGroupRefs(CmpiResult& result, const CmpiObjectPath& path);
 /// The group that the path names, then `returnDone`; NOT_FOUND when no port sits on its bus.
-zelInt::CmpiStatus GetRelatedPortGroup(zelInt::CmpiResult& result,
-                                       const zelInt::CmpiObjectPath& path, const char** properties);
+CmpiStatus GetRelatedPortGroup(CmpiResult& result, const CmpiObjectPath& path,
+                               const char** properties);
 
 }  // namespace pciprovider

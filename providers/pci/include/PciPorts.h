@@ -1,10 +1,7 @@
 #pragma once
 
+#include "PciAnswers.h"
 #include "PciTopologyCache.h"
-
-#include <zelcppc/CmpiInstance.h>
-#include <zelcppc/CmpiObjectPath.h>
-#include <zelcppc/CmpiResult.h>
 
 #include <set>
 #include <string>
@@ -39,49 +36,43 @@ void BuildPortDefs(std::vector<PortEntry>& ports);
 std::string BuildPortFromDevice(const std::string& deviceAddress);
 
 /// The path of the port of that name.
-zelInt::CmpiObjectPath MakePCIPortRef(const std::string& portName);
+CmpiObjectPath MakePCIPortRef(const std::string& portName);
 /// The port's instance, narrowed to `properties`.
-zelInt::CmpiInstance MakePCIPort(const char** properties, const char* portName,
-                                 const char* controllerDeviceId, const PciDevice* device,
-                                 PCIPortType type, unsigned char busNumber);
+CmpiInstance MakePCIPort(const char** properties, const char* portName,
+                         const char* controllerDeviceId, const PciDevice* device, PCIPortType type,
+                         unsigned char busNumber);
 
-void MakePCIeUpstreamPort(const PciDevice* device, zelInt::CmpiResult& result,
-                          const char** properties);
-void MakePCIeDownstreamPort(const PciDevice* device, zelInt::CmpiResult& result,
-                            const char** properties);
-void MakePCIEndpointPort(const PciDevice* device, zelInt::CmpiResult& result,
-                         const char** properties);
+void MakePCIeUpstreamPort(const PciDevice* device, CmpiResult& result, const char** properties);
+void MakePCIeDownstreamPort(const PciDevice* device, CmpiResult& result, const char** properties);
+void MakePCIEndpointPort(const PciDevice* device, CmpiResult& result, const char** properties);
 /// `seen` holds the bridges whose ports this request has returned already.
-void MakePCIBridgePorts(const PciDevice* device, zelInt::CmpiResult& result,
-                        std::set<std::string>& seen, const char** properties);
-void MakePCIeUpstreamPortRef(const PciDevice* device, zelInt::CmpiResult& result);
-void MakePCIeDownstreamPortRef(const PciDevice* device, zelInt::CmpiResult& result);
-void MakePCIEndpointPortRef(const PciDevice* device, zelInt::CmpiResult& result);
+void MakePCIBridgePorts(const PciDevice* device, CmpiResult& result, std::set<std::string>& seen,
+                        const char** properties);
+void MakePCIeUpstreamPortRef(const PciDevice* device, CmpiResult& result);
+void MakePCIeDownstreamPortRef(const PciDevice* device, CmpiResult& result);
+void MakePCIEndpointPortRef(const PciDevice* device, CmpiResult& result);
 void MakePCIBridgePortsRef(const PciDevice* device, std::set<std::string>& seen,
-                           zelInt::CmpiResult& result);
+                           CmpiResult& result);
 
 /// Returns the device's ports; a null device has none.
-void MakePortsForDevice(const PciDevice* device, zelInt::CmpiResult& result,
-                        std::set<std::string>& seen, const char** properties);
+void MakePortsForDevice(const PciDevice* device, CmpiResult& result, std::set<std::string>& seen,
+                        const char** properties);
 /// The same as paths; a null device is logged.
 void MakePortsForDeviceRef(const PciDevice* device, std::set<std::string>& seen,
-                           zelInt::CmpiResult& result);
+                           CmpiResult& result);
 
 /// Every port of the host.
-void PortList(zelInt::CmpiResult& result, const char** properties);
-void PortListRef(zelInt::CmpiResult& result);
+void PortList(CmpiResult& result, const char** properties);
+void PortListRef(CmpiResult& result);
 /// The ports of the device of the first port counted to the path's device ...
-void ListPorts(const zelInt::CmpiObjectPath& path, const char** properties,
-               zelInt::CmpiResult& result);
+void ListPorts(const CmpiObjectPath& path, const char** properties, CmpiResult& result);
 /// ... and the path of that first port alone.
-void ListPortsRef(const zelInt::CmpiObjectPath& path, zelInt::CmpiResult& result);
+void ListPortsRef(const CmpiObjectPath& path, CmpiResult& result);
 /// The ports under every bridge whose address contains the path's device id.
-void ListBridgePorts(const zelInt::CmpiObjectPath& path, const char** properties,
-                     zelInt::CmpiResult& result);
-void ListBridgePortsRef(const zelInt::CmpiObjectPath& path, zelInt::CmpiResult& result);
+void ListBridgePorts(const CmpiObjectPath& path, const char** properties, CmpiResult& result);
+void ListBridgePortsRef(const CmpiObjectPath& path, CmpiResult& result);
 /// The ports under the switch whose address is the path's device id.
-void ListSwitchPorts(const zelInt::CmpiObjectPath& path, const char** properties,
-                     zelInt::CmpiResult& result);
-void ListSwitchPortsRef(const zelInt::CmpiObjectPath& path, zelInt::CmpiResult& result);
+void ListSwitchPorts(const CmpiObjectPath& path, const char** properties, CmpiResult& result);
+void ListSwitchPortsRef(const CmpiObjectPath& path, CmpiResult& result);
 
 }  // namespace pciprovider

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PciAnswers.h"
+
 #include <zelcppc/CmpiAssociationMI.h>
 #include <zelcppc/CmpiInstanceMI.h>
 

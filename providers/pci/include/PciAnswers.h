@@ -1,0 +1,30 @@
+#pragma once
+
+#include <zelcppc/CmpiContext.h>
+#include <zelcppc/CmpiInstance.h>
+#include <zelcppc/CmpiObjectPath.h>
+#include <zelcppc/CmpiResult.h>
+#include <zelcppc/CmpiStatus.h>
+
+/// What every unit of the provider says requests and answers with.
+namespace pciprovider {
+
+using zelInt::CmpiContext;
+using zelInt::CmpiData;
+using zelInt::CmpiInstance;
+using zelInt::CmpiObjectPath;
+using zelInt::CmpiResult;
+using zelInt::CmpiStatus;
+
+/// Ends the answer: what there was has been given.
+inline CmpiStatus Done(CmpiResult& result) {
+  result.returnDone();
+  return CmpiStatus(CMPI_RC_OK);
+}
+
+/// What was asked for does not exist; the answer stays open.
+inline CmpiStatus NotFound() {
+  return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
+}
+
+}  // namespace pciprovider
