@@ -19,8 +19,7 @@ const char* messageOf(const CMPIStatus& status) {
 CmpiStatus::CmpiStatus(CMPIrc code, std::string message)
     : code_(code), message_(std::move(message)) {}
 
-CmpiStatus::CmpiStatus(const CMPIStatus& status)
-    : code_(status.rc), message_(messageOf(status)) {}
+CmpiStatus::CmpiStatus(const CMPIStatus& status) : code_(status.rc), message_(messageOf(status)) {}
 
 CmpiStatus::~CmpiStatus() = default;
 CmpiStatus::CmpiStatus(const CmpiStatus&) = default;
