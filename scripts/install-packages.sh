@@ -5,7 +5,7 @@ set -euo pipefail
 
 declare -A groups=(
   [build]="cmake ninja-build g++ pkgconf libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libcpp-httplib-dev"
-  [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file"
+  [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file sblim-wbemcli"
   [vm]="qemu-system-x86"
   [package]="dpkg-dev file"
   [lint]="clang clang-format clang-tidy libclang-rt-14-dev shellcheck"

@@ -24,8 +24,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return result;
 }
 
-std::vector<std::string> extendedEnvironment(
-    const std::vector<std::pair<std::string, std::string>>& added) {
+std::vector<std::string> extendedEnvironment(const Environment& added) {
   std::vector<std::string> result;
   for (const auto& [name, value] : added) {
     result.push_back(name + '=' + value);
@@ -53,8 +52,8 @@ int exitCode(int status) {
 
 }  // namespace
 
-Outcome runPcicim(const Arguments& arguments,
-                  const std::vector<std::pair<std::string, std::string>>& environment) {
+Outcome runProgram(const std::string& program, const Arguments& arguments,
+                   const Environment& environment) {
   const TemporaryFile out("");
   const TemporaryFile err("");
   posix_spawn_file_actions_t actions;
@@ -62,15 +61,15 @@ Outcome runPcicim(const Arguments& arguments,
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.path().c_str(), O_WRONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.path().c_str(), O_WRONLY, 0);
 
-  std::vector<std::string> words{PCICIM_PROGRAM};
+  std::vector<std::string> words{program};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<std::string> variables = extendedEnvironment(environment);
   pid_t child = 0;
-  const int error = posix_spawn(&child, PCICIM_PROGRAM, &actions, nullptr, pointers(words).data(),
+  const int error = posix_spawn(&child, program.c_str(), &actions, nullptr, pointers(words).data(),
                                 pointers(variables).data());
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) {
-    throw std::system_error(error, std::generic_category(), PCICIM_PROGRAM);
+    throw std::system_error(error, std::generic_category(), program);
   }
   int status = 0;
   rusage usage{};
@@ -79,6 +78,10 @@ Outcome runPcicim(const Arguments& arguments,
   }
   return {exitCode(status), readFile(out.path()), withoutFactoryLines(readFile(err.path())),
           usage.ru_maxrss};
+}
+
+Outcome runPcicim(const Arguments& arguments, const Environment& environment) {
+  return runProgram(PCICIM_PROGRAM, arguments, environment);
 }
 
 Outcome runOn(const std::filesystem::path& inventory, Arguments arguments) {

@@ -20,9 +20,15 @@ struct Outcome {
 
 using Arguments = std::vector<std::string>;
 
-/// Runs the built pcicim and waits for it. `environment` is added to the test's own.
-Outcome runPcicim(const Arguments& arguments,
-                  const std::vector<std::pair<std::string, std::string>>& environment = {});
+/// Names and values of variables.
+using Environment = std::vector<std::pair<std::string, std::string>>;
+
+/// Runs a program and waits for it. `environment` is added to the test's own.
+Outcome runProgram(const std::string& program, const Arguments& arguments,
+                   const Environment& environment = {});
+
+/// The same with the built pcicim.
+Outcome runPcicim(const Arguments& arguments, const Environment& environment = {});
 
 /// The same with `--inventory FILE` in front.
 Outcome runOn(const std::filesystem::path& inventory, Arguments arguments);

@@ -64,6 +64,9 @@ std::string escaped(const std::string& text) {
       case '<':
         result += "&lt;";
         break;
+      case '>':
+        result += "&gt;";
+        break;
       case '"':
         result += "&quot;";
         break;

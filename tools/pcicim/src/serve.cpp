@@ -79,16 +79,16 @@ class Announcement {
 
   void print(const std::vector<std::string>& classes, const std::string& tried,
              const std::string& nameSpace, std::ostream& out) const {
+    if (!isLoopback(options_.address)) {
+      std::cerr << "pcicim: whoever reaches " << options_.address
+                << " can ask; there is no password and no encryption\n";
+    }
     out << "Serving " << subject() << " at " << url_ << "/cimom\n"
         << "Classes in namespace " << nameSpace << ":\n";
     for (const std::string& name : classes) out << "  " << name << '\n';
     out << "Try: wbemcli -nl ei '" << url_ << '/' << nameSpace << ':' << tried << "'\n"
         << "Stop it with Ctrl-C or SIGTERM.\n"
         << std::flush;
-    if (!isLoopback(options_.address)) {
-      std::cerr << "pcicim: whoever reaches " << options_.address
-                << " can ask; there is no password and no encryption\n";
-    }
   }
 
  private:

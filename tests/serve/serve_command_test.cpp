@@ -1,0 +1,196 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "cim_request.h"
+#include "made_inventory.h"
+#include "raw_client.h"
+#include "running_server.h"
+#include "served_process.h"
+
+namespace servetest {
+namespace {
+
+using clitest::Outcome;
+using clitest::runPcicim;
+using clitest::sample;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+const CimRequest kNames =
+    CimRequest("EnumerateInstanceNames").className("ClassName", "Zelmar_PCIDevice");
+
+clitest::Arguments inventory() {
+  return {"--inventory", sample("q35-pcie-switches.txt").string()};
+}
+
+TEST(ServeCommand, SaysWhatItServesAndWhereAndHowToAsk) {
+  const ServedProcess server(inventory());
+  const std::string url = "http://127.0.0.1:" + std::to_string(server.port());
+  EXPECT_THAT(server.announcement(),
+              StartsWith("Serving the saved inventory " + sample("q35-pcie-switches.txt").string() +
+                         " at " + url + "/cimom\nClasses in namespace root/cimv2:\n"));
+  for (const char* name : {"  Zelmar_PCIDevice\n", "  Zelmar_PCIMemberOfCollection\n",
+                           "  OMC_UnitaryComputerSystem\n"}) {
+    EXPECT_THAT(server.announcement(), HasSubstr(name));
+  }
+  EXPECT_THAT(server.announcement(),
+              HasSubstr("Try: wbemcli -nl ei '" + url + "/root/cimv2:Zelmar_PCIDevice'\n"));
+  EXPECT_THAT(server.errors(), Not(HasSubstr("pcicim:")));
+}
+
+TEST(ServeCommand, SaysWhenItServesThisHost) {
+  EXPECT_THAT(ServedProcess({}).announcement(),
+              StartsWith("Serving this host at http://127.0.0.1:"));
+}
+
+TEST(ServeCommand, TheCommandThatItNamesWorks) {
+  const ServedProcess server(inventory());
+  const std::size_t start = server.announcement().find("wbemcli");
+  const std::string command =
+      server.announcement().substr(start, server.announcement().find('\n', start) - start);
+  const Outcome outcome = clitest::runProgram("/bin/sh", {"-c", command});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("Zelmar_PCIDevice."));
+}
+
+TEST(ServeCommand, BothSignalsStopItCleanly) {
+  for (const int number : {SIGINT, SIGTERM}) {
+    ServedProcess server(inventory());
+    server.signal(number);
+    EXPECT_EQ(server.waitForEnd(std::chrono::seconds(10)), 0);
+    EXPECT_THROW(RawClient{server.port()}, std::system_error);
+  }
+}
+
+/// How the requests of some clients went that ask until nobody answers.
+struct Tally {
+  std::atomic<int> whole = 0;
+  std::atomic<int> broken = 0;
+};
+
+void askUntilRefused(int port, Tally& tally) {
+  const std::string text = wireText(kNames, "Connection: close\r\n");
+  for (;;) {
+    try {
+      RawClient client(port);
+      // Taken into the queue of the kernel after the stop, a client sees its connection end unread.
+      if (!client.send(text)) return;
+      const std::string answer = client.receiveAll();
+      if (answer.empty()) return;
+      const bool isWhole = answer.starts_with("HTTP/1.1 200 ") && answer.ends_with("</CIM>");
+      ++(isWhole ? tally.whole : tally.broken);
+    } catch (const std::system_error&) {
+      return;
+    }
+  }
+}
+
+TEST(ServeCommand, NoAnswerIsCutShortByAStop) {
+  ServedProcess server(inventory());
+  Tally tally;
+  std::vector<std::thread> clients;
+  for (int i = 0; i < 6; ++i) {
+    clients.emplace_back([&] { askUntilRefused(server.port(), tally); });
+  }
+  while (tally.whole < 50 && tally.broken == 0) std::this_thread::yield();
+  server.signal(SIGTERM);
+  for (std::thread& client : clients) client.join();
+  EXPECT_EQ(server.waitForEnd(), 0);
+  EXPECT_GE(tally.whole, 50);
+  EXPECT_EQ(tally.broken, 0);
+}
+
+TEST(ServeCommand, ASecondSignalDoesNotWaitForAnybody) {
+  const clitest::TemporaryFile machine(clitest::machineOf(1000));
+  ServedProcess server({"--inventory", machine.path().string()});
+  RawClient deaf(server.port());
+  // Qualifiers make the answer larger than what the kernel takes off the server's hands.
+  ASSERT_TRUE(deaf.send(wireText(CimRequest("EnumerateInstances")
+                                     .className("ClassName", "Zelmar_PCIPort")
+                                     .flag("IncludeQualifiers", true))));
+  deaf.receiveUntil("HTTP/1.1 200 ");
+  server.signal(SIGTERM);
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  server.signal(SIGTERM);
+  EXPECT_EQ(server.waitForEnd(std::chrono::seconds(5)), 128 + SIGTERM);
+}
+
+TEST(ServeCommand, OneThatIsReachedFromElsewhereSaysSo) {
+  const ServedProcess server({}, {"--bind", "0.0.0.0"});
+  EXPECT_THAT(server.errors(), HasSubstr("pcicim: whoever reaches 0.0.0.0 can ask"));
+  EXPECT_THAT(server.authority(), StartsWith("127.0.0.1:"));
+  EXPECT_NO_THROW(RawClient{server.port()});
+}
+
+bool hasIpv6() {
+  const int made = socket(AF_INET6, SOCK_STREAM, 0);
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  address.sin6_addr = in6addr_loopback;
+  const bool works =
+      made >= 0 && bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  if (made >= 0) close(made);
+  return works;
+}
+
+TEST(ServeCommand, AddressesOfTheLongKindStandInBrackets) {
+  if (!hasIpv6()) GTEST_SKIP() << "this host has no IPv6";
+  const ServedProcess server(inventory(), {"--bind", "::1"});
+  EXPECT_THAT(server.authority(), MatchesRegex("\\[::1\\]:[0-9]+"));
+  const Outcome outcome = clitest::runProgram(
+      WBEMCLI_PROGRAM, {"ein", "http://" + server.authority() + "/root/cimv2:Zelmar_PCIBridge"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("Zelmar_PCIBridge."));
+}
+
+TEST(ServeCommand, NamesOfThisHostAreAddressesToo) {
+  const ServedProcess server(inventory(), {"--bind", "localhost"});
+  EXPECT_THAT(server.authority(), StartsWith("localhost:"));
+}
+
+void expectFailure(const clitest::Arguments& arguments, int status, const std::string& reason) {
+  const Outcome outcome = runPcicim(arguments);
+  EXPECT_EQ(outcome.status, status) << reason;
+  EXPECT_THAT(outcome.out, IsEmpty());
+  EXPECT_THAT(outcome.err, HasSubstr(reason));
+}
+
+TEST(ServeCommand, SaysWhyItCannotServe) {
+  const ServedProcess server(inventory());
+  const std::string port = std::to_string(server.port());
+  expectFailure({"serve", "--port", port}, 1,
+                "pcicim: cannot listen at 127.0.0.1, port " + port + ": Address already in use\n");
+  expectFailure({"serve", "--port", "0", "--bind", "192.0.2.1"}, 1,
+                "cannot listen at 192.0.2.1, port 0: Cannot assign requested address\n");
+  expectFailure({"serve", "--bind", "no.such.host.invalid"}, 1, "no.such.host.invalid");
+  expectFailure({"--inventory", "/no/such/file", "serve", "--port", "0"}, 1, "/no/such/file");
+  expectFailure({"--provider", "/no/such/library.so", "serve", "--port", "0"}, 1,
+                "/no/such/library.so");
+  expectFailure({"serve", "--port", "65536"}, 2, "65536");
+  expectFailure({"serve", "--port", "-1"}, 2, "");
+  expectFailure({"serve", "--port", "http"}, 2, "http");
+}
+
+TEST(ServeCommand, HelpNamesItsOptionsAndDefaults) {
+  const Outcome help = runPcicim({"serve", "--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.out, HasSubstr("--bind ADDRESS=127.0.0.1"));
+  EXPECT_THAT(help.out, testing::ContainsRegex("--port N[^\n]*=5988\n"));
+  EXPECT_THAT(runPcicim({"--help"}).out, HasSubstr("serve"));
+}
+
+}  // namespace
+}  // namespace servetest

@@ -1,0 +1,106 @@
+#include "served_process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <regex>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace servetest {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kStartTime{60};
+constexpr char kLastLine[] = "SIGTERM.\n";
+
+clitest::Arguments commandLine(const clitest::Arguments& arguments,
+                               const clitest::Arguments& afterwards) {
+  clitest::Arguments words{PCICIM_PROGRAM};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  words.insert(words.end(), {"serve", "--port", "0"});
+  words.insert(words.end(), afterwards.begin(), afterwards.end());
+  return words;
+}
+
+[[noreturn]] void become(const clitest::Arguments& words, int output, int errors) {
+  std::vector<char*> pointers;
+  for (const std::string& word : words) pointers.push_back(const_cast<char*>(word.c_str()));
+  pointers.push_back(nullptr);
+  dup2(output, STDOUT_FILENO);
+  dup2(errors, STDERR_FILENO);
+  execv(pointers.front(), pointers.data());
+  _exit(127);
+}
+
+}  // namespace
+
+ServedProcess::ServedProcess(const clitest::Arguments& arguments,
+                             const clitest::Arguments& afterwards) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
+  start(commandLine(arguments, afterwards), ends[1]);
+  close(ends[1]);
+  readAnnouncement(ends[0]);
+  close(ends[0]);
+  std::smatch found;
+  if (!std::regex_search(announcement_, found, std::regex("http://(\\S+)/cimom"))) {
+    throw std::runtime_error("not served: " + announcement_ + errors());
+  }
+  authority_ = found[1];
+}
+
+ServedProcess::~ServedProcess() {
+  if (child_ < 0) return;
+  kill(child_, SIGKILL);
+  waitpid(child_, nullptr, 0);
+}
+
+int ServedProcess::port() const {
+  return std::stoi(authority_.substr(authority_.rfind(':') + 1));
+}
+
+void ServedProcess::signal(int number) const {
+  kill(child_, number);
+}
+
+int ServedProcess::waitForEnd(std::chrono::seconds time) {
+  const auto deadline = steady_clock::now() + time;
+  int status = 0;
+  while (waitpid(child_, &status, WNOHANG) == 0) {
+    if (steady_clock::now() > deadline) throw std::runtime_error("it goes on running");
+    std::this_thread::sleep_for(milliseconds(5));
+  }
+  child_ = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+void ServedProcess::start(const clitest::Arguments& words, int output) {
+  const int errors = open(errors_.path().c_str(), O_WRONLY | O_CLOEXEC);
+  child_ = fork();
+  if (child_ == 0) become(words, output, errors);
+  close(errors);
+  if (child_ < 0) throw std::system_error(errno, std::generic_category(), "fork");
+}
+
+void ServedProcess::readAnnouncement(int output) {
+  const auto deadline = steady_clock::now() + kStartTime;
+  char bytes[4096];
+  while (!announcement_.ends_with(kLastLine) && steady_clock::now() < deadline) {
+    pollfd waited{output, POLLIN, 0};
+    if (poll(&waited, 1, 1000) <= 0) continue;
+    const ssize_t count = read(output, bytes, sizeof bytes);
+    if (count <= 0) return;
+    announcement_.append(bytes, static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace servetest

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <string>
+
+#include "run_pcicim.h"
+
+namespace servetest {
+
+/// A running `pcicim ... serve`.
+class ServedProcess {
+ public:
+  /// Starts it with `arguments` before and `--port 0` after the subcommand and waits for the end of
+  /// what it says first. Throws std::runtime_error when it says nothing or not where it listens.
+  explicit ServedProcess(const clitest::Arguments& arguments,
+                         const clitest::Arguments& afterwards = {});
+  /// Kills it when it still runs.
+  ~ServedProcess();
+  ServedProcess(const ServedProcess&) = delete;
+  ServedProcess& operator=(const ServedProcess&) = delete;
+
+  /// All that it said on standard output before it began to serve.
+  const std::string& announcement() const { return announcement_; }
+  std::string errors() const { return clitest::readFile(errors_.path()); }
+  /// What stands in the URL between "//" and the path: host and port.
+  const std::string& authority() const { return authority_; }
+  int port() const;
+
+  void signal(int number) const;
+  /// Waits for its end: the exit code, or 128 plus the signal that ended it. Throws
+  /// std::runtime_error when it goes on running.
+  int waitForEnd(std::chrono::seconds time = std::chrono::seconds(20));
+
+ private:
+  void start(const clitest::Arguments& words, int output);
+  void readAnnouncement(int output);
+
+  clitest::TemporaryFile errors_{""};
+  pid_t child_ = -1;
+  std::string announcement_;
+  std::string authority_;
+};
+
+}  // namespace servetest
