@@ -28,9 +28,9 @@ struct Manners {
   /// False: a key that the path lacks is answered with OK and the state "not found".
   bool missingKeyIsAnError = true;
   /// Instances and paths that one result takes before it refuses more with FAILED.
-  std::optional<unsigned> mostAnswersPerResult;
+  std::optional<unsigned> mostAnswersPerResult = std::nullopt;
   /// Dones that one result takes before it refuses more with FAILED; 0 refuses the first.
-  std::optional<unsigned> mostDonesPerResult;
+  std::optional<unsigned> mostDonesPerResult = std::nullopt;
   /// False: a result that took no answer refuses a done with FAILED.
   bool takesEmptyDone = true;
   FilterManner filter = FilterManner::kDropUnlistedKeys;
