@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -26,6 +27,10 @@ struct Registered {
   const char* classPrefix;
   const char* library;
 };
+
+void PrintTo(const Registered& registered, std::ostream* stream) {
+  *stream << registered.name;
+}
 
 class RegistrationFiles : public testing::TestWithParam<Registered> {
  protected:

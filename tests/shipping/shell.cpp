@@ -54,8 +54,7 @@ std::vector<std::string> filesBelow(const fs::path& directory) {
   std::vector<std::string> files;
   for (const auto& entry : fs::recursive_directory_iterator(directory)) {
     if (entry.is_symlink() || entry.is_regular_file()) {
-      files.push_back(fs::relative(entry.path().parent_path(), directory) /
-                      entry.path().filename());
+      files.push_back(entry.path().lexically_relative(directory));
     }
   }
   std::ranges::sort(files);
