@@ -50,5 +50,6 @@ Ask more:
   $shown enum Zelmar_PCIPort --property DeviceID --property PortType --format json
   $shown get 'Zelmar_PCIBridge.DeviceID="ADDRESS"'
   $shown associator-names 'Zelmar_PCIPort.DeviceID="PORT"'
+  $shown serve
   $shown --help
 TEXT
