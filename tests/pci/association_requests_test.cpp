@@ -568,6 +568,18 @@ TEST_F(AssociationRequests, AnUnknownPortIsConnectedToNothing) {
   EXPECT_THAT(logLines(), IsEmpty());
 }
 
+TEST_F(AssociationRequests, APortIsUnknownHoweverTheManagerSaysThatItsKeyIsMissing) {
+  test_support::DecoratedBroker broker{provider.manager().broker()};
+  for (const CMPIrc code : {CMPI_RC_ERR_NOT_FOUND, CMPI_RC_ERR_NO_SUCH_PROPERTY}) {
+    broker.failCall("objectPath.getKey", 0, code);
+    const Outcome outcome = provider.send(
+        {Operation::kAssociators, kDeviceConnection, pathOf("Zelmar_PCIPort")}, &broker);
+    EXPECT_EQ(outcome.status, CMPI_RC_OK) << code;
+    EXPECT_THAT(outcome.events, ElementsAre("done")) << code;
+    EXPECT_GE(broker.count("objectPath.getKey"), 1U);
+  }
+}
+
 ObjectPath connection(const std::string& antecedent, const std::string& dependent) {
   return pairOf(kDeviceConnection, "Antecedent", port(antecedent), "Dependent", port(dependent));
 }
@@ -716,6 +728,12 @@ TEST_F(AssociationRequests, APortsNameLeadsToItsController) {
   EXPECT_EQ(textOf(controller, "ElementName"), "Acme Widget #3");
   EXPECT_EQ(textOf(controller, "CreationClassName"), "Zelmar_PCIBridge");
   EXPECT_EQ(controller.findProperty("BridgeType"), nullptr);
+}
+
+TEST_F(AssociationRequests, APortOfADuplicateFunctionIsControlledByTheLast) {
+  host().functions = {{"D", 1}, {"D", 2}};
+  const Instance controller = associators(kControlledBy, port("D-ep")).instances.at(0);
+  EXPECT_EQ(textOf(controller, "BusNumber"), "2");
 }
 
 TEST_F(AssociationRequests, AnIdDecidesWhateverTheClass) {

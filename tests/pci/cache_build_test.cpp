@@ -168,6 +168,14 @@ TEST(CacheBuild, ReportsAFailureAtItsPriorityWhileTheTraceFileIsThere) {
                   line(LOG_CRIT, "*** GetPCIData loaded, 0 switches, 0 bridges busNumbers 0")));
 }
 
+TEST(CacheBuild, MakesRoomForASwitchPerTwoPorts) {
+  for (int number = 0; number < 100; ++number) {
+    scripted::host().functions.push_back({"D" + std::to_string(number)});
+  }
+  LoadCache();
+  EXPECT_GE(GetSwitchCache().capacity(), 50U);
+}
+
 TEST(CacheBuild, IndexesTheFirstOfADuplicateAddress) {
   scripted::host().functions = {{"D", 1}, {"D", 2}};
   LoadCache();

@@ -98,13 +98,19 @@ TEST(Classification, LetsOtherFailuresPass) {
 }
 
 TEST(SwitchChildren, AreThoseWhoseParentHasTheWholeAddress) {
-  load({{"U", 1, 0x0604, 5}, {"U1", 1, 0x0604, 5}, {"P", 2, 0x0604, 6, "U"}, {"D", 3}});
+  load({{"U", 1, 0x0604, 5},
+        {"U1", 1, 0x0604, 5},
+        {"P", 2, 0x0604, 6, "U"},
+        {"D", 3},
+        {"Q", 2, 0x0604, 6, "U1"}});
   const auto& devices = GetDevicesCache();
   EXPECT_TRUE(IsChildOf(devices[0].get(), devices[2].get()));
   EXPECT_FALSE(IsChildOf(devices[1].get(), devices[2].get()));
   EXPECT_FALSE(IsChildOf(devices[0].get(), devices[3].get()));
+  EXPECT_FALSE(IsChildOf(devices[0].get(), devices[4].get()));
   EXPECT_EQ(DownstreamPortsCount(device("U")), 1);
-  EXPECT_EQ(DownstreamPortsCount(device("U1")), 0);
+  EXPECT_EQ(DownstreamPortsCount(device("U1")), 1);
+  EXPECT_EQ(DownstreamPortsCount(device("D")), 0);
 }
 
 TEST(SwitchChildren, AreCountedPastEightBits) {
