@@ -15,9 +15,11 @@ constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
 #endif
+constexpr char kLargeMachine[] = SAMPLES_DIRECTORY "/q35-pcie-switches.txt";
+constexpr char kSmallMachine[] = SAMPLES_DIRECTORY "/i440fx-conventional.txt";
 constexpr int kRounds = kSanitized ? 50 : 1000;
-// What the allocator keeps at hand varies by less than that; a leak of 9 bytes a round is more.
-constexpr std::size_t kAllowedBytes = 8 * 1024;
+// What the allocator has at hand varies by less; the least leak of a round is 32 bytes.
+constexpr std::size_t kAllowedBytes = 16 * 1024;
 
 std::size_t entriesOf(const char* directory) {
   const std::filesystem::directory_iterator entries(directory);
@@ -51,12 +53,13 @@ class Rounds : public LifeTest {
  protected:
   /// Loads, asks every class once through each of its records, cleans some of them up, unloads.
   void round(int number) {
-    // Instances need the list of PCI names, which takes longer than all the rest.
-    const bool asksInstances = number % 10 == 0;
-    const auto listing = asksInstances ? requests::Operation::kEnumInstances
-                                       : requests::Operation::kEnumInstanceNames;
+    // A large machine and all its names take far longer than the rest: a few rounds have them.
+    const bool isLarge = number % 10 == 0;
+    setenv("QARCTL_PCI_DUMP", isLarge ? kLargeMachine : kSmallMachine, 1);
+    const auto listing =
+        isLarge ? requests::Operation::kEnumInstances : requests::Operation::kEnumInstanceNames;
     const auto navigation =
-        asksInstances ? requests::Operation::kAssociators : requests::Operation::kAssociatorNames;
+        isLarge ? requests::Operation::kAssociators : requests::Operation::kAssociatorNames;
     open();
     for (const std::string& className : instanceClasses()) {
       CMPIInstanceMI* record = library->instanceMI(className);
