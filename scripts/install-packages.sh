@@ -50,5 +50,7 @@ install_missing() {
     apt-get install -y -q --no-install-recommends "${missing[@]}" >&2
 }
 
-"${as_root[@]}" apt-get update -q >&2
-install_missing
+if ! { "${as_root[@]}" apt-get update -q >&2 && install_missing; }; then
+  echo "Could not install ${missing[*]} (for: $*); see what apt-get said above." >&2
+  exit 1
+fi
