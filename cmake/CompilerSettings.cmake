@@ -24,7 +24,8 @@ if(PCIPROVIDER_SANITIZE)
   add_compile_options(-fsanitize=${PCIPROVIDER_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${PCIPROVIDER_SANITIZE})
   # GCC's flow analysis reports paths that only the instrumentation adds.
-  target_compile_options(pciprovider_settings INTERFACE -Wno-null-dereference -Wno-maybe-uninitialized)
+  target_compile_options(pciprovider_settings INTERFACE
+                         -Wno-null-dereference $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()
 
 # Every library names all that it needs: an object manager that opens it must not meet a
