@@ -5,6 +5,7 @@
 #include <qarctl/HostCtlException.h>
 
 #include <algorithm>
+#include <map>
 #include <stdexcept>
 
 #include <syslog.h>
@@ -201,6 +202,47 @@ INSTANTIATE_TEST_SUITE_P(All, UnservedSource,
                                   nameOf(unserved.operation) + "_" + unserved.source.className;
                          });
 
+/// The source's class is compared with these, in this order, until one fits.
+const Names& testedClasses(const std::string& className, Operation operation) {
+  static const Names portFirst{"Zelmar_PCIPort", "Zelmar_PCIDevice", "OMC_UnitaryComputerSystem"};
+  static const Names deviceFirst{"Zelmar_PCIDevice", "Zelmar_PCIPort", "OMC_UnitaryComputerSystem"};
+  static const std::map<std::string, Names> others{
+      {kDeviceConnection, {"Zelmar_PCIPort"}},
+      {kControlledBy,
+       {"Zelmar_PCIBridge", "Zelmar_PCIeSwitch", "Zelmar_PCIDevice", "Zelmar_PCIPort"}},
+      {kHostedCollection, {"Zelmar_PCIPortGroup", "OMC_UnitaryComputerSystem"}},
+      {kMemberOfCollection, {"Zelmar_PCIPort", "Zelmar_PCIPortGroup"}}};
+  if (className != kSystemDevice) return others.at(className);
+  const bool navigates =
+      operation == Operation::kAssociators || operation == Operation::kAssociatorNames;
+  return navigates ? portFirst : deviceFirst;
+}
+
+TEST_F(AssociationRequests, SourcesAreComparedWithTheServedClassesInOrderUntilOneFits) {
+  test_support::DecoratedBroker broker{provider.manager().broker()};
+  for (const char* className :
+       {kSystemDevice, kDeviceConnection, kControlledBy, kHostedCollection, kMemberOfCollection}) {
+    for (const Operation operation : associationOperations()) {
+      const Names& tested = testedClasses(className, operation);
+      for (std::size_t at = 0; at <= tested.size(); ++at) {
+        // One class after the other, then one that none of them is. No ids: they would decide.
+        const ObjectPath source = pathOf(at < tested.size() ? tested[at] : "CIM_Other");
+        broker.clear();
+        provider.send({operation, className, source}, &broker);
+        Names asked;
+        for (const std::string& call : broker.callTexts("broker.classPathIsA")) {
+          asked.push_back(call.substr(call.rfind(", ") + 2));
+          asked.back().pop_back();
+        }
+        const auto end =
+            tested.begin() + static_cast<std::ptrdiff_t>(std::min(at + 1, tested.size()));
+        EXPECT_THAT(asked, ElementsAreArray(tested.begin(), end))
+            << className << ' ' << nameOf(operation) << ' ' << source.className;
+      }
+    }
+  }
+}
+
 struct Served {
   const char* className;
   ObjectPath source;
@@ -278,6 +320,26 @@ TEST_F(AssociationRequests, APropertyListLeavesTheTwoKeys) {
       EXPECT_EQ(propertyNames(pair), keyNames(pair.path)) << briefOf(pair.path);
       EXPECT_THAT(pair.properties, SizeIs(2));
     }
+  }
+}
+
+TEST_F(AssociationRequests, APropertyListIsHandedOnForEachPair) {
+  host().functions.push_back({"E", 4, 0x0200, 0, "X-ep"});  // makes a connection
+  test_support::DecoratedBroker broker{provider.manager().broker()};
+  for (const char* className :
+       {kSystemDevice, kDeviceConnection, kControlledBy, kHostedCollection, kMemberOfCollection}) {
+    broker.clear();
+    const Outcome outcome = provider.send({.operation = Operation::kEnumInstances,
+                                           .className = className,
+                                           .path = pathOf(className),
+                                           .properties = {{"Caption"}}},
+                                          &broker);
+    EXPECT_THAT(outcome.instances, testing::Not(IsEmpty())) << className;
+    EXPECT_THAT(broker.callTexts("instance.setPropertyFilter"),
+                testing::AllOf(
+                    SizeIs(outcome.instances.size()),
+                    testing::Each(testing::StartsWith("instance.setPropertyFilter([Caption], ["))))
+        << className;
   }
 }
 
@@ -550,6 +612,7 @@ TEST_F(AssociationRequests, TheFarPortIsTheOneOnTheLowestBus) {
   EXPECT_THAT(logLines(),
               ElementsAre(logged(LOG_DEBUG, "FindConnectedPort looking for lowest busid 5"),
                           logged(LOG_DEBUG, "FindConnectedPort returning bus 2")));
+  expectAssociators(kDeviceConnection, port("U-up"), {"Zelmar_PCIPort:P-ep"}, kDoneTwice);
 }
 
 TEST_F(AssociationRequests, ADeviceWithoutPortsHasNoConnectedPortAndNoLogLine) {

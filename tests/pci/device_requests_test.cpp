@@ -288,6 +288,11 @@ TEST_F(DeviceRequests, AHostBridgeIsFetchedThoughNotEnumerated) {
   EXPECT_THAT(outcome.events, ElementsAre("[Zelmar_PCIBridge:H]"));
 }
 
+TEST_F(DeviceRequests, ABridgesTypeIsItsWholeSubClass) {
+  host().functions = {{"Z", 0, 0x0680}};
+  EXPECT_EQ(textOf(only(get(kBridge, "Z")), "BridgeType"), "128");
+}
+
 TEST_F(DeviceRequests, NoFunctionButABridgeIsFetchedAsOne) {
   for (const char* id : {"D", "N", "U", "P"}) {
     const Outcome outcome = get(kBridge, id);

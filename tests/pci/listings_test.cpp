@@ -31,8 +31,8 @@ class Listings : public scripted::AnswerTest {
           {"Q", 2, 0x0604, 6, "U", 4},
           {"V", 5, 0x0604, 5, "B2", 7},
           {"R", 7, 0x0604, 6, "V", 8},
-          {"W", 6, 0x0604, 5, "C", 9},
-          {"S", 9, 0x0604, 6, "W", 10},
+          {"U2", 6, 0x0604, 5, "C", 9},
+          {"S", 9, 0x0604, 6, "U2", 10},
           {"K", 1, 0x0604, 6, "B", 11},
           {"L", 5, 0x0604, 6, "B2", 12},
           {"M", 6, 0x0604, 6, "C", 13},
@@ -128,14 +128,14 @@ TEST_F(Listings, PortsOfASwitchMatchTheWholeAddressAndLogEachSwitch) {
   EXPECT_THAT(logLines(),
               UnorderedElementsAre(line(LOG_CRIT, "ListSwitchPorts searching U (p:2) for U"),
                                    line(LOG_CRIT, "ListSwitchPorts searching V (p:1) for U"),
-                                   line(LOG_CRIT, "ListSwitchPorts searching W (p:1) for U")));
+                                   line(LOG_CRIT, "ListSwitchPorts searching U2 (p:1) for U")));
   logLines().clear();
   ListSwitchPortsRef(any("nothing"), result);
   EXPECT_THAT(takePathIds(), IsEmpty());
   EXPECT_THAT(logLines(), UnorderedElementsAre(
                               line(LOG_CRIT, "ListSwitchPortsRef searching U (p:2) for nothing"),
                               line(LOG_CRIT, "ListSwitchPortsRef searching V (p:1) for nothing"),
-                              line(LOG_CRIT, "ListSwitchPortsRef searching W (p:1) for nothing")));
+                              line(LOG_CRIT, "ListSwitchPortsRef searching U2 (p:1) for nothing")));
   ListSwitchPortsRef(any("V"), result);
   EXPECT_THAT(takePathIds(), ElementsAre("R-ep"));
   EXPECT_EQ(answers.doneCount, 0U);
@@ -145,7 +145,7 @@ TEST_F(Listings, ListedPortsAreNarrowed) {
   const char* properties[] = {"PortType", nullptr};
   ListPorts(any("D"), properties, result);
   ListBridgePorts(any("C"), properties, result);
-  ListSwitchPorts(any("W"), properties, result);
+  ListSwitchPorts(any("U2"), properties, result);
   ASSERT_EQ(answers.instances.size(), 3U);
   for (const auto& instance : answers.instances) {
     EXPECT_NE(instance.findProperty("PortType"), nullptr);

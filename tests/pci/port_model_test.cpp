@@ -87,6 +87,15 @@ TEST(PortModel, ADeviceIsFoundByItsFirstPort) {
   EXPECT_THAT(logLines(), IsEmpty());
 }
 
+TEST(PortModel, EveryFunctionIsAskedForItsAddressFirst) {
+  load({{"I", 0, 0x0601}});
+  std::vector<std::string> calls;
+  scripted::host().onCall = [&](const std::string& call) { calls.push_back(call); };
+  PortVector ports;
+  BuildPortDefs(ports);
+  EXPECT_EQ(calls.at(0), "GetAddress");
+}
+
 TEST(PortModel, TheBusIsAskedBeforeTheAddress) {
   load({{"D", 7}});
   std::vector<std::string> calls;
