@@ -67,9 +67,14 @@ TEST_F(Messages, WhatIsNoXmlIsNotWellFormed) {
 }
 
 TEST_F(Messages, NestingHasALimit) {
-  std::string deep;
-  for (int i = 0; i < 100; ++i) deep += "<A>";
-  expectRefusal(request.headers(), deep, 400, "request-not-well-formed");
+  const auto nested = [](int depth) {
+    std::string deep;
+    for (int i = 0; i < depth; ++i) deep = "<A>" + deep + "</A>";
+    return deep;
+  };
+  expectRefusal(request.headers(), nested(64), 400, "request-not-loosely-valid");
+  expectRefusal(request.headers(), nested(65), 400, "request-not-well-formed");
+  expectRefusal(request.headers(), nested(100000), 400, "request-not-well-formed");
 }
 
 TEST_F(Messages, CommentsInstructionsAndSectionsAreRead) {

@@ -108,7 +108,7 @@ TEST(ServeCommand, NoAnswerIsCutShortByAStop) {
   while (tally.whole < 50 && tally.broken == 0) std::this_thread::yield();
   server.signal(SIGTERM);
   for (std::thread& client : clients) client.join();
-  EXPECT_EQ(server.waitForEnd(), 0);
+  EXPECT_EQ(server.waitForEnd(), 0) << server.errors();
   EXPECT_GE(tally.whole, 50);
   EXPECT_EQ(tally.broken, 0);
 }

@@ -1,6 +1,7 @@
 #include "served_process.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -60,8 +61,14 @@ ServedProcess::ServedProcess(const clitest::Arguments& arguments,
 
 ServedProcess::~ServedProcess() {
   if (child_ < 0) return;
-  kill(child_, SIGKILL);
-  waitpid(child_, nullptr, 0);
+  kill(child_, SIGTERM);
+  try {
+    EXPECT_EQ(waitForEnd(), 0) << errors();
+  } catch (const std::exception& error) {
+    ADD_FAILURE() << error.what();
+    kill(child_, SIGKILL);
+    waitpid(child_, nullptr, 0);
+  }
 }
 
 int ServedProcess::port() const {

@@ -16,7 +16,7 @@ class ServedProcess {
   /// what it says first. Throws std::runtime_error when it says nothing or not where it listens.
   explicit ServedProcess(const clitest::Arguments& arguments,
                          const clitest::Arguments& afterwards = {});
-  /// Kills it when it still runs.
+  /// Asks it to stop when it still runs; the test fails when it does not do so cleanly.
   ~ServedProcess();
   ServedProcess(const ServedProcess&) = delete;
   ServedProcess& operator=(const ServedProcess&) = delete;
