@@ -7,6 +7,10 @@ function(compress file)
   execute_process(COMMAND gzip -9nf ${file} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
+# Below the prefix, unless it was set to an absolute path.
+cmake_path(APPEND CPACK_PACKAGING_INSTALL_PREFIX ${CPACK_PCIPROVIDER_PROVIDER_DIR}
+           OUTPUT_VARIABLE provider_directory)
+
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} upper)
   set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
@@ -21,7 +25,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     compress(${manual})
   endforeach()
   # Installed packages have their libraries in the loader's own directories.
-  file(GLOB providers ${stage}/${CPACK_PCIPROVIDER_PROVIDER_DIR}/*.so)
+  file(GLOB providers ${CPACK_TEMPORARY_DIRECTORY}/${component}${provider_directory}/*.so)
   foreach(provider IN LISTS providers)
     file(RPATH_REMOVE FILE ${provider})
   endforeach()

@@ -27,6 +27,9 @@ unstage() {
 }
 
 case "$command $1" in
+  'cimprovider -l' | 'cimcli gc') [ -z "${FAKE_STOPPED-}" ] || { echo 'no connection' >&2 && exit 1; } ;;
+esac
+case "$command $1" in
   'cimprovider -l') ls "$state/modules" && exit ;;
   'cimconfig -g') echo "Current value: ${FAKE_PROVIDER_DIRS-}" && exit ;;
   'cimcli gc') [ -e "$state/classes/$4" ] && exit ;;

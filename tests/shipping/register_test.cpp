@@ -166,6 +166,23 @@ TEST_F(Register, WithoutCimcliTheClassesStayAndThatIsSaid) {
   EXPECT_THAT(kept(), Contains("classes/Zelmar_PCIPort"));
 }
 
+TEST_F(Register, StoppedServerIsNoServerWithoutRegistration) {
+  install(kOpenPegasus);
+  run("");
+  const auto registered = kept();
+  forgetCalls();
+  setVariable("FAKE_STOPPED=yes");
+  const std::string links = " --link-into " + quoted(searched());
+  for (const std::string& options : {"--remove" + links, links, "--remove --dry-run" + links}) {
+    const Outcome outcome = runWithErrors(options);
+    EXPECT_EQ(outcome.status, 1) << options;
+    EXPECT_THAT(outcome.out, HasSubstr("is cimserver running?")) << options;
+  }
+  EXPECT_THAT(filesBelow(searched()), IsEmpty());
+  EXPECT_EQ(calls(), "");
+  EXPECT_EQ(kept(), registered);
+}
+
 TEST_F(Register, InteropNamespaceCanBeChosen) {
   install(kOpenPegasus);
   EXPECT_THAT(run("--dry-run --interop-namespace root/interop").out,
