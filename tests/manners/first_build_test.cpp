@@ -8,27 +8,34 @@
 namespace manners {
 namespace {
 
-using requests::Outcome;
 using requests::Request;
+using requests::sendTo;
 using test_support::DecoratedBroker;
 
 class FirstBuild : public LifeTest {
  protected:
-  /// Calls the factories of a class as object managers do, one after the other, and uses both.
+  /// Calls the factories of a class one after the other, as object managers do, and uses what they
+  /// give at once.
   std::vector<Exchange> meet(const std::string& className, DecoratedBroker& broker) {
-    std::vector<Exchange> exchanges;
-    for (const Request& request : requestsTo(className)) {
-      exchanges.push_back({request, library->send(request, &broker)});
-    }
-    return exchanges;
+    const Request listing = listingOf(className);
+    const auto meetInstances = [&]() -> Exchange {
+      CMPIInstanceMI* record = library->instanceMI(className, broker.record());
+      return {listing, sendTo(record, listing, &broker)};
+    };
+    if (!isAssociation(className)) return {meetInstances()};
+    const Request navigation = navigationOf(className);
+    const auto meetAssociations = [&]() -> Exchange {
+      CMPIAssociationMI* record = library->associationMI(className, broker.record());
+      return {navigation, sendTo(record, navigation, &broker)};
+    };
+    // Half of the associations meet their association factory first.
+    if (className.size() % 2 == 0) return {meetAssociations(), meetInstances()};
+    return {meetInstances(), meetAssociations()};
   }
 
-  std::vector<Request> requestsTo(const std::string& className) {
-    std::vector<Request> all{listingOf(className)};
-    if (library->symbol(className + "_Create_AssociationMI") == nullptr) return all;
-    // Half of the associations meet their association factory first.
-    all.insert(className.size() % 2 == 0 ? all.begin() : all.end(), navigationOf(className));
-    return all;
+  static bool isAssociation(const std::string& className) {
+    const auto& all = associationClasses();
+    return std::find(all.begin(), all.end(), className) != all.end();
   }
 
   static std::vector<std::string> allClasses() {

@@ -115,7 +115,7 @@ TEST_F(GoneBroker, ServesNoLongerOutsideOfCalls) {
   EXPECT_EQ(CmpiBroker::currentOrNull(), first->record());
   cleanUp(record);
   first.reset();
-  EXPECT_EQ(CmpiBroker::currentOrNull(), nullptr);
+  ASSERT_EQ(CmpiBroker::currentOrNull(), nullptr);
   try {
     const CmpiObjectPath path("root/cimv2", "Thing");
     FAIL() << "a path without a broker";
@@ -143,10 +143,11 @@ TEST_F(GoneBroker, ServesWhileOneOfItsProvidersLives) {
 }
 
 TEST_F(GoneBroker, ThatWasNotTheLastChangesNothing) {
-  CMPIInstanceMI* older = things.instanceMI(first->record(), context);
+  CMPIInstanceMI* thing = things.instanceMI(first->record(), context);
   others.instanceMI(second->record(), context);
-  cleanUp(older);
-  EXPECT_EQ(CmpiBroker::currentOrNull(), second->record());
+  const CmpiBroker last(inner.record());
+  cleanUp(thing);
+  EXPECT_EQ(CmpiBroker::currentOrNull(), inner.record());
 }
 
 }  // namespace

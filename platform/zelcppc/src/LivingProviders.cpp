@@ -26,11 +26,6 @@ auto findProvider(const void* handle) {
   });
 }
 
-bool isInUse(const CMPIBroker* broker) {
-  return std::any_of(living.begin(), living.end(),
-                     [&](const LivingProvider& other) { return other.broker == broker; });
-}
-
 }  // namespace
 
 void providerMade(const CmpiBaseMI* provider, const CMPIBroker* broker) {
@@ -44,7 +39,6 @@ void providerGone(const CmpiBaseMI* provider) noexcept {
   if (gone == living.end()) return;
   const CMPIBroker* broker = gone->broker;
   living.erase(gone);
-  if (isInUse(broker)) return;
   last.compare_exchange_strong(broker, living.empty() ? nullptr : living.back().broker);
 }
 

@@ -15,8 +15,8 @@ void providerGone(const CmpiBaseMI* provider) noexcept;
 /// Whether a record's handle is that of a provider that lives; null is none.
 bool isLivingProvider(const void* handle) noexcept;
 
-/// The broker that serves outside of calls: the one that was wrapped last, until the last provider
-/// that was made with it goes, then that of the youngest provider; null when there is none.
+/// The broker that serves outside of calls: the one that was wrapped last, until a provider that
+/// was made with it goes, then that of the youngest provider; null when there is none.
 void brokerWrapped(const CMPIBroker* broker) noexcept;
 const CMPIBroker* lastBroker() noexcept;
 

@@ -10,9 +10,9 @@ namespace zelInt {
 
 /// The object manager as a provider sees it. Object managers give each provider a broker of its
 /// own, so new objects are made by the thread's current broker: the one of the provider that is
-/// being called, or, outside a call, the last that was wrapped. A broker that was wrapped for a
-/// provider no longer serves once the last provider with it is gone; whoever wraps one without a
-/// provider sees to it that the broker outlives the process's use of this library.
+/// being called, or, outside a call, the last that was wrapped. When a provider goes, the broker of
+/// the youngest one left takes over there from its own; whoever wraps a broker without a provider
+/// sees to it that the broker outlives the use of this library.
 class ZELCPPC_EXPORT CmpiBroker {
  public:
   explicit CmpiBroker(const CMPIBroker* broker);
