@@ -111,7 +111,7 @@ TEST_F(OneRecord, OfAnInstanceClassMayBeCleanedUpTooOften) {
   close();
 }
 
-/// sfcb knows one record per library when it ends: the other providers go with the library.
+/// Some object managers clean up one record per library: the other providers go with the library.
 TEST_F(OneRecord, OfTheLibraryIsEnough) {
   open();
   for (const std::string& className : associationClasses()) {
