@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
+#include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -156,7 +157,15 @@ TEST(ServeCommand, AddressesOfTheLongKindStandInBrackets) {
   EXPECT_THAT(outcome.out, HasSubstr("Zelmar_PCIBridge."));
 }
 
+bool isKnownHost(const char* name) {
+  addrinfo* addresses = nullptr;
+  const bool isKnown = getaddrinfo(name, nullptr, nullptr, &addresses) == 0;
+  if (isKnown) freeaddrinfo(addresses);
+  return isKnown;
+}
+
 TEST(ServeCommand, NamesOfThisHostAreAddressesToo) {
+  if (!isKnownHost("localhost")) GTEST_SKIP() << "localhost has no address here: no /etc/hosts?";
   const ServedProcess server(inventory(), {"--bind", "localhost"});
   EXPECT_THAT(server.authority(), StartsWith("localhost:"));
 }
