@@ -61,6 +61,8 @@ TEST_F(Messages, WhatIsNoXmlIsNotWellFormed) {
            replaced(body, "ID=\"42\"", "ID=\"&nbsp;\""), replaced(body, "ID=\"42\"", "ID=\"&#0;\""),
            replaced(body, "ID=\"42\"", "ID=\"\x80\""), replaced(body, "utf-8", "utf-16"),
            replaced(body, cim, "<!DOCTYPE CIM [<!ENTITY a \"b\">]>" + std::string(cim)),
+           replaced(body, cim, "<!DOCTYPE CIM []>" + std::string(cim)),
+           replaced(body, cim, "<!DOCTYPE CIM [%a;]>" + std::string(cim)),
            replaced(body, "</SIMPLEREQ>", "<![CDATA[</SIMPLEREQ>")}) {
     expectRefusal(request.headers(), broken, 400, "request-not-well-formed");
   }
@@ -68,9 +70,13 @@ TEST_F(Messages, WhatIsNoXmlIsNotWellFormed) {
 
 TEST_F(Messages, NestingHasALimit) {
   const auto nested = [](int depth) {
-    std::string deep;
-    for (int i = 0; i < depth; ++i) deep = "<A>" + deep + "</A>";
-    return deep;
+    std::string starts;
+    std::string ends;
+    for (int i = 0; i < depth; ++i) {
+      starts += "<A>";
+      ends += "</A>";
+    }
+    return starts + ends;
   };
   expectRefusal(request.headers(), nested(64), 400, "request-not-loosely-valid");
   expectRefusal(request.headers(), nested(65), 400, "request-not-well-formed");
