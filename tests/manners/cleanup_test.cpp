@@ -123,6 +123,18 @@ TEST_F(OneRecord, OfTheLibraryIsEnough) {
   close();
 }
 
+/// Nothing is cleaned up or closed: the providers go with the process.
+TEST_F(OneRecord, MayBeInUseWhenTheProcessEnds) {
+  const auto endProcess = [this] {
+    open();
+    for (const std::string& className : associationClasses()) {
+      sendTo(library->associationMI(className), navigationOf(className));
+    }
+    std::exit(0);
+  };
+  EXPECT_EXIT(endProcess(), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(OneRecord, MayBeCleanedUpOnAnotherThread) {
   open();
   CMPIAssociationMI* record = library->associationMI("Zelmar_PCIControlledBy");
