@@ -13,12 +13,8 @@ using requests::Outcome;
 using requests::Request;
 using test_support::DecoratedBroker;
 using test_support::Manners;
-using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
-using testing::Field;
 using testing::IsEmpty;
-using testing::StartsWith;
 using testing::UnorderedElementsAreArray;
 
 class SameAnswers : public MannersTest, public testing::WithParamInterface<NamedManners> {};
