@@ -51,6 +51,14 @@ struct LogLine {
   std::string text;
 };
 
+/// Whether the thread sanitizer runs. Its own pthread_once does not notice an exception that leaves
+/// the routine, and lets nobody in again.
+#if defined(__SANITIZE_THREAD__)
+inline constexpr bool kOnceForgetsExceptions = true;
+#else
+inline constexpr bool kOnceForgetsExceptions = false;
+#endif
+
 /// What was logged so far, in order. To be read while nothing logs.
 std::vector<LogLine>& logLines();
 
