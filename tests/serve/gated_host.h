@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace servetest {
@@ -15,8 +16,11 @@ namespace servetest {
 /// path that it was asked for, and does not answer before the gate is open.
 class GatedHost : public cimom::Upcalls {
  public:
-  /// Text of the property Note in every answer.
-  std::string note;
+  /// Sets the text of the property Note in every answer.
+  void setNote(std::string note) {
+    const std::lock_guard lock(mutex_);
+    note_ = std::move(note);
+  }
 
   void close() { set(false); }
   void open() { set(true); }
@@ -28,8 +32,7 @@ class GatedHost : public cimom::Upcalls {
   }
 
   cimom::Instance getInstance(const cimom::ObjectPath& path, const cimom::PropertyList&) override {
-    pass();
-    return {path, {{"Note", cimom::Value::text(note)}}};
+    return {path, {{"Note", cimom::Value::text(pass())}}};
   }
   std::vector<cimom::ObjectPath> enumerateInstanceNames(const cimom::ObjectPath&) override {
     return {};
@@ -67,16 +70,19 @@ class GatedHost : public cimom::Upcalls {
     changed_.notify_all();
   }
 
-  void pass() {
+  /// Waits at the gate; answers the note as it is behind it.
+  std::string pass() {
     std::unique_lock lock(mutex_);
     ++waiting_;
     changed_.notify_all();
     changed_.wait(lock, [this] { return open_; });
     --waiting_;
+    return note_;
   }
 
   std::mutex mutex_;
   std::condition_variable changed_;
+  std::string note_;
   bool open_ = true;
   unsigned waiting_ = 0;
 };

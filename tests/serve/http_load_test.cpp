@@ -164,7 +164,7 @@ TEST(HttpStop, NeitherIdleNorHalfSentRequestsHoldItUp) {
 TEST(HttpStop, OnlyClientsThatReadTheirAnswersAreWaitedFor) {
   RunningServer server;
   // More than the kernel takes off the server's hands.
-  server.host.note = std::string(20'000'000, 'n');
+  server.host.setNote(std::string(20'000'000, 'n'));
   const auto deaf = asking(server);
   deaf->receiveUntil(kOk);
   const auto reading = asking(server);

@@ -260,11 +260,12 @@ TEST_F(Http, RangesAndCompressionChangeNothing) {
 }
 
 TEST_F(Http, AnswersOfAnySizeArriveWhole) {
-  server.host.note = std::string(6'000'000, 'n') + "<end>";
+  const std::string note = std::string(6'000'000, 'n') + "<end>";
+  server.host.setNote(note);
   const auto answer = post(request);
   ASSERT_TRUE(answer);
   EXPECT_THAT(CimResponse(answer->body).select("//PROPERTY/VALUE"),
-              testing::ElementsAre(server.host.note));
+              testing::ElementsAre(note));
 }
 
 }  // namespace
