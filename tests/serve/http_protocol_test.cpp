@@ -250,6 +250,21 @@ TEST_F(Http, ARefusalEndsTheConnectionSoThatNothingElseIsTakenForARequest) {
   EXPECT_THAT(answer, Not(HasSubstr("200 OK")));
 }
 
+TEST_F(Http, TheBodyOfARefusedMethodIsNotTakenForARequest) {
+  const std::string smuggled = wireText(getThing("smuggled"), "Connection: close\r\n");
+  for (const std::string method : {"OPTIONS", "GET", "HEAD", "DELETE"}) {
+    for (const std::string& length : {"Content-Length: " + std::to_string(smuggled.size()),
+                                      std::string("Transfer-Encoding: chunked")}) {
+      const std::string answer =
+          sendRaw(method + " / HTTP/1.1\r\nHost: localhost\r\n" + length + "\r\n\r\n" + smuggled);
+      EXPECT_THAT(answer, StartsWith("HTTP/1.1 4")) << method;
+      EXPECT_THAT(answer, Not(HasSubstr("200 OK"))) << method;
+    }
+  }
+  const std::string head = "OPTIONS / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 0\r\n";
+  EXPECT_THAT(sendRaw(head + "Connection: close\r\n\r\n"), StartsWith("HTTP/1.1 200 OK"));
+}
+
 TEST_F(Http, RangesAndCompressionChangeNothing) {
   const auto plain = post(request);
   const auto with =
@@ -257,6 +272,18 @@ TEST_F(Http, RangesAndCompressionChangeNothing) {
   ASSERT_TRUE(plain && with);
   EXPECT_EQ(with->status, 200);
   EXPECT_EQ(with->body, plain->body);
+}
+
+TEST_F(Http, ARangeBehindALoneLineFeedChangesNothing) {
+  const std::string body = request.body();
+  const auto answerWith = [&](const std::string& headers) {
+    return sendRaw(withHeaders(
+        headers + "Connection: close\r\nContent-Length: " + std::to_string(body.size()) + "\r\n",
+        body));
+  };
+  const std::string plain = answerWith("");
+  EXPECT_THAT(plain, StartsWith("HTTP/1.1 200 "));
+  EXPECT_EQ(answerWith("X: y\nRange: bytes=0-,0-,0-\r\n"), plain);
 }
 
 TEST_F(Http, AnswersOfAnySizeArriveWhole) {
