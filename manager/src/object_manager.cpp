@@ -49,6 +49,18 @@ void throwUnlessOk(const CMPIStatus& status, const std::string& className) {
   throw CimError(status.rc, text.empty() ? "the provider of " + className + " reports it" : text);
 }
 
+/// What a provider throws, against its interface, becomes an error that names who failed.
+template <class Call>
+void guarded(const std::string& who, Call call) {
+  try {
+    call();
+  } catch (const std::exception& failure) {
+    throw CimError(CMPI_RC_ERR_FAILED, who + " failed: " + failure.what());
+  } catch (...) {
+    throw CimError(CMPI_RC_ERR_FAILED, who + " failed");
+  }
+}
+
 /// One factory of a library with the record that it makes on the first request. The factories of a
 /// class share a mutex: providers test for their one object and make it without a lock of their
 /// own.
@@ -72,7 +84,11 @@ class Factory {
   void cleanup() {
     if (record_ == nullptr) return;
     RequestScope scope;
-    record_->ft->cleanup(record_, scope.newContext(kDefaultNameSpace, 0), 1);
+    try {
+      record_->ft->cleanup(record_, scope.newContext(kDefaultNameSpace, 0), 1);
+    } catch (...) {
+      // All is over; the other providers still want their turn.
+    }
     record_ = nullptr;
   }
 
@@ -83,13 +99,8 @@ class Factory {
     RequestScope scope;
     CMPIStatus status{CMPI_RC_OK, nullptr};
     Record* made = nullptr;
-    try {
-      made = create_(broker, scope.newContext(kDefaultNameSpace, 0), &status);
-    } catch (const std::exception& failure) {
-      throw CimError(CMPI_RC_ERR_FAILED, "factory " + name_ + " failed: " + failure.what());
-    } catch (...) {
-      throw CimError(CMPI_RC_ERR_FAILED, "factory " + name_ + " failed");
-    }
+    guarded("factory " + name_,
+            [&] { made = create_(broker, scope.newContext(kDefaultNameSpace, 0), &status); });
     if (status.rc != CMPI_RC_OK) throw CimError(status.rc, messageOf(status));
     if (made == nullptr || made->ft == nullptr || made->ft->ftVersion < kOldestInterface) {
       throw CimError(CMPI_RC_ERR_FAILED, "factory " + name_ + " gave no usable record");
@@ -296,8 +307,11 @@ class ObjectManager::Providers : public Upcalls {
     Record& record = factory.record(broker());
     RequestScope scope;
     RequestAnswers answers;
-    const CMPIStatus status = operation(record, scope.newContext(path.nameSpace, 0),
-                                        scope.newResult(answers), scope.newPath(path));
+    CMPIStatus status{CMPI_RC_OK, nullptr};
+    guarded("the provider of " + path.className, [&] {
+      status = operation(record, scope.newContext(path.nameSpace, 0), scope.newResult(answers),
+                         scope.newPath(path));
+    });
     throwUnlessOk(status, path.className);
     return answers;
   }
