@@ -68,6 +68,9 @@ INSTANTIATE_TEST_SUITE_P(
         HostilePath{"Zelmar_PCIPort.DeviceID=\"x\\", "28"},
         HostilePath{"Zelmar_PCIPort.DeviceID=\"\\q\"", "27"},
         HostilePath{"Zelmar_PCIPort.DeviceID=\"\\xg\"", "28"},
+        HostilePath{"Zelmar_PCIPort.DeviceID=\"x\\x0z\"", "29"},
+        HostilePath{"Zelmar_PCIPort.DeviceID=\"\\xd800\"", "28"},
+        HostilePath{"Zelmar_PCIPort.DeviceID=\"\\xdfff\"", "28"},
         HostilePath{"Zelmar_PCIPort.DeviceID=\"x\" ", "28"},
         HostilePath{"Zelmar_PCIPort.DeviceID=\"x\",", "29"},
         HostilePath{"Zelmar_PCIPort.DeviceID=\"x\",deviceid=\"y\"", "29"},
@@ -87,6 +90,13 @@ TEST(Errors, AnInstanceThatIsNotThere) {
 TEST(Errors, InventoryThatCannotBeRead) {
   EXPECT_TRUE(failsSaying(runOn("/nonexistent/inventory", {"tree"}), "/nonexistent/inventory"));
   EXPECT_TRUE(failsSaying(runOn("/", {"tree"}), "directory"));
+}
+
+TEST(Errors, InventoryFromAPipe) {
+  const Outcome outcome =
+      runProgram("/bin/sh", {"-c", R"(cat "$0" | "$1" --inventory /dev/stdin tree)",
+                             sample("q35-pcie-switches.txt"), PCICIM_PROGRAM});
+  EXPECT_TRUE(failsSaying(outcome, "/dev/stdin: is a pipe"));
 }
 
 TEST(Errors, InventoryWithoutAFunction) {

@@ -15,6 +15,10 @@ std::ifstream open(const std::filesystem::path& file) {
   if (std::filesystem::is_directory(file)) {
     throw std::system_error(EISDIR, std::generic_category(), file.string());
   }
+  // The provider reads it again, and what has gone through a pipe does not come twice.
+  if (std::filesystem::is_fifo(file)) {
+    throw std::runtime_error(file.string() + ": is a pipe; save the inventory in a file first");
+  }
   errno = 0;
   std::ifstream in(file, std::ios::binary);
   if (!in) {

@@ -187,6 +187,7 @@ class PathReader {
   }
 
   std::uint32_t readCodePoint() {
+    const std::size_t begin = at_;
     std::uint32_t code = 0;
     int digits = 0;
     for (; digits < 4 && hexValue(next()) >= 0; ++digits) {
@@ -194,6 +195,12 @@ class PathReader {
     }
     if (digits == 0) {
       fail("expected hexadecimal digits");
+    }
+    // A null would end the key for the provider, which then finds what was not asked for.
+    const bool isSurrogate = code >= 0xd800 && code <= 0xdfff;
+    if (code == 0 || isSurrogate) {
+      at_ = begin;
+      fail("this escape names no character");
     }
     return code;
   }
