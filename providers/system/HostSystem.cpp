@@ -30,7 +30,8 @@ constexpr unsigned short kNotApplicable = 12;
 std::string HostName() {
   std::string name;
   utsname node{};
-  if (const char* given = std::getenv("QARCTL_HOST_NAME")) {
+  const char* given = std::getenv("QARCTL_HOST_NAME");
+  if (given != nullptr && *given != '\0') {
     name = given;
   } else if (uname(&node) == 0) {
     name = node.nodename;

@@ -53,6 +53,14 @@ TEST_F(Damage, CarriageReturnsAndAMissingFinalNewlineAreNone) {
   EXPECT_THAT(logLines(), IsEmpty());
 }
 
+TEST_F(Damage, AByteOrderMarkInFrontIsNone) {
+  EXPECT_THAT(addressesOf(readInventory("\xef\xbb\xbf" + first().text() + second().text())),
+              ElementsAre("0000:00:01.0", "0000:00:02.0"));
+  EXPECT_THAT(logLines(), IsEmpty());
+  useInventory("\xef\xbb\xbf");
+  EXPECT_NE(failure(), "(no failure)") << "not empty, and without a function";
+}
+
 TEST_F(Damage, LongHeaderLinesAndLinesWithoutTextAreNone) {
   for (const std::string& header :
        {"00:01.0 " + std::string(255, 'n'), "00:01.0 " + std::string(70'000, '0'),

@@ -99,9 +99,11 @@ TEST_F(EntryPoints, TheThirdFieldIsTheHostsName) {
   setenv("QARCTL_HOST_NAME", "HostA01", 1);
   const auto [system, machine, name] = Host::GetHardwareInfo()->GetSystemInfo();
   EXPECT_EQ(name, "HostA01");
-  unsetenv("QARCTL_HOST_NAME");
   utsname node{};
   ASSERT_EQ(uname(&node), 0);
+  setenv("QARCTL_HOST_NAME", "", 1);
+  EXPECT_EQ(Host::GetHardwareInfo()->GetSystemInfo().hostName, node.nodename);
+  unsetenv("QARCTL_HOST_NAME");
   EXPECT_EQ(Host::GetHardwareInfo()->GetSystemInfo().hostName, node.nodename);
 }
 

@@ -40,7 +40,8 @@ class HostHardware : public Hardware::HardwareInfo {
     utsname node{};
     Hardware::SystemInfo info;
     if (uname(&node) == 0) info = {node.sysname, node.machine, node.nodename};
-    if (const char* name = std::getenv("QARCTL_HOST_NAME")) info.hostName = name;
+    const char* name = std::getenv("QARCTL_HOST_NAME");
+    if (name != nullptr && *name != '\0') info.hostName = name;
     return info;
   }
 };

@@ -76,7 +76,9 @@ class InventoryReader {
 };
 
 HostInput InventoryReader::Read(std::string_view text) {
-  std::size_t start = 0;
+  // Editors put it in front of a text; it belongs to no line.
+  constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+  std::size_t start = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
   while (start < text.size()) {
     const std::size_t end = std::min(text.find('\n', start), text.size());
     std::string line(text.substr(start, end - start));
