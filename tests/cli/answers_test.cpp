@@ -172,5 +172,12 @@ TEST(Classes, ListsThePublishedClasses) {
   EXPECT_TRUE(listed("Zelmar_PCIMemberOfCollection")) << classes;
 }
 
+TEST(Classes, AreNotOfferedInMofWhichTheyAreWrittenInAlready) {
+  const Outcome outcome = onSample({"classes", "--format", "mof"});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_NE(outcome.err.find("{text,json}"), std::string::npos) << outcome.err;
+  EXPECT_NE(onSample({"classes", "--help"}).out.find("{text,json}"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace clitest

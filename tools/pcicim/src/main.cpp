@@ -1,24 +1,25 @@
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <exception>
 #include <iostream>
+#include <system_error>
 
 #include "commands.h"
 #include "options.h"
+#include "standard_output.h"
 
 namespace {
 
 constexpr int kFailure = 1;
 
 /// Output that nobody reads any more is no error worth words; a full disk is.
-int finishOutput() {
-  errno = 0;
-  if (std::cout.flush()) {
+int outcomeOf(const pcicim::StandardOutputBuffer& output) {
+  if (output.error() == 0) {
     return 0;
   }
-  if (errno != EPIPE) {
-    std::perror("pcicim: cannot write the answer");
+  if (output.error() != EPIPE) {
+    std::cerr << "pcicim: cannot write the answer: "
+              << std::generic_category().message(output.error()) << '\n';
   }
   return kFailure;
 }
@@ -27,17 +28,19 @@ int finishOutput() {
 
 int main(int count, char** words) {
   std::signal(SIGPIPE, SIG_IGN);
-  std::ios::sync_with_stdio(false);
   const pcicim::Parsed parsed = pcicim::parseCommandLine(count, words);
   if (parsed.done) {
     return parsed.exitCode;
   }
+  pcicim::StandardOutputBuffer buffer;
+  std::ostream out(&buffer);
   try {
-    pcicim::runCommand(parsed.options, std::cout);
+    pcicim::runCommand(parsed.options, out);
   } catch (const std::exception& error) {
-    std::cout.flush();
+    out.flush();
     std::cerr << "pcicim: " << error.what() << '\n';
     return kFailure;
   }
-  return finishOutput();
+  out.flush();
+  return outcomeOf(buffer);
 }

@@ -63,7 +63,8 @@ class CommandLine {
   }
 
   void addClassCommands() {
-    addFormat(addCommand("classes", "List the published classes", Command::kClasses));
+    addFormat(addCommand("classes", "List the published classes", Command::kClasses),
+              {"text", "json"});
     addCommand("count", "Count the instances of each published class", Command::kCount);
     addCommand("tree", "Show the PCI topology", Command::kTree);
     CLI::App* enumerate = addCommand("enum", "Enumerate a class", Command::kEnumerate);
@@ -131,14 +132,15 @@ class CommandLine {
         ->allow_extra_args(false);
   }
 
-  void addFormat(CLI::App* command) {
+  void addFormat(CLI::App* command,
+                 const std::vector<std::string>& names = {"text", "mof", "json"}) {
     static const std::map<std::string, Format> kFormats{
         {"text", Format::kText}, {"mof", Format::kMof}, {"json", Format::kJson}};
     command
         ->add_option_function<std::string>(
             "--format", [this](const std::string& name) { options_.format = kFormats.at(name); },
-            "text, mof or json")
-        ->check(CLI::IsMember({"text", "mof", "json"}))
+            "How the answer is written")
+        ->check(CLI::IsMember(names))
         ->type_name("FORMAT");
   }
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -165,9 +164,6 @@ void printPaths(const std::vector<cimom::ObjectPath>& paths, Format format, std:
 
 void printClasses(const std::vector<std::string>& names, const cimom::ClassRepository& classes,
                   Format format, std::ostream& out) {
-  if (format == Format::kMof) {
-    throw std::runtime_error("classes are printed as text or json; see the files of the schema");
-  }
   std::vector<const cimom::ClassDeclaration*> declarations;
   for (const std::string& name : names) {
     if (const auto* declaration = classes.find(name)) {

@@ -19,8 +19,8 @@ void printInstances(const std::vector<cimom::Instance>& instances,
 /// Prints object paths: one to a line, in JSON an array of objects.
 void printPaths(const std::vector<cimom::ObjectPath>& paths, Format format, std::ostream& out);
 
-/// Prints classes by name, each with its superclass and description. MOF is refused with
-/// std::runtime_error: the classes are MOF files already.
+/// Prints classes by name, each with its superclass and description, as text or JSON; as MOF they
+/// are files already.
 void printClasses(const std::vector<std::string>& names, const cimom::ClassRepository& classes,
                   Format format, std::ostream& out);
 

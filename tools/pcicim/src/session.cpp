@@ -20,6 +20,7 @@ namespace pcicim {
 namespace {
 
 constexpr const char* kInventoryVariable = "QARCTL_PCI_DUMP";
+constexpr const char* kSysfsVariable = "QARCTL_SYSFS_ROOT";
 constexpr const char* kHostNameVariable = "QARCTL_HOST_NAME";
 
 std::filesystem::path programDirectory() {
@@ -57,6 +58,21 @@ void setVariable(const char* name, const std::string& value) {
 std::string variable(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr ? value : "";
+}
+
+void checkDirectory(const std::filesystem::path& place, bool mayBeAbsent) {
+  std::error_code error;
+  const std::filesystem::directory_iterator opened(place, error);
+  if (error && !(mayBeAbsent && error == std::errc::no_such_file_or_directory)) {
+    throw std::system_error(error, place.string());
+  }
+}
+
+/// A host that cannot be read must not pass for one without PCI, which has no such directory.
+void checkLiveHost(const std::string& sysfs) {
+  const std::filesystem::path root = sysfs.empty() ? "/sys" : sysfs;
+  checkDirectory(root, false);
+  checkDirectory(root / "bus/pci/devices", true);
 }
 
 void setUpLog(bool verbose) {
@@ -127,7 +143,7 @@ cimom::ObjectManager& Session::manager() {
   if (!manager_) {
     manager_ = std::make_unique<cimom::ObjectManager>(repository_);
     loadProviders();
-    checkSavedInventory();
+    checkInput();
   }
   return *manager_;
 }
@@ -142,10 +158,16 @@ void Session::loadProviders() {
   }
 }
 
-void Session::checkSavedInventory() {
-  if (inventory().empty()) {
-    return;
+void Session::checkInput() {
+  if (!inventory().empty()) {
+    checkSavedInventory();
+  } else if (options_.providers.empty()) {
+    // What other providers read is not known here.
+    checkLiveHost(variable(kSysfsVariable));
   }
+}
+
+void Session::checkSavedInventory() {
   checkInventory(inventory(), [this](const std::string& address) {
     cimom::ObjectPath device;
     device.className = "Zelmar_PCIDevice";

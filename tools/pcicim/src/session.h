@@ -19,8 +19,8 @@ class Session {
   /// Reads the schema. Throws MofError, or std::runtime_error when there is none.
   explicit Session(const Options& options);
 
-  /// The object manager with its providers; loads them, and checks a saved inventory, when first
-  /// called. Throws CimError or std::runtime_error.
+  /// The object manager with its providers; loads them, and checks that the host or the saved
+  /// inventory can be read, when first called. Throws CimError or std::runtime_error.
   cimom::ObjectManager& manager();
 
   const cimom::ClassRepository& classes() const { return *repository_; }
@@ -36,6 +36,7 @@ class Session {
 
  private:
   void loadProviders();
+  void checkInput();
   void checkSavedInventory();
 
   Options options_;

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <array>
+#include <ostream>
+#include <streambuf>
+
+namespace pcicim {
+
+/// Writes to standard output and remembers why that failed: a stream tells only that it did, and
+/// errno is another's by the time somebody asks.
+class StandardOutputBuffer : public std::streambuf {
+ public:
+  StandardOutputBuffer();
+
+  /// errno of the first write that failed, 0 when none did. Nothing is written after that one.
+  int error() const noexcept { return error_; }
+
+ protected:
+  int_type overflow(int_type character) override;
+  int sync() override;
+
+ private:
+  void writeOut();
+
+  std::array<char, 16384> characters_{};
+  int error_ = 0;
+};
+
+}  // namespace pcicim
