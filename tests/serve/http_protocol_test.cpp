@@ -291,8 +291,7 @@ TEST_F(Http, AnswersOfAnySizeArriveWhole) {
   server.host.setNote(note);
   const auto answer = post(request);
   ASSERT_TRUE(answer);
-  EXPECT_THAT(CimResponse(answer->body).select("//PROPERTY/VALUE"),
-              testing::ElementsAre(note));
+  EXPECT_THAT(CimResponse(answer->body).select("//PROPERTY/VALUE"), testing::ElementsAre(note));
 }
 
 }  // namespace
