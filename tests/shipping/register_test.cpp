@@ -73,13 +73,13 @@ class Register : public testing::Test {
   }
   fs::path state() const { return directory_.path() / "state"; }
 
- private:
   std::string commandLine(const std::string& options) const {
     return "env -i PATH=" + quoted(bin()) + " FAKE_STATE=" + quoted(state()) + variables_ + ' ' +
            quoted(STAGE "/sbin/pciprovider-register") + " --sfcb-staging " +
            quoted(state() / "stage") + ' ' + options;
   }
 
+ private:
   TemporaryDirectory directory_;
   std::string variables_;
 };
@@ -277,6 +277,29 @@ TEST_F(Register, FailingCommandStopsTheRunAndIsNamed) {
   EXPECT_THAT(calls(), Not(HasSubstr("sfcbrepos")));
 }
 
+TEST_F(Register, RemovalThatFailsCanBeRunAgain) {
+  install(kSfcb);
+  run("");
+  setVariable("FAKE_FAILURE=sfcbunstage");
+  const Outcome outcome = runWithErrors("--remove");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("sfcbunstage failed"));
+  EXPECT_THAT(outcome.out, HasSubstr("--remove can be run again"));
+  setVariable("FAKE_FAILURE=");
+  EXPECT_EQ(run("--remove").status, 0);
+  EXPECT_THAT(kept(), IsEmpty());
+}
+
+TEST_F(Register, RebuildThatFailsAfterRemovalIsLeftToThePerson) {
+  install(kSfcb);
+  run("");
+  setVariable("FAKE_FAILURE=sfcbrepos");
+  const Outcome outcome = runWithErrors("--remove");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("sfcbrepos failed"));
+  EXPECT_THAT(outcome.out, HasSubstr("it is to be run by hand"));
+}
+
 // --- Where the manager finds the libraries
 
 TEST_F(Register, LibraryOutsideTheSearchPathStopsItBeforeAnyChange) {
@@ -332,6 +355,24 @@ TEST_F(Register, WhatBelongsToOthersIsNotOverwrittenByALink) {
   EXPECT_EQ(calls(), "");
   run("--remove --link-into " + quoted(searched()));
   EXPECT_EQ(contentOf(other), "other\n");
+}
+
+TEST_F(Register, LinkToARelativeDirectoryLeadsToTheLibrary) {
+  install(kSfcb);
+  const std::string here = "cd " + quoted(STAGE "/" PROVIDER_DIR) + " && ";
+  const std::string options = "--provider-dir . --link-into " + quoted(searched());
+  const fs::path link = searched() / "libpciprovider.so";
+  EXPECT_EQ(shell(here + commandLine(options)).status, 0);
+  EXPECT_TRUE(fs::exists(link)) << fs::read_symlink(link);
+  EXPECT_EQ(shell(here + commandLine(options + " --remove")).status, 0);
+  EXPECT_FALSE(fs::is_symlink(link));
+}
+
+TEST_F(Register, NoLinkIsMadeWhereOneOfThemCannotBe) {
+  install(kSfcb);
+  shell("echo other >" + quoted(searched() / "libhostsystemprovider.so"));
+  EXPECT_EQ(run("--host-system --link-into " + quoted(searched())).status, 1);
+  EXPECT_FALSE(fs::is_symlink(searched() / "libpciprovider.so"));
 }
 
 // --- The command line and what it names
