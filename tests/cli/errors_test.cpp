@@ -108,6 +108,13 @@ TEST(Errors, InventoryWithoutAFunction) {
   EXPECT_TRUE(failsSaying(runPcicim({"tree"}, {{"QARCTL_PCI_DUMP", prose.path()}}), prose.path()));
 }
 
+TEST(Errors, AByteOrderMarkBeforeTheOnlyFunctionIsNone) {
+  const TemporaryFile machine("\xef\xbb\xbf" + MadeFunction("00:02.0").text());
+  const Outcome outcome = runOn(machine.path(), {"tree"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("0000:00:02.0"), std::string::npos) << outcome.out;
+}
+
 TEST(Errors, AnInventoryOfOneHostBridgeIsNone) {
   const TemporaryFile machine(MadeFunction("00:00.0").classCode(0x0600).text());
   const Outcome outcome = runOn(machine.path(), {"enum", "Zelmar_PCIDevice", "--format", "json"});

@@ -11,6 +11,8 @@
 namespace pcicim {
 namespace {
 
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+
 std::ifstream open(const std::filesystem::path& file) {
   if (std::filesystem::is_directory(file)) {
     throw std::system_error(EISDIR, std::generic_category(), file.string());
@@ -34,6 +36,9 @@ void checkInventory(const std::filesystem::path& file,
   std::ifstream in = open(file);
   bool empty = true;
   for (std::string line; std::getline(in, line);) {
+    if (empty && line.starts_with(kByteOrderMark)) {
+      line.erase(0, kByteOrderMark.size());
+    }
     empty = false;
     const std::string_view word = std::string_view(line).substr(0, line.find_first_of(" \t\r"));
     const auto address = parseAddress(word);
