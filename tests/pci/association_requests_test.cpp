@@ -634,6 +634,7 @@ TEST_F(AssociationRequests, AnUnknownPortIsConnectedToNothing) {
 TEST_F(AssociationRequests, APortIsUnknownHoweverTheManagerSaysThatItsKeyIsMissing) {
   test_support::DecoratedBroker broker{provider.manager().broker()};
   for (const CMPIrc code : {CMPI_RC_ERR_NOT_FOUND, CMPI_RC_ERR_NO_SUCH_PROPERTY}) {
+    broker.failNothing();
     broker.failCall("objectPath.getKey", 0, code);
     const Outcome outcome = provider.send(
         {Operation::kAssociators, kDeviceConnection, pathOf("Zelmar_PCIPort")}, &broker);
