@@ -1,5 +1,6 @@
 #include <manager/broker.h>
 #include <manager/object_manager.h>
+#include <manager/property_array.h>
 
 #include <algorithm>
 #include <functional>
@@ -118,20 +119,6 @@ struct ClassProvider {
   std::shared_ptr<std::mutex> creation = std::make_shared<std::mutex>();
   Factory<CMPIInstanceMI> instance;
   Factory<CMPIAssociationMI> association;
-};
-
-/// The C form of a property list: pointers into the list, closed by a null.
-class PropertyArray {
- public:
-  explicit PropertyArray(const PropertyList& properties) {
-    if (!properties) return;
-    for (const std::string& name : *properties) names_.push_back(name.c_str());
-    names_.push_back(nullptr);
-  }
-  const char** get() { return names_.empty() ? nullptr : names_.data(); }
-
- private:
-  std::vector<const char*> names_;
 };
 
 const char* filterText(const std::string& text) {

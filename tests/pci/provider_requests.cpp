@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <manager/broker.h>
+#include <manager/property_array.h>
 
 #include <algorithm>
 
@@ -10,6 +11,7 @@ namespace requests {
 
 using cimom::Instance;
 using cimom::ObjectPath;
+using cimom::PropertyArray;
 using cimom::RequestAnswers;
 using cimom::RequestScope;
 using cimom::Value;
@@ -177,20 +179,6 @@ class RecordingResult {
   CMPIResult* inner_;
   Outcome& outcome_;
   CMPIResult record_;
-};
-
-/// The C form of a property list.
-class PropertyArray {
- public:
-  explicit PropertyArray(const cimom::PropertyList& properties) {
-    if (!properties) return;
-    for (const std::string& name : *properties) names_.push_back(name.c_str());
-    names_.push_back(nullptr);
-  }
-  const char** get() { return names_.empty() ? nullptr : names_.data(); }
-
- private:
-  std::vector<const char*> names_;
 };
 
 const char* orNull(const std::string& text) {
