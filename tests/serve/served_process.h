@@ -9,6 +9,12 @@
 
 namespace servetest {
 
+/// An object as clients name it at a server: AUTHORITY/NAMESPACE:OBJECT.
+inline std::string objectAt(const std::string& authority, const std::string& object,
+                            const std::string& nameSpace = "root/cimv2") {
+  return authority + '/' + nameSpace + ':' + object;
+}
+
 /// A running `pcicim ... serve`.
 class ServedProcess {
  public:

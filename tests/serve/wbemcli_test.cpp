@@ -49,8 +49,8 @@ class Wbemcli : public testing::Test {
   explicit Wbemcli(Arguments host) : host_(std::move(host)), server_(host_) {}
 
   /// Where the client's own URL is prefixed to answers, and where the server's path is.
-  std::string local() const { return server_.authority() + "/root/cimv2:"; }
-  static std::string far() { return std::string(kHostName) + "/root/cimv2:"; }
+  std::string local() const { return objectAt(server_.authority(), ""); }
+  static std::string far() { return objectAt(kHostName, ""); }
 
   std::string ask(const std::string& operation, const std::string& object,
                   const Arguments& options = {}, const Arguments& words = {}) const {
@@ -58,9 +58,11 @@ class Wbemcli : public testing::Test {
     EXPECT_EQ(outcome.status, 0) << operation << ' ' << object << ": " << outcome.err;
     return outcome.out;
   }
-  std::string failure(const std::string& operation, const std::string& url) const {
-    const Outcome outcome = runWbemcli(operation, {}, "http://" + server_.authority() + url);
-    EXPECT_NE(outcome.status, 0) << operation << ' ' << url << ": " << outcome.out;
+  std::string failure(const std::string& operation, const std::string& object,
+                      const std::string& nameSpace = "root/cimv2") const {
+    const std::string place = objectAt(server_.authority(), object, nameSpace);
+    const Outcome outcome = runWbemcli(operation, {}, "http://" + place);
+    EXPECT_NE(outcome.status, 0) << operation << ' ' << place << ": " << outcome.out;
     return outcome.err;
   }
   Json pcicim(const Arguments& question) const { return askPcicim(host_, question); }
@@ -91,36 +93,37 @@ class Wbemcli : public testing::Test {
   /// All four questions about an object, with the same filters put in both clients' words.
   void compareAssociations(const std::string& object, const Arguments& client = {},
                            const Arguments& own = {}) const {
-    const auto with = [&](const char* command) {
-      Arguments question{command, object};
-      question.insert(question.end(), own.begin(), own.end());
-      return pcicim(question);
-    };
-    Arguments lines = client;
-    lines.insert(lines.begin(), "-nl");
-    const Json names = with("associator-names");
-    EXPECT_EQ(ask("ain", object, client), clientPaths(names, far())) << object;
-    EXPECT_EQ(ask("ai", object, lines),
-              clientInstances(with("associators"), pathsOf(with("associators"), names), far()))
-        << object;
+    compareLinked({"ain", "associator-names"}, {"ai", "associators"}, object, client, own);
   }
   void compareReferences(const std::string& object, const Arguments& client = {},
                          const Arguments& own = {}) const {
-    const auto with = [&](const char* command) {
-      Arguments question{command, object};
-      question.insert(question.end(), own.begin(), own.end());
-      return pcicim(question);
-    };
-    Arguments lines = client;
-    lines.insert(lines.begin(), "-nl");
-    const Json names = with("reference-names");
-    EXPECT_EQ(ask("rin", object, client), clientPaths(names, far())) << object;
-    EXPECT_EQ(ask("ri", object, lines),
-              clientInstances(with("references"), pathsOf(with("references"), names), far()))
-        << object;
+    compareLinked({"rin", "reference-names"}, {"ri", "references"}, object, client, own);
   }
 
  private:
+  /// A question in the client's word and in pcicim's.
+  struct Question {
+    const char* client;
+    const char* own;
+  };
+
+  void compareLinked(const Question& names, const Question& instances, const std::string& object,
+                     const Arguments& client, const Arguments& own) const {
+    const auto answerTo = [&](const Question& question) {
+      Arguments words{question.own, object};
+      words.insert(words.end(), own.begin(), own.end());
+      return pcicim(words);
+    };
+    Arguments lines = client;
+    lines.insert(lines.begin(), "-nl");
+    const Json paths = answerTo(names);
+    EXPECT_EQ(ask(names.client, object, client), clientPaths(paths, far())) << object;
+    const Json linked = answerTo(instances);
+    EXPECT_EQ(ask(instances.client, object, lines),
+              clientInstances(linked, pathsOf(linked, paths), far()))
+        << object;
+  }
+
   Arguments host_;
   ServedProcess server_;
 };
@@ -256,15 +259,13 @@ TEST_F(WbemcliOnClasses, FailuresSayWhy) {
   const std::string port =
       ".SystemName=\"made.example\",CreationClassName=\"Zelmar_PCIPort\","
       "SystemCreationClassName=\"OMC_UnitaryComputerSystem\",DeviceID=\"9999:00:00.0-ep\"";
-  EXPECT_THAT(failure("ei", "/root/cimv2:Zelmar_Nonsense"), HasSubstr("(5) CIM_ERR_INVALID_CLASS"));
-  EXPECT_THAT(failure("ein", "/root/other:Zelmar_PCIPort"),
+  EXPECT_THAT(failure("ei", "Zelmar_Nonsense"), HasSubstr("(5) CIM_ERR_INVALID_CLASS"));
+  EXPECT_THAT(failure("ein", "Zelmar_PCIPort", "root/other"),
               HasSubstr("(3) CIM_ERR_INVALID_NAMESPACE"));
-  EXPECT_THAT(failure("gi", "/root/cimv2:Zelmar_PCIPort" + port),
-              HasSubstr("(6) CIM_ERR_NOT_FOUND"));
-  EXPECT_THAT(failure("gc", "/root/cimv2:Zelmar_Nonsense"), HasSubstr("(6) CIM_ERR_NOT_FOUND"));
-  EXPECT_THAT(failure("di", "/root/cimv2:Zelmar_PCIPort" + port),
-              HasSubstr("(7) CIM_ERR_NOT_SUPPORTED"));
-  EXPECT_THAT(failure("dc", "/root/cimv2:Zelmar_PCIPort"), HasSubstr("(7) CIM_ERR_NOT_SUPPORTED"));
+  EXPECT_THAT(failure("gi", "Zelmar_PCIPort" + port), HasSubstr("(6) CIM_ERR_NOT_FOUND"));
+  EXPECT_THAT(failure("gc", "Zelmar_Nonsense"), HasSubstr("(6) CIM_ERR_NOT_FOUND"));
+  EXPECT_THAT(failure("di", "Zelmar_PCIPort" + port), HasSubstr("(7) CIM_ERR_NOT_SUPPORTED"));
+  EXPECT_THAT(failure("dc", "Zelmar_PCIPort"), HasSubstr("(7) CIM_ERR_NOT_SUPPORTED"));
 }
 
 TEST_F(WbemcliOnClasses, OnePropertyOfAnInstance) {
@@ -317,8 +318,8 @@ TEST_F(WbemcliOnOddValues, WhatTheClientCanSayComesBack) {
     const std::string name = kOddNames[index];
     const std::string object = "Odd_Thing.Name=\"" + name + '"';
     EXPECT_THAT(ask("gi", object, {"-nl"}), HasSubstr("\n-Name=\"" + name + "\"\n"));
-    EXPECT_EQ(count(ask("ain", object), "/root/cimv2:Odd_Thing."), 2) << name;
-    EXPECT_EQ(count(ask("rin", object), "/root/cimv2:Odd_Link."), 2) << name;
+    EXPECT_EQ(count(ask("ain", object), far() + "Odd_Thing."), 2) << name;
+    EXPECT_EQ(count(ask("rin", object), far() + "Odd_Link."), 2) << name;
   }
 }
 
