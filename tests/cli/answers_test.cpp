@@ -47,6 +47,23 @@ INSTANTIATE_TEST_SUITE_P(
                     ClassCount{"OMC_UnitaryComputerSystem", 1}),
     [](const auto& test) { return std::string(test.param.name); });
 
+// A standard class answers with the instances of all classes below it.
+INSTANTIATE_TEST_SUITE_P(
+    StandardClassesOnQ35, Counts,
+    testing::Values(ClassCount{"CIM_ManagedElement", 69}, ClassCount{"CIM_LogicalDevice", 54},
+                    ClassCount{"CIM_PCIController", 21}, ClassCount{"CIM_PCIDevice", 21},
+                    ClassCount{"CIM_PCIBridge", 6}, ClassCount{"CIM_PCIeSwitch", 2},
+                    ClassCount{"CIM_LogicalPort", 33}, ClassCount{"CIM_PCIPort", 33},
+                    ClassCount{"CIM_Collection", 14},
+                    ClassCount{"CIM_SystemSpecificCollection", 14},
+                    ClassCount{"CIM_LogicalPortGroup", 14}, ClassCount{"CIM_PCIPortGroup", 14},
+                    ClassCount{"CIM_ComputerSystem", 1}, ClassCount{"CIM_Component", 46},
+                    ClassCount{"CIM_SystemDevice", 46}, ClassCount{"CIM_Dependency", 47},
+                    ClassCount{"CIM_DeviceConnection", 33}, ClassCount{"CIM_ControlledBy", 33},
+                    ClassCount{"CIM_HostedDependency", 14}, ClassCount{"CIM_HostedCollection", 14},
+                    ClassCount{"CIM_MemberOfCollection", 45}),
+    [](const auto& test) { return std::string(test.param.name); });
+
 TEST(Count, PrintsEveryPublishedClassWithItsInstances) {
   const Outcome outcome = onSample({"count"});
   ASSERT_EQ(outcome.status, 0) << outcome.err;
@@ -69,6 +86,19 @@ TEST(Enum, PropertyListKeepsTheKeysAndDropsTheRest) {
   EXPECT_TRUE(ports[0].contains("PortType"));
   EXPECT_TRUE(ports[0].contains("DeviceID"));
   EXPECT_FALSE(ports[0].contains("ElementName"));
+}
+
+TEST(Enum, DefaultsOfTheClassesAreNotTakenForValues) {
+  for (const json& port : answers({"enum", "Zelmar_PCIPort"})) {
+    for (const char* name : {"EnabledState", "RequestedState", "EnabledDefault"}) {
+      EXPECT_FALSE(port.contains(name)) << port;
+    }
+  }
+  for (const json& device : answers({"enum", "Zelmar_PCIDevice"})) {
+    EXPECT_EQ(device.at("EnabledState"), 0);
+    EXPECT_EQ(device.at("RequestedState"), 0);
+    EXPECT_FALSE(device.contains("TransitioningToState")) << device;
+  }
 }
 
 TEST(Enum, ReferencesAreObjects) {
