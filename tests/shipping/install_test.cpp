@@ -57,6 +57,9 @@ TEST(Install, PutsEveryPartInItsPlace) {
   const std::vector<std::string> expected{
       "bin/pcicim",
       "sbin/pciprovider-register",
+      "share/pciprovider/register/libraries.sh",
+      "share/pciprovider/register/openpegasus.sh",
+      "share/pciprovider/register/sfcb.sh",
       PROVIDER_DIR "/libpciprovider.so",
       PROVIDER_DIR "/libhostsystemprovider.so",
       LIBRARY_DIR "/libzelcppc.so.1",

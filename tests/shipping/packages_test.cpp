@@ -167,6 +167,7 @@ TEST(Packages, EachHoldsItsPart) {
   EXPECT_TRUE(provider.contains("usr/" PROVIDER_DIR "/libpciprovider.so"));
   EXPECT_TRUE(provider.contains("usr/" PROVIDER_DIR "/libhostsystemprovider.so"));
   EXPECT_TRUE(provider.contains("usr/sbin/pciprovider-register"));
+  EXPECT_TRUE(provider.contains("usr/share/pciprovider/register/sfcb.sh"));
   EXPECT_TRUE(provider.contains("usr/share/pciprovider/registration/pciprovider.reg"));
   EXPECT_TRUE(provider.contains("usr/share/man/man8/pciprovider-register.8.gz"));
   EXPECT_FALSE(provider.contains("usr/share/pciprovider/mof/standard"));

@@ -4,253 +4,38 @@
 #include <string>
 #include <vector>
 
-#include "shell.h"
+#include "register_fixture.h"
 
 namespace shipping {
 namespace {
 
 namespace fs = std::filesystem;
 using testing::Contains;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Key;
 using testing::Not;
-
-const std::vector<std::string> kOpenPegasus{"cimmof", "cimprovider", "cimcli", "cimconfig"};
-const std::vector<std::string> kSfcb{"sfcbstage", "sfcbunstage", "sfcbrepos"};
-
-/// The installed script in a world of its own: the search path holds the commands that the test
-/// puts there, and the few of the system that the script and the stand-ins use.
-class Register : public testing::Test {
- protected:
-  Register() {
-    for (const char* name : {"sh", "sed", "sort", "grep", "tr", "cat", "readlink", "dirname",
-                             "basename", "ln", "rm", "cp", "ls", "mkdir", "env"}) {
-      fs::create_symlink(fs::path("/usr/bin") / name, bin() / name);
-    }
-    fs::create_directory(state());
-  }
-
-  void install(const std::vector<std::string>& commands) {
-    for (const std::string& name : commands) fs::create_symlink(FAKE_MANAGER, bin() / name);
-  }
-
-  Outcome run(const std::string& options) const { return shell(commandLine(options)); }
-  /// Standard output and standard error together.
-  Outcome runWithErrors(const std::string& options) const {
-    return shell(commandLine(options) + " 2>&1");
-  }
-
-  std::string calls() const {
-    return fs::exists(state() / "calls") ? contentOf(state() / "calls") : "";
-  }
-  void forgetCalls() { fs::remove(state() / "calls"); }
-
-  /// What the managers keep.
-  std::vector<std::string> kept() const {
-    std::vector<std::string> files = filesBelow(state());
-    std::erase(files, "calls");
-    return files;
-  }
-
-  void setVariable(const std::string& assignment) { variables_ += ' ' + quoted(assignment); }
-
-  /// A directory in which a manager is told to look for libraries.
-  fs::path searched() const {
-    fs::create_directory(directory_.path() / "searched");
-    return directory_.path() / "searched";
-  }
-
-  fs::path sfcbConfigFor(const std::string& directories) const {
-    const fs::path file = directory_.path() / "sfcb.cfg";
-    shell("printf 'httpPort: 5988\\nproviderDirs: %s\\n' " + quoted(directories) + " >" +
-          quoted(file));
-    return file;
-  }
-
-  fs::path bin() const {
-    fs::create_directory(directory_.path() / "bin");
-    return directory_.path() / "bin";
-  }
-  fs::path state() const { return directory_.path() / "state"; }
-
-  std::string commandLine(const std::string& options) const {
-    return "env -i PATH=" + quoted(bin()) + " FAKE_STATE=" + quoted(state()) + variables_ + ' ' +
-           quoted(STAGE "/sbin/pciprovider-register") + " --sfcb-staging " +
-           quoted(state() / "stage") + ' ' + options;
-  }
-
- private:
-  TemporaryDirectory directory_;
-  std::string variables_;
-};
-
-const std::string kMof = STAGE "/share/pciprovider/mof/";
-const std::string kRegistration = STAGE "/share/pciprovider/registration/";
-
-std::string mofFiles() {
-  std::string files;
-  for (const char* name : {"Zelmar_PCIAssociations", "Zelmar_PCIBridge", "Zelmar_PCIDevice",
-                           "Zelmar_PCIPort", "Zelmar_PCIPortGroup", "Zelmar_PCIeSwitch"}) {
-    files += ' ' + kMof + name + ".mof";
-  }
-  return files;
-}
-
-// --- OpenPegasus
-
-std::string openPegasusCommands() {
-  return "cimmof -uc -n root/cimv2" + mofFiles() + "\ncimmof -n root/PG_InterOp " + kRegistration +
-         "pciprovider.mof\n";
-}
-
-TEST_F(Register, DryRunPrintsExactlyWhatOpenPegasusIsThenAsked) {
-  install(kOpenPegasus);
-  const Outcome dry = run("--dry-run");
-  EXPECT_EQ(dry.status, 0);
-  EXPECT_EQ(dry.out, openPegasusCommands());
-  EXPECT_THAT(kept(), IsEmpty());
-  EXPECT_EQ(calls(), "");
-
-  const Outcome real = run("");
-  EXPECT_EQ(real.status, 0);
-  EXPECT_EQ(real.out, dry.out);
-  EXPECT_EQ(calls(), dry.out);
-  EXPECT_THAT(kept(), Contains("modules/PCIProviderModule"));
-  EXPECT_THAT(kept(), Contains("classes/Zelmar_PCIPort"));
-}
-
-TEST_F(Register, SecondRunReplacesTheRegistrationOfOpenPegasus) {
-  install(kOpenPegasus);
-  run("");
-  const auto before = kept();
-  forgetCalls();
-  const Outcome again = run("");
-  EXPECT_EQ(again.status, 0);
-  EXPECT_THAT(again.out, HasSubstr("\ncimprovider -r -m PCIProviderModule\n"
-                                   "cimmof -n root/PG_InterOp "));
-  EXPECT_EQ(calls(), again.out);
-  EXPECT_EQ(kept(), before);
-}
-
-TEST_F(Register, RemoveLeavesOpenPegasusAsItWas) {
-  install(kOpenPegasus);
-  shell("mkdir -p " + quoted(state() / "classes") + " && touch " +
-        quoted(state() / "classes/CIM_PCIPort"));
-  const auto before = kept();
-  run("--host-system");
-  EXPECT_THAT(kept(), Contains("modules/HostSystemProviderModule"));
-
-  const auto registered = kept();
-  forgetCalls();
-  const Outcome dry = run("--remove --host-system --dry-run");
-  EXPECT_EQ(kept(), registered);
-  EXPECT_EQ(calls(), "");
-  const Outcome real = run("--remove --host-system");
-  EXPECT_EQ(real.status, 0);
-  EXPECT_EQ(real.out, dry.out);
-  EXPECT_EQ(calls(), dry.out);
-  EXPECT_THAT(linesOf(dry.out), Contains("cimcli dc -n root/cimv2 Zelmar_PCIControlledBy"));
-  EXPECT_EQ(linesOf(dry.out).size(), 2U + 11U) << dry.out;
-  EXPECT_EQ(kept(), before);
-
-  EXPECT_EQ(run("--remove").out, "");
-}
-
-TEST_F(Register, WithoutCimcliTheClassesStayAndThatIsSaid) {
-  install({"cimmof", "cimprovider"});
-  run("");
-  const Outcome removed = runWithErrors("--remove");
-  EXPECT_EQ(removed.status, 0);
-  EXPECT_THAT(removed.out, HasSubstr("without its command cimcli the classes stay"));
-  EXPECT_THAT(kept(), Not(Contains("modules/PCIProviderModule")));
-  EXPECT_THAT(kept(), Contains("classes/Zelmar_PCIPort"));
-}
-
-TEST_F(Register, StoppedServerIsNoServerWithoutRegistration) {
-  install(kOpenPegasus);
-  run("");
-  const auto registered = kept();
-  forgetCalls();
-  setVariable("FAKE_STOPPED=yes");
-  const std::string links = " --link-into " + quoted(searched());
-  for (const std::string& options : {"--remove" + links, links, "--remove --dry-run" + links}) {
-    const Outcome outcome = runWithErrors(options);
-    EXPECT_EQ(outcome.status, 1) << options;
-    EXPECT_THAT(outcome.out, HasSubstr("is cimserver running?")) << options;
-  }
-  EXPECT_THAT(filesBelow(searched()), IsEmpty());
-  EXPECT_EQ(calls(), "");
-  EXPECT_EQ(kept(), registered);
-}
-
-TEST_F(Register, InteropNamespaceCanBeChosen) {
-  install(kOpenPegasus);
-  EXPECT_THAT(run("--dry-run --interop-namespace root/interop").out,
-              HasSubstr("\ncimmof -n root/interop "));
-}
-
-// --- sfcb
-
-std::string sfcbCommands(const std::string& stager, const fs::path& stage) {
-  return stager + " -s " + stage.string() + " -n root/cimv2 -r " + kRegistration +
-         "pciprovider.reg" + mofFiles() + "\nsfcbrepos -f -s " + stage.string() + "\n";
-}
-
-TEST_F(Register, DryRunPrintsExactlyWhatSfcbIsThenAsked) {
-  install(kSfcb);
-  const Outcome dry = run("--dry-run");
-  EXPECT_EQ(dry.status, 0);
-  EXPECT_EQ(dry.out, sfcbCommands("sfcbstage", state() / "stage"));
-  EXPECT_THAT(kept(), IsEmpty());
-
-  const Outcome real = run("");
-  EXPECT_EQ(real.status, 0);
-  EXPECT_EQ(real.out, dry.out);
-  EXPECT_EQ(calls(), dry.out);
-  EXPECT_THAT(kept(), Contains("repository/regs/pciprovider.reg"));
-}
-
-TEST_F(Register, SecondRunChangesNothingInSfcb) {
-  install(kSfcb);
-  run("");
-  const auto before = kept();
-  EXPECT_EQ(run("").status, 0);
-  EXPECT_EQ(kept(), before);
-}
-
-TEST_F(Register, RemoveLeavesSfcbAsItWas) {
-  install(kSfcb);
-  shell("mkdir -p " + quoted(state() / "stage/regs") + " && touch " +
-        quoted(state() / "stage/regs/other.reg"));
-  run("");
-  const Outcome dry = run("--remove --dry-run");
-  EXPECT_EQ(dry.out, sfcbCommands("sfcbunstage", state() / "stage"));
-  forgetCalls();
-  EXPECT_EQ(run("--remove").out, dry.out);
-  EXPECT_EQ(calls(), dry.out);
-  EXPECT_THAT(kept(), testing::ElementsAre("repository/regs/other.reg", "stage/regs/other.reg"));
-  EXPECT_EQ(run("--remove").out, "");
-}
-
-TEST_F(Register, CompanionIsStagedWithItsOwnClassOnly) {
-  install(kSfcb);
-  const std::vector<std::string> lines = linesOf(run("--dry-run --host-system").out);
-  ASSERT_EQ(lines.size(), 3U);
-  EXPECT_EQ(lines[1], "sfcbstage -s " + (state() / "stage").string() + " -n root/cimv2 -r " +
-                          kRegistration + "hostsystemprovider.reg " + kMof +
-                          "OMC_UnitaryComputerSystem.mof");
-}
+using testing::StartsWith;
 
 // --- Which manager
 
 TEST_F(Register, BothManagersAreServedUnlessOneIsNamed) {
-  install(kOpenPegasus);
-  install(kSfcb);
-  const std::string openPegasus = openPegasusCommands();
-  const std::string sfcb = sfcbCommands("sfcbstage", state() / "stage");
+  installOpenPegasus();
+  installSfcb();
+  const std::string openPegasus = run("--dry-run --manager openpegasus").out;
+  const std::string sfcb = run("--dry-run --manager sfcb").out;
+  EXPECT_THAT(openPegasus, StartsWith("cimmof -uc "));
+  EXPECT_THAT(sfcb, StartsWith("sfcbstage "));
   EXPECT_EQ(run("--dry-run").out, openPegasus + sfcb);
-  EXPECT_EQ(run("--dry-run --manager sfcb").out, sfcb);
-  EXPECT_EQ(run("--dry-run --manager openpegasus").out, openPegasus);
+}
+
+TEST_F(Register, NothingIsChangedInOneManagerWhereTheOtherIsNotReady) {
+  installOpenPegasus();
+  installSfcb();
+  fs::remove_all(sfcbSchema());
+  EXPECT_EQ(run("").status, 1);
+  EXPECT_EQ(calls(), "");
 }
 
 TEST_F(Register, WithoutAManagerItSaysWhatItLookedFor) {
@@ -262,48 +47,16 @@ TEST_F(Register, WithoutAManagerItSaysWhatItLookedFor) {
 }
 
 TEST_F(Register, MissingCommandOfAManagerIsNamed) {
-  install({"cimprovider"});
+  installOpenPegasus({"cimprovider"});
   const Outcome outcome = runWithErrors("");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.out, HasSubstr("openpegasus: the command cimmof is not on the search path"));
 }
 
-TEST_F(Register, FailingCommandStopsTheRunAndIsNamed) {
-  install(kSfcb);
-  setVariable("FAKE_FAILURE=sfcbstage");
-  const Outcome outcome = runWithErrors("");
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.out, HasSubstr("sfcbstage failed"));
-  EXPECT_THAT(calls(), Not(HasSubstr("sfcbrepos")));
-}
-
-TEST_F(Register, RemovalThatFailsCanBeRunAgain) {
-  install(kSfcb);
-  run("");
-  setVariable("FAKE_FAILURE=sfcbunstage");
-  const Outcome outcome = runWithErrors("--remove");
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.out, HasSubstr("sfcbunstage failed"));
-  EXPECT_THAT(outcome.out, HasSubstr("--remove can be run again"));
-  setVariable("FAKE_FAILURE=");
-  EXPECT_EQ(run("--remove").status, 0);
-  EXPECT_THAT(kept(), IsEmpty());
-}
-
-TEST_F(Register, RebuildThatFailsAfterRemovalIsLeftToThePerson) {
-  install(kSfcb);
-  run("");
-  setVariable("FAKE_FAILURE=sfcbrepos");
-  const Outcome outcome = runWithErrors("--remove");
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.out, HasSubstr("sfcbrepos failed"));
-  EXPECT_THAT(outcome.out, HasSubstr("it is to be run by hand"));
-}
-
 // --- Where the manager finds the libraries
 
 TEST_F(Register, LibraryOutsideTheSearchPathStopsItBeforeAnyChange) {
-  install(kOpenPegasus);
+  installOpenPegasus();
   setVariable("FAKE_PROVIDER_DIRS=" + searched().string() + ":/nowhere");
   const Outcome outcome = runWithErrors("");
   EXPECT_EQ(outcome.status, 1);
@@ -315,8 +68,26 @@ TEST_F(Register, LibraryOutsideTheSearchPathStopsItBeforeAnyChange) {
   EXPECT_EQ(run("").status, 0);
 }
 
+TEST_F(Register, RelativeDirectoryDoesNotHideTheRightOneBesideIt) {
+  installOpenPegasus();
+  const std::string cannotTell = "cannot tell where it looks for libpciprovider.so";
+  for (const char* directories :
+       {"lib:" STAGE "/" PROVIDER_DIR, STAGE "/" PROVIDER_DIR ":lib:lib64"}) {
+    setVariable(std::string("FAKE_PROVIDER_DIRS=") + directories);
+    const Outcome outcome = runWithErrors("");
+    EXPECT_EQ(outcome.status, 0) << directories;
+    EXPECT_THAT(outcome.out, Not(HasSubstr(cannotTell))) << directories;
+  }
+  // The script itself runs in the root directory, the manager does not.
+  for (const std::string& directories :
+       {std::string("lib:/nowhere"), fs::path(STAGE "/" PROVIDER_DIR).relative_path().string()}) {
+    setVariable("FAKE_PROVIDER_DIRS=" + directories);
+    EXPECT_THAT(runWithErrors("--dry-run").out, HasSubstr(cannotTell)) << directories;
+  }
+}
+
 TEST_F(Register, SearchPathOfSfcbIsThatOfItsConfiguration) {
-  install(kSfcb);
+  installSfcb();
   const std::string config = "--sfcb-config " + quoted(sfcbConfigFor(searched()));
   const Outcome outcome = runWithErrors(config);
   EXPECT_EQ(outcome.status, 1);
@@ -325,40 +96,163 @@ TEST_F(Register, SearchPathOfSfcbIsThatOfItsConfiguration) {
 
   sfcbConfigFor(searched().string() + "  " STAGE "/" PROVIDER_DIR);
   EXPECT_EQ(run(config).status, 0);
+  EXPECT_EQ(run("--sfcb-config /nowhere/sfcb.cfg").status, 1);
+}
+
+TEST_F(Register, ConfigurationOfSfcbIsLookedForBelowItsPrefix) {
+  installSfcb();
+  fs::create_directories(sfcbPrefix() / "etc/sfcb");
+  fs::rename(sfcbConfigFor(searched()), sfcbPrefix() / "etc/sfcb/sfcb.cfg");
+  EXPECT_THAT(runWithErrors("").out, HasSubstr("sfcb does not find libpciprovider.so"));
+}
+
+// --- Links
+
+/// The loader as object managers use it, without a search path from the environment.
+Outcome load(const fs::path& library) {
+  return shell("env -i " LOAD_LIBRARY " " + quoted(library) + " 2>&1");
+}
+
+const std::vector<std::string> kPlatformLibraries{"libzelcppc.so.1", "libqarctl.so.1"};
+
+std::string platformLibrary(const std::string& name) {
+  return STAGE "/" LIBRARY_DIR "/" + name;
 }
 
 TEST_F(Register, LinksAreMadeOnceAndTakenBack) {
-  install(kSfcb);
-  const fs::path link = searched() / "libpciprovider.so";
+  installSfcb();
   const std::string options = "--link-into " + quoted(searched());
-  const std::string library = STAGE "/" PROVIDER_DIR "/libpciprovider.so";
-  EXPECT_EQ(linesOf(run(options + " --dry-run").out).front(),
-            "ln -s " + library + ' ' + link.string());
-  EXPECT_FALSE(fs::is_symlink(link));
-  EXPECT_EQ(run(options).status, 0);
-  EXPECT_EQ(fs::read_symlink(link), library);
+  std::string made;
+  for (const std::string& name : kPlatformLibraries) {
+    made += "ln -s " + platformLibrary(name) + ' ' + (searched() / name).string() + '\n';
+  }
+  const fs::path link = searched() / "libpciprovider.so";
+  made += "ln -s " + installedLibrary("libpciprovider.so") + ' ' + link.string() + '\n';
+  EXPECT_THAT(run(options + " --dry-run").out, StartsWith(made));
+  EXPECT_TRUE(fs::is_empty(searched()));
+  const Outcome real = run(options);
+  EXPECT_EQ(real.status, 0);
+  EXPECT_THAT(real.out, StartsWith(made));
+  EXPECT_EQ(fs::read_symlink(link), installedLibrary("libpciprovider.so"));
   EXPECT_THAT(run(options).out, Not(HasSubstr("ln -s")));
 
-  EXPECT_EQ(linesOf(run(options + " --remove --dry-run").out).back(), "rm " + link.string());
+  EXPECT_THAT(run(options + " --remove --dry-run").out,
+              EndsWith("rm " + link.string() + "\nrm " + (searched() / "libzelcppc.so.1").string() +
+                       "\nrm " + (searched() / "libqarctl.so.1").string() + '\n'));
   EXPECT_TRUE(fs::is_symlink(link));
   EXPECT_EQ(run(options + " --remove").status, 0);
-  EXPECT_FALSE(fs::is_symlink(link));
+  EXPECT_TRUE(fs::is_empty(searched()));
+}
+
+TEST_F(Register, LinkedLibrariesLoadWhereTheLoaderKnowsNoneOfThem) {
+  installOpenPegasus();
+  setVariable("FAKE_PROVIDER_DIRS=lib:" + searched().string());
+  const Outcome outcome = runWithErrors("--host-system --link-into " + quoted(searched()));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr("Zelmar_PCIDevice has 2 instances"));
+  for (const char* name : {"libpciprovider.so", "libhostsystemprovider.so"}) {
+    const Outcome loaded = load(searched() / name);
+    EXPECT_EQ(loaded.status, 0) << loaded.out;
+  }
+  // A link alone does not do: that is what the links beside it are for.
+  fs::remove(searched() / "libzelcppc.so.1");
+  EXPECT_EQ(load(searched() / "libpciprovider.so").status, 1);
+}
+
+TEST_F(Register, LinkMadeByHandThatCannotBeLoadedIsFoundBeforeAnyChange) {
+  installOpenPegasus();
+  setVariable("FAKE_PROVIDER_DIRS=" + searched().string());
+  fs::create_symlink(installedLibrary("libpciprovider.so"), searched() / "libpciprovider.so");
+  const Outcome outcome = runWithErrors("");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out,
+              HasSubstr("libzelcppc.so.1 cannot be found from there; use --link-into " +
+                        searched().string()));
+  EXPECT_EQ(calls(), "");
+  EXPECT_EQ(run("--link-into " + quoted(searched())).status, 0);
+}
+
+TEST_F(Register, DirectoryThatIsNotSearchedIsNoPlaceForLinks) {
+  installOpenPegasus();
+  setVariable("FAKE_PROVIDER_DIRS=/nowhere");
+  const Outcome outcome = runWithErrors("--link-into " + quoted(searched()));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("add " + searched().string() + " to its configuration"));
+  EXPECT_TRUE(fs::is_empty(searched()));
+}
+
+/// An installation of its own, for tests that break it.
+class RegisterMoved : public Register {
+ protected:
+  RegisterMoved() {
+    fs::copy(STAGE, moved(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+  }
+  fs::path moved() const { return state().parent_path() / "moved"; }
+  fs::path provider() const { return moved() / PROVIDER_DIR / "libpciprovider.so"; }
+  Outcome runMoved(const std::string& options) const {
+    return shell(inWorld(quoted(moved() / "sbin/pciprovider-register") + ' ' + options) + " 2>&1");
+  }
+};
+
+TEST_F(RegisterMoved, LinkThatCannotBeLoadedIsTakenBack) {
+  installSfcb();
+  replaceIn(provider(), ":$ORIGIN" + std::string(1, '\0'), ":/nowher" + std::string(1, '\0'));
+  const Outcome outcome = runMoved("--link-into " + quoted(searched()));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("libpciprovider.so could not be loaded, since"));
+  EXPECT_THAT(outcome.out, HasSubstr("add " + provider().parent_path().string() +
+                                     " to the configuration of the manager instead"));
+  EXPECT_TRUE(fs::is_empty(searched()));
+  EXPECT_EQ(calls(), "");
+}
+
+TEST_F(RegisterMoved, MissingPlatformLibraryIsFoundBeforeAnyChange) {
+  installSfcb();
+  fs::remove(moved() / LIBRARY_DIR / "libqarctl.so.1");
+  const Outcome outcome = runMoved("");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("since libqarctl.so.1 cannot be found from there; install "
+                                     "the platform libraries as well"));
+  EXPECT_EQ(calls(), "");
+}
+
+TEST_F(RegisterMoved, LibrariesInTheirOwnPlaceAreNeitherLinkedNorRemoved) {
+  installSfcb();
+  const Files before = contentsBelow(moved());
+  const std::string options = "--link-into " + quoted(moved() / LIBRARY_DIR);
+  EXPECT_EQ(runMoved(options).status, 0);
+  EXPECT_EQ(runMoved(options + " --remove").status, 0);
+  EXPECT_EQ(contentsBelow(moved()), before);
+}
+
+TEST_F(Register, PlatformLibrariesStayLinkedForTheCompanion) {
+  installSfcb();
+  const std::string options = "--link-into " + quoted(searched());
+  run(options + " --host-system");
+  EXPECT_EQ(run(options + " --remove").status, 0);
+  EXPECT_FALSE(fs::is_symlink(searched() / "libpciprovider.so"));
+  EXPECT_EQ(load(searched() / "libhostsystemprovider.so").status, 0);
+  EXPECT_EQ(run(options + " --remove --host-system").status, 0);
+  EXPECT_TRUE(fs::is_empty(searched()));
 }
 
 TEST_F(Register, WhatBelongsToOthersIsNotOverwrittenByALink) {
-  install(kSfcb);
-  const fs::path other = searched() / "libpciprovider.so";
-  shell("echo other >" + quoted(other));
-  const Outcome outcome = runWithErrors("--link-into " + quoted(searched()));
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.out, HasSubstr("is there already and is not a link to"));
-  EXPECT_EQ(calls(), "");
-  run("--remove --link-into " + quoted(searched()));
-  EXPECT_EQ(contentOf(other), "other\n");
+  installSfcb();
+  for (const char* name : {"libpciprovider.so", "libqarctl.so.1"}) {
+    const fs::path other = searched() / name;
+    write(other, "other\n");
+    const Outcome outcome = runWithErrors("--link-into " + quoted(searched()));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.out, HasSubstr(other.string() + " is there already and is not a link to"));
+    EXPECT_EQ(calls(), "");
+    run("--remove --link-into " + quoted(searched()));
+    EXPECT_EQ(contentOf(other), "other\n");
+    fs::remove(other);
+  }
 }
 
 TEST_F(Register, LinkToARelativeDirectoryLeadsToTheLibrary) {
-  install(kSfcb);
+  installSfcb();
   const std::string here = "cd " + quoted(STAGE "/" PROVIDER_DIR) + " && ";
   const std::string options = "--provider-dir . --link-into " + quoted(searched());
   const fs::path link = searched() / "libpciprovider.so";
@@ -369,27 +263,43 @@ TEST_F(Register, LinkToARelativeDirectoryLeadsToTheLibrary) {
 }
 
 TEST_F(Register, NoLinkIsMadeWhereOneOfThemCannotBe) {
-  install(kSfcb);
-  shell("echo other >" + quoted(searched() / "libhostsystemprovider.so"));
+  installSfcb();
+  write(searched() / "libhostsystemprovider.so", "other\n");
   EXPECT_EQ(run("--host-system --link-into " + quoted(searched())).status, 1);
-  EXPECT_FALSE(fs::is_symlink(searched() / "libpciprovider.so"));
+  EXPECT_THAT(filesBelow(searched()), testing::ElementsAre("libhostsystemprovider.so"));
 }
 
 // --- The command line and what it names
 
 TEST_F(Register, PathsWithBlanksAreQuotedAndWork) {
-  install(kOpenPegasus);
-  const fs::path data = searched() / "it's here";
-  fs::copy(STAGE "/share/pciprovider", data, fs::copy_options::recursive);
-  const Outcome outcome = run("--data-dir " + quoted(data));
+  installOpenPegasus();
+  const fs::path copy = searched() / "it's here";
+  fs::copy(data(), copy, fs::copy_options::recursive);
+  const Outcome outcome = run("--data-dir " + quoted(copy));
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, HasSubstr("cimmof -n root/PG_InterOp '" + searched().string() +
                                      R"(/it'\''s here/registration/pciprovider.mof')"));
-  EXPECT_THAT(kept(), Contains("modules/PCIProviderModule"));
+  EXPECT_THAT(kept(), Contains(Key("openpegasus/modules/PCIProviderModule")));
+}
+
+TEST_F(Register, DirectoriesMayBeRelative) {
+  installSfcb();
+  const std::string here = "cd " + quoted(data() / "mof") + " && ";
+  const Outcome outcome = shell(here + commandLine("--data-dir .. --dry-run"));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr(' ' + (data() / "mof/..").string() + "/mof/Zelmar_PCIPort"));
+}
+
+TEST_F(RegisterMoved, FilesOfItsOwnInstallationAreThoseMeant) {
+  installSfcb();
+  const Outcome outcome = runMoved("--dry-run");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out,
+              HasSubstr((moved() / "share/pciprovider/mof/Zelmar_PCIPort.mof").string()));
 }
 
 TEST_F(Register, MissingFilesAreNamed) {
-  install(kOpenPegasus);
+  installOpenPegasus();
   const Outcome noData = runWithErrors("--data-dir /nowhere");
   EXPECT_EQ(noData.status, 1);
   EXPECT_THAT(noData.out, HasSubstr("cannot read /nowhere/registration/pciprovider.mof"));
@@ -410,10 +320,16 @@ TEST_F(Register, WrongUseIsToldApartFromFailure) {
 TEST_F(Register, HelpNamesEveryOption) {
   const Outcome help = run("--help");
   EXPECT_EQ(help.status, 0);
-  for (const char* option :
-       {"--dry-run", "--remove", "--manager", "--host-system", "--link-into", "--data-dir",
-        "--provider-dir", "--interop-namespace", "--sfcb-config", "--sfcb-staging"}) {
-    EXPECT_THAT(help.out, HasSubstr(option));
+  const std::string manual = contentOf(STAGE "/share/man/man8/pciprovider-register.8");
+  for (const std::string option :
+       {"dry-run", "remove", "manager", "host-system", "link-into", "data-dir", "provider-dir",
+        "interop-namespace", "sfcb-config", "sfcb-staging", "sfcb-schema"}) {
+    EXPECT_THAT(help.out, HasSubstr("--" + option));
+    std::string escaped = "\\-\\-" + option;
+    if (const auto dash = escaped.find('-', 4); dash != std::string::npos) {
+      escaped.replace(dash, 1, "\\-");
+    }
+    EXPECT_THAT(manual, HasSubstr(escaped));
   }
   EXPECT_THAT(help.out, HasSubstr(STAGE "/" PROVIDER_DIR));
 }
