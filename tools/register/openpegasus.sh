@@ -91,8 +91,8 @@ register_openpegasus() {
 verify_openpegasus() {
   module=$(module_of "$1")
   state=$(status_of_module "$module")
-  case $state in
-    OK*) ;;
+  case " $state " in
+    *' OK '*) ;;
     *) fail "openpegasus: the module $module is ${state:-not listed} after its registration" ;;
   esac
   providers=$(cimprovider -l -m "$module")

@@ -1,7 +1,7 @@
 #!/bin/sh
 # A part of the stand-ins for the commands of object managers. A test says where they keep their
-# state ($FAKE_STATE), which command fails ($FAKE_FAILURE), and whether the server runs
-# ($FAKE_STOPPED set: it does not).
+# state ($FAKE_STATE) and which command fails ($FAKE_FAILURE; $FAKE_STATUS is its status where a
+# failure of the real one may go unnoticed).
 # shellcheck disable=SC2034 # Variables are for the commands that read it.
 command=$(basename "$0")
 

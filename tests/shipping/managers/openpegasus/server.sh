@@ -2,6 +2,9 @@
 # A part of the stand-ins for the commands of OpenPegasus: what its server keeps. A namespace is a
 # directory with a file for each class, a provider module a file with its status, its library and
 # its providers.
+# A test says whether the server runs ($FAKE_STOPPED set: it does not) and is asked over HTTP
+# ($FAKE_NO_HTTP set: it is not), which status a module gets ($FAKE_MODULE_STATUS), where the server
+# looks for libraries ($FAKE_PROVIDER_DIRS), and which program opens them as it does ($FAKE_LOADER).
 # shellcheck disable=SC2034 # Variables are for the commands that read it.
 server=$FAKE_STATE/openpegasus
 modules=$server/modules
