@@ -67,6 +67,7 @@ Record* createMI(Record& record, const Table& table, zelInt::CmpiProviderBase& h
   zelInt::CmpiBaseMI* provider = obtainProvider<Provider>(holder, broker, context);
   announce();
   record.hdl = provider;
+  holder.addRecord(record.hdl);
   holder.incUseCount();
   return &record;
 }

@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciLog.h"
 #include "PciNames.h"
 #include "PciPorts.h"
 #include "PciProviders.h"
@@ -385,14 +386,14 @@ void LogOwnerSearch(const OwnerSearch& search, const char* operation) {
       break;
     case OwnerSearch::End::kUnknownPort:
       syslog(LOG_DEBUG, "PCIControlledBy %s: lookup item '%s' not found", operation,
-             search.portName.c_str());
+             LogText(search.portName).c_str());
       break;
     case OwnerSearch::End::kNoOwnerDevice:
       syslog(LOG_DEBUG, "PCIControlledBy gi FAILED LookupPortEntry(parentID) = %s",
              search.ownerPortName.c_str());
       break;
     case OwnerSearch::End::kNoOwnerPort:
-      syslog(LOG_DEBUG, "PCIControlledBy gi item %s not found", search.portName.c_str());
+      syslog(LOG_DEBUG, "PCIControlledBy gi item %s not found", LogText(search.portName).c_str());
       break;
   }
 }
@@ -409,7 +410,7 @@ bool GiveOwnerPair(const OwnerSearch& search, CmpiResult& result, const PairSink
 
 CmpiStatus GetInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& path,
                        const char** properties) {
-  syslog(LOG_DEBUG, "GetInstance for %s", path.toString().charPtr());
+  LogPath("GetInstance for ", path);
   const CmpiObjectPath port(path.getKey("Dependent"));
   const OwnerSearch search = FindOwnerPort(KeyText(port, kDeviceIdKey));
   LogOwnerSearch(search, "gi");

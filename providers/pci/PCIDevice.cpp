@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciLog.h"
 #include "PciNames.h"
 #include "PciPorts.h"
 #include "PciProviders.h"
@@ -99,7 +100,7 @@ const PciDevice* FindController(const CmpiObjectPath& port, const char* caller) 
   if (name.empty()) return nullptr;
   const PortEntry& entry = LookupPortEntry(name);
   if (entry.portName.empty()) {
-    syslog(LOG_DEBUG, "%s cop=%s not found", caller, name.c_str());
+    syslog(LOG_DEBUG, "%s cop=%s not found", caller, LogText(name).c_str());
     return nullptr;
   }
   return entry.device;

@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciLog.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
 #include "PciPorts.h"
@@ -141,7 +142,7 @@ std::string PortNameInRole(const CmpiObjectPath& pair, const char* role) {
 
 void LogMissingHome(const Home& home, const std::string& item) {
   if (home.name.empty()) {
-    syslog(LOG_DEBUG, "PCIDeviceConnection gi item %s not found", item.c_str());
+    syslog(LOG_DEBUG, "PCIDeviceConnection gi item %s not found", LogText(item).c_str());
   } else if (!IsPortName(home.name)) {
     syslog(LOG_DEBUG, "PCIDeviceConnection gi no portNames, found using '%s'", home.name.c_str());
   } else {
@@ -170,11 +171,12 @@ CmpiStatus PCIDeviceConnection::enumInstances(const CmpiContext&, CmpiResult& re
 // of the given Dependent with the given Antecedent, so it need not be the pair asked for.
 CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& result,
                                             const CmpiObjectPath& cop, const char** properties) {
-  syslog(LOG_DEBUG, "PCIDeviceConnection gi using item '%s'", cop.toString().charPtr());
+  LogPath("PCIDeviceConnection gi using item '", cop, "'");
   const std::string dependent = PortNameInRole(cop, kDeviceConnection.secondRole);
   const PortEntry& port = LookupPortEntry(dependent);
   if (port.portName.empty()) {
-    syslog(LOG_DEBUG, "PCIDeviceConnection gi: lookup item '%s' not found", dependent.c_str());
+    syslog(LOG_DEBUG, "PCIDeviceConnection gi: lookup item '%s' not found",
+           LogText(dependent).c_str());
     return NotFound();
   }
   const Home home = FindHome(port);
@@ -185,7 +187,8 @@ CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& resu
   const std::string antecedent = PortNameInRole(cop, kDeviceConnection.firstRole);
   const PortEntry* other = WithDevice(LookupPortEntry(antecedent));
   if (other == nullptr) {
-    syslog(LOG_DEBUG, "PCIDeviceConnection gi FAILED FindConnectedPort(%s)", antecedent.c_str());
+    syslog(LOG_DEBUG, "PCIDeviceConnection gi FAILED FindConnectedPort(%s)",
+           LogText(antecedent).c_str());
     return NotFound();
   }
   result.returnData(MakePCIDeviceConnection(MakePCIPortRef(home.port->portName),

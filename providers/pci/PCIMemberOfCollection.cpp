@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciLog.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
 #include "PciPorts.h"
@@ -81,7 +82,7 @@ CmpiStatus GiveMembershipOf(CmpiResult& result, const CmpiObjectPath& source,
   const std::string name = KeyText(source, kDeviceIdKey);
   const PortEntry& port = LookupPortEntry(name);
   if (port.portName.empty()) {
-    syslog(LOG_DEBUG, "MemberOfCollection ri: lookup item '%s' not found", name.c_str());
+    syslog(LOG_DEBUG, "MemberOfCollection ri: lookup item '%s' not found", LogText(name).c_str());
     return NotFound();
   }
   GivePortAndPeer(port, give);
@@ -163,11 +164,11 @@ CmpiStatus PCIMemberOfCollection::enumInstances(const CmpiContext&, CmpiResult& 
 // The Collection is not read: a port has one group.
 CmpiStatus PCIMemberOfCollection::getInstance(const CmpiContext&, CmpiResult& result,
                                               const CmpiObjectPath& cop, const char** properties) {
-  syslog(LOG_DEBUG, "PCIMemberOfCollection %s", cop.toString().charPtr());
+  LogPath("PCIMemberOfCollection ", cop);
   const std::string name = KeyText(CmpiObjectPath(cop.getKey("Member")), kDeviceIdKey);
   const PortEntry& port = LookupPortEntry(name);
   if (port.portName.empty()) {
-    syslog(LOG_DEBUG, "MemberOfCollection gi: lookup item '%s' not found", name.c_str());
+    syslog(LOG_DEBUG, "MemberOfCollection gi: lookup item '%s' not found", LogText(name).c_str());
     return NotFound();
   }
   result.returnData(MakePCIMemberOfCollection(MakePortGroupRef(port.busNumber),

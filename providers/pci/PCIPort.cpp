@@ -1,5 +1,6 @@
 #include "PciAnswers.h"
 #include "PciDevices.h"
+#include "PciLog.h"
 #include "PciNames.h"
 #include "PciPorts.h"
 #include "PciProviders.h"
@@ -147,9 +148,10 @@ void WalkBridgePorts(const CmpiObjectPath& path, const PortMaker& make) {
 void WalkSwitchPorts(const CmpiObjectPath& path, const char* caller, const PortMaker& make) {
   const std::string id = KeyText(path, kDeviceIdKey);
   if (id.empty()) return;
+  const std::string idText = LogText(id);
   for (const auto& [address, ports] : GetSwitchPortsCache()) {
     syslog(LOG_CRIT, "%s searching %s (p:%lu) for %s", caller, address.c_str(),
-           static_cast<unsigned long>(ports.size()), id.c_str());
+           static_cast<unsigned long>(ports.size()), idText.c_str());
     if (address != id) continue;
     for (const PortEntry* port : ports) make(port->device);
   }

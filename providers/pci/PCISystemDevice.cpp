@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciLog.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
 #include "PciPorts.h"
@@ -9,7 +10,12 @@
 
 #include <ProviderFactory.h>
 
+#include <atomic>
+#include <exception>
+#include <string>
+
 #include <strings.h>
+#include <syslog.h>
 
 namespace pciprovider {
 
@@ -33,6 +39,32 @@ struct WantedParts {
   }
 };
 
+/// One line for the life of the library: the object manager lacks a provider, and every request
+/// that needs it fails the same way.
+void LogMissingSystemOnce(const std::string& text) {
+  static std::atomic_flag logged = ATOMIC_FLAG_INIT;
+  if (!logged.test_and_set()) syslog(LOG_ERR, "%s", LogText(text).c_str());
+}
+
+[[noreturn]] void ThrowMissingSystem(CMPIrc code, const std::string& reason) {
+  const std::string text = std::string("no ") + kSystemClass + " could be fetched: " + reason;
+  LogMissingSystemOnce(text);
+  throw CmpiStatus(code, text);
+}
+
+/// What `fetch` gets of the object manager, converted. The client needs to hear what its object
+/// manager lacks, not which step of ours went wrong.
+template <class Object, class Fetch>
+Object Fetched(Fetch fetch) {
+  try {
+    return fetch(CmpiObjectPath(kNameSpace, kSystemClass));
+  } catch (const CmpiStatus& failure) {
+    ThrowMissingSystem(failure.rc(), failure.msg());
+  } catch (const std::exception& failure) {
+    ThrowMissingSystem(CMPI_RC_ERR_FAILED, failure.what());
+  }
+}
+
 }  // namespace
 
 CmpiObjectPath PciCreateSystemRef() {
@@ -44,13 +76,15 @@ CmpiObjectPath PciCreateSystemRef() {
 
 CmpiInstance FetchHostSystem(const zelInt::CmpiBroker& broker, const CmpiContext& context,
                              const char** properties) {
-  const CmpiObjectPath classPath(kNameSpace, kSystemClass);
-  return broker.enumInstances(context, classPath, properties).getNext();
+  return Fetched<CmpiInstance>([&](const CmpiObjectPath& classPath) {
+    return broker.enumInstances(context, classPath, properties).getNext();
+  });
 }
 
 CmpiObjectPath FetchHostSystemPath(const zelInt::CmpiBroker& broker, const CmpiContext& context) {
-  const CmpiObjectPath classPath(kNameSpace, kSystemClass);
-  return broker.enumInstanceNames(context, classPath).getNext();
+  return Fetched<CmpiObjectPath>([&](const CmpiObjectPath& classPath) {
+    return broker.enumInstanceNames(context, classPath).getNext();
+  });
 }
 
 CmpiObjectPath MakePCISystemDeviceRef(const CmpiObjectPath& system, const CmpiObjectPath& part) {

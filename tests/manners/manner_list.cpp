@@ -19,6 +19,8 @@ std::vector<NamedManners> harmlessManners() {
           {"ThereIsNoMemoryTable", {.hasMemoryTable = false}},
           {"ThereIsNoOperatingSystemTable", {.hasOperatingSystemTable = false}},
           {"ThereAreNoQualifierFunctions", {.hasQualifierFunctions = false}},
+          {"GoodDataIsMarkedNull", {.marksDataNull = true}},
+          {"PathTextHasFourKilobytes", {.pathTextBytes = 4096}},
           {"AllOfThemMeet",
            {.newInstanceCopiesKeys = false,
             .missingKeyIsAnError = false,
@@ -26,7 +28,9 @@ std::vector<NamedManners> harmlessManners() {
             .takesEmptyDone = false,
             .hasMemoryTable = false,
             .hasOperatingSystemTable = false,
-            .hasQualifierFunctions = false}}};
+            .hasQualifierFunctions = false,
+            .marksDataNull = true,
+            .pathTextBytes = 4096}}};
 }
 
 }  // namespace manners

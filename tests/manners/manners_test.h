@@ -10,15 +10,33 @@
 /// What the tests of answers under other manners share.
 namespace manners {
 
-/// Requests that are odd by themselves: keys that are empty, missing, unknown or malformed, and
-/// sources that the association does not serve.
+/// An id that is too long for the text function of one object manager.
+inline const std::string& longId() {
+  static const std::string id = std::string(4200, 'k') + "-ep";
+  return id;
+}
+
+/// The association with ids at both ends that are too long.
+inline cimom::ObjectPath withLongIds(cimom::ObjectPath association) {
+  for (cimom::NamedValue& role : association.keys) {
+    const auto& end =
+        *std::get<std::shared_ptr<const cimom::ObjectPath>>(role.value.elements.at(0));
+    role.value = cimom::Value::reference(
+        requests::pathOf(end.className, {{"DeviceID", longId()}, {"InstanceID", longId()}}));
+  }
+  return association;
+}
+
+/// Requests that are odd by themselves: keys that are empty, missing, unknown, malformed or too
+/// long, and sources that the association does not serve.
 inline std::vector<requests::Request> oddRequests() {
   using namespace requests;
   using namespace scripted;
   std::vector<Request> all;
   for (const char* className :
        {"Zelmar_PCIDevice", "Zelmar_PCIBridge", "Zelmar_PCIeSwitch", "Zelmar_PCIPort"}) {
-    for (const char* id : {"", "unknown", "B"}) {
+    for (const std::string& id :
+         {std::string(), std::string("unknown"), std::string("B"), longId()}) {
       all.push_back({Operation::kGetInstance, className, byDeviceId(className, id)});
     }
     all.push_back({Operation::kGetInstance, className, pathOf(className)});
@@ -30,9 +48,11 @@ inline std::vector<requests::Request> oddRequests() {
     if (instance.keys.front().value.type != cimom::CimType::kReference) continue;
     const std::string& className = instance.className;
     all.push_back({Operation::kGetInstance, className, pathOf(className)});
-    for (const auto& source : {portPath("unknown-ep"), portPath("P-ep"), plainDevicePath("D"),
-                               byDeviceId("Zelmar_PCIeSwitch", "U"), groupPath("nothing"),
-                               pathOf("Zelmar_PCIPort"), instance}) {
+    all.push_back({Operation::kGetInstance, className, withLongIds(instance)});
+    for (const auto& source :
+         {portPath("unknown-ep"), portPath("P-ep"), plainDevicePath("D"), portPath(longId()),
+          byDeviceId("Zelmar_PCIBridge", longId()), byDeviceId("Zelmar_PCIeSwitch", "U"),
+          groupPath("nothing"), pathOf("Zelmar_PCIPort"), instance}) {
       for (const Operation operation : associationOperations()) {
         all.push_back({operation, className, source});
       }

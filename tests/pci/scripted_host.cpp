@@ -137,7 +137,8 @@ std::unique_ptr<Hardware::HardwareInfo> Host::GetHardwareInfo() {
 /// Every line that the provider logs ends here.
 VISIBLE void syslog(int priority, const char* format, ...) {
   static std::mutex oneAtATime;
-  char text[1024];
+  // Longer than any line may be, so that a test sees one that is too long.
+  char text[16 * 1024];
   va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(text, sizeof text, format, arguments);

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <concepts>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -51,6 +54,7 @@ struct Fault {
   std::size_t k;
   CMPIrc code;
   std::string text;
+  bool throws = false;
 };
 
 std::string quoted(const char* text) {
@@ -331,6 +335,7 @@ struct Hook<Slot, Name, Answer (*)(Self*, Arguments...)> {
     describeAll(state, texts, arguments...);
     const auto fault = state.note({std::string(kKind<FT>) + "." + Name.text, texts, self});
     if (!fault) return carryOut(state, self, arguments...);
+    if (fault->throws) throw std::runtime_error(fault->text);
     if constexpr (kReleases) carryOut(state, self, arguments...);
     return failed<Answer>(state, *fault, arguments...);
   }
@@ -523,6 +528,22 @@ CMPIData getKeyWithoutError(const CMPIObjectPath* path, const char* name, CMPISt
   return data;
 }
 
+CMPIString* textWithinBuffer(const CMPIObjectPath* path, CMPIStatus* status) {
+  const auto& table = tableOf<CMPIObjectPathFT>(path);
+  CMPIString* text = table.original->toString(path, status);
+  if (text == nullptr) return nullptr;
+  const std::size_t bytes = std::strlen(text->ft->getCharPtr(text, nullptr)) + 1;
+  if (bytes <= *table.owner->manners().pathTextBytes) return text;
+  std::fprintf(stderr, "the text of a path needs %zu bytes\n", bytes);
+  std::abort();
+}
+
+CMPIData nextWithoutPointer(const CMPIEnumeration* enumeration, CMPIStatus* status) {
+  CMPIData data = tableOf<CMPIEnumerationFT>(enumeration).original->getNext(enumeration, status);
+  data.value = {};
+  return data;
+}
+
 constexpr CMPIStatus kRefused{CMPI_RC_ERR_FAILED, nullptr};
 
 CMPIStatus returnSomeInstances(const CMPIResult* result, const CMPIInstance* instance) {
@@ -586,7 +607,12 @@ void applyManners(DecoratedTable<CMPIInstanceFT>& table, const Manners& manners)
     table.beneath.setPropertyFilter = filterNothing;
 }
 
+void applyManners(DecoratedTable<CMPIEnumerationFT>& table, const Manners& manners) {
+  if (manners.elementsAreMissing) table.beneath.getNext = nextWithoutPointer;
+}
+
 void applyManners(DecoratedTable<CMPIObjectPathFT>& table, const Manners& manners) {
+  if (manners.pathTextBytes) table.beneath.toString = textWithinBuffer;
   if (!manners.missingKeyIsAnError) table.beneath.getKey = getKeyWithoutError;
   if (manners.hasQualifierFunctions) return;
   table.getClassQualifier = nullptr;
@@ -637,6 +663,9 @@ void DecoratedBroker::State::decorate(CMPIData& data) {
   if (data.type == CMPI_ref) decorate(data.value.ref);
   if (data.type == CMPI_instance) decorate(data.value.inst);
   if (data.type == CMPI_enumeration) decorate(data.value.Enum);
+  // Every type whose value is a pointer has the bit of instances.
+  const bool isPointer = (data.type & (CMPI_ARRAY | CMPI_instance)) != 0;
+  if (manners_.marksDataNull && isPointer) data.state = CMPI_nullValue;
 }
 
 void DecoratedBroker::State::resetResult(const CMPIResult* result) {
@@ -751,6 +780,9 @@ void DecoratedBroker::failCall(std::size_t k, CMPIrc code, std::string text) {
 void DecoratedBroker::failCall(const std::string& function, std::size_t k, CMPIrc code,
                                std::string text) {
   state_->addFault({function, k, code, std::move(text)});
+}
+void DecoratedBroker::throwFromCall(const std::string& function, std::size_t k, std::string text) {
+  state_->addFault({function, k, CMPI_RC_ERR_FAILED, std::move(text), true});
 }
 void DecoratedBroker::failNothing() {
   state_->clearFaults();

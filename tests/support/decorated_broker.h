@@ -39,6 +39,14 @@ struct Manners {
   bool hasOperatingSystemTable = true;
   /// False: the qualifier functions of object paths are null pointers.
   bool hasQualifierFunctions = true;
+  /// True: all data whose value is a pointer (text, references, instances, arrays) has the state
+  /// "null", though type and pointer are good.
+  bool marksDataNull = false;
+  /// True: elements of enumerations have their type and a null pointer.
+  bool elementsAreMissing = false;
+  /// Bytes that the text function of paths writes into. A path whose text does not fit ends the
+  /// process.
+  std::optional<std::size_t> pathTextBytes = std::nullopt;
 };
 
 /// One call through a decorated table.
@@ -90,6 +98,9 @@ class DecoratedBroker {
   void failCall(std::size_t k, CMPIrc code, std::string text = {});
   /// The same for the k-th call of one function; 0 stands for every call of it.
   void failCall(const std::string& function, std::size_t k, CMPIrc code, std::string text = {});
+  /// Makes the k-th call of one function throw std::runtime_error with the text, as a broker in C++
+  /// might; 0 stands for every call of it.
+  void throwFromCall(const std::string& function, std::size_t k, std::string text);
   /// Forgets the faults.
   void failNothing();
 

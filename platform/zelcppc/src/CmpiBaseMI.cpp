@@ -20,7 +20,8 @@ CMPIStatus runCleanup(CmpiBaseMI& provider, CmpiContext& context, bool terminati
 }
 
 template <class Record>
-CMPIStatus cleanupRecord(Record* record, const CMPIContext* cmpiContext, bool terminating) {
+CMPIStatus cleanupRecord(Record* record, const CMPIContext* cmpiContext,
+                         bool terminating) noexcept {
   CmpiBaseMI* provider = providerOf(record);
   // A record whose provider is gone has nothing left to do.
   if (provider == nullptr) return {CMPI_RC_OK, nullptr};
@@ -29,7 +30,7 @@ CMPIStatus cleanupRecord(Record* record, const CMPIContext* cmpiContext, bool te
   const CMPIStatus status = runCleanup(*provider, context, terminating);
   if (keepsProvider(status.rc) && !terminating) return status;
   CmpiProviderBase* holder = provider->getProviderBase();
-  if (holder != nullptr && holder->decUseCount()) record->hdl = nullptr;
+  if (holder != nullptr && holder->decUseCount()) emptyHandle(record);
   return status;
 }
 

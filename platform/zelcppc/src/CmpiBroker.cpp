@@ -1,6 +1,7 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
 
+#include "BrokerCall.h"
 #include "LivingProviders.h"
 
 namespace zelInt {
@@ -9,13 +10,13 @@ namespace {
 
 thread_local const CMPIBroker* currentOfThread = nullptr;
 
-CmpiEnumeration checkedEnumeration(const CMPIEnumeration* enumeration, const CMPIStatus& status,
-                                   const char* what) {
-  CmpiStatus::check(status, what);
-  if (enumeration == nullptr) {
-    throw CmpiStatus(CMPI_RC_ERR_FAILED, std::string(what) + " gave no enumeration");
-  }
-  return CmpiEnumeration(enumeration);
+/// Makes an upcall. Object managers take the context of the request for granted.
+template <auto Slot, class... Arguments>
+CmpiEnumeration enumerate(const char* name, const CMPIBroker* broker, const CMPIContext* context,
+                          Arguments... arguments) {
+  if (broker == nullptr || context == nullptr) throwNoSuchCall(name);
+  return CmpiEnumeration(
+      askBrokerFor<Slot>("enumeration", name, *broker, broker->bft, context, arguments...));
 }
 
 }  // namespace
@@ -27,18 +28,14 @@ CmpiBroker::CmpiBroker(const CMPIBroker* broker) : broker_(broker) {
 CmpiEnumeration CmpiBroker::enumInstances(const CmpiContext& context,
                                           const CmpiObjectPath& classPath,
                                           const char** properties) const {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIEnumeration* answer = broker_->bft->enumerateInstances(
-      broker_, context.getHandle(), classPath.getHandle(), properties, &status);
-  return checkedEnumeration(answer, status, "enumerateInstances");
+  return enumerate<&CMPIBrokerFT::enumerateInstances>(
+      "enumerateInstances", broker_, context.getHandle(), classPath.getHandle(), properties);
 }
 
 CmpiEnumeration CmpiBroker::enumInstanceNames(const CmpiContext& context,
                                               const CmpiObjectPath& classPath) const {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIEnumeration* answer = broker_->bft->enumerateInstanceNames(
-      broker_, context.getHandle(), classPath.getHandle(), &status);
-  return checkedEnumeration(answer, status, "enumerateInstanceNames");
+  return enumerate<&CMPIBrokerFT::enumerateInstanceNames>(
+      "enumerateInstanceNames", broker_, context.getHandle(), classPath.getHandle());
 }
 
 const CMPIBroker* CmpiBroker::currentOrNull() noexcept {

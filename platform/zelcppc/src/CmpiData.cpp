@@ -16,14 +16,63 @@ CMPIData goodData(CMPIType type) {
   return data;
 }
 
-[[noreturn]] void throwTypeMismatch(const char* wanted, const CMPIData& found) {
-  throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH, std::string("a value of type ") + wanted +
-                                                  " was expected, type code " +
-                                                  std::to_string(found.type) + " was found");
+/// Whether values of the type are pointers. Every type of an encoded object has the bit of
+/// instances.
+bool isPointerType(CMPIType type) {
+  return (type & (CMPI_ARRAY | CMPI_instance)) != 0;
 }
 
-void requireValue(const CMPIData& data, CMPIType type, const char* wanted) {
-  if (data.type != type || (data.state & CMPI_nullValue) != 0) throwTypeMismatch(wanted, data);
+struct Word {
+  unsigned code;
+  const char* text;
+};
+
+constexpr Word kTypes[] = {
+    {CMPI_null, "null"},        {CMPI_boolean, "boolean"},   {CMPI_char16, "char16"},
+    {CMPI_real32, "real32"},    {CMPI_real64, "real64"},     {CMPI_uint8, "uint8"},
+    {CMPI_uint16, "uint16"},    {CMPI_uint32, "uint32"},     {CMPI_uint64, "uint64"},
+    {CMPI_sint8, "sint8"},      {CMPI_sint16, "sint16"},     {CMPI_sint32, "sint32"},
+    {CMPI_sint64, "sint64"},    {CMPI_instance, "instance"}, {CMPI_ref, "reference"},
+    {CMPI_args, "arguments"},   {CMPI_string, "string"},     {CMPI_enumeration, "enumeration"},
+    {CMPI_chars, "characters"}, {CMPI_dateTime, "datetime"}};
+
+constexpr Word kFaultyStates[] = {
+    {CMPI_nullValue, "null"}, {CMPI_notFound, "not found"}, {CMPI_badValue, "bad"}};
+
+std::string typeName(CMPIType type) {
+  if ((type & CMPI_ARRAY) != 0) {
+    return "array of " + typeName(static_cast<CMPIType>(type & ~CMPI_ARRAY));
+  }
+  for (const Word& word : kTypes) {
+    if (word.code == type) return word.text;
+  }
+  return "code " + std::to_string(type);
+}
+
+/// What of the data is not as it should be, such as "the pointer is null and the state is null".
+std::string faultsOf(const CmpiData& data, CMPIType wanted) {
+  std::string faults;
+  if (data.type() != wanted) {
+    faults = "the type is " + typeName(data.type());
+  } else if (!data.holdsObject()) {
+    faults = "the pointer is null";
+  }
+  // Beside a good pointer the state says nothing.
+  if (data.holdsObject()) return faults;
+  for (const Word& word : kFaultyStates) {
+    if ((data.raw().state & word.code) == 0) continue;
+    faults += std::string(" and the state is ") + word.text;
+  }
+  return faults;
+}
+
+[[noreturn]] void throwTypeMismatch(const CmpiData& data, CMPIType wanted) {
+  throw CmpiStatus(CMPI_RC_ERR_TYPE_MISMATCH, "a value of type " + typeName(wanted) +
+                                                  " was expected, but " + faultsOf(data, wanted));
+}
+
+void requireObject(const CmpiData& data, CMPIType wanted) {
+  if (data.type() != wanted || !data.holdsObject()) throwTypeMismatch(data, wanted);
 }
 
 }  // namespace
@@ -50,23 +99,29 @@ CmpiData::CmpiData(const CmpiObjectPath& path) : data_(goodData(CMPI_ref)) {
   data_.value.ref = const_cast<CMPIObjectPath*>(path.getHandle());
 }
 
+bool CmpiData::holdsObject() const noexcept {
+  return isPointerType(data_.type) && data_.value.dataPtr.ptr != nullptr;
+}
+
+bool CmpiData::isNull() const noexcept {
+  if (isPointerType(data_.type)) return !holdsObject();
+  return data_.type == CMPI_null || (data_.state & CMPI_nullValue) != 0;
+}
+
 CmpiData::operator CmpiInstance() const {
-  requireValue(data_, CMPI_instance, "instance");
-  if (data_.value.inst == nullptr) throwTypeMismatch("instance", data_);
+  requireObject(*this, CMPI_instance);
   return CmpiInstance(data_.value.inst);
 }
 
 CmpiData::operator CmpiObjectPath() const {
-  requireValue(data_, CMPI_ref, "reference");
-  if (data_.value.ref == nullptr) throwTypeMismatch("reference", data_);
+  requireObject(*this, CMPI_ref);
   return CmpiObjectPath(data_.value.ref);
 }
 
 CmpiData::operator CmpiString() const {
-  const bool readable = data_.type == CMPI_string || data_.type == CMPI_chars;
-  if (!readable && data_.type != CMPI_null) throwTypeMismatch("string", data_);
-  if (isNull() || !readable) return CmpiString("");
+  if (data_.type == CMPI_null) return CmpiString("");
   if (data_.type == CMPI_chars) return CmpiString(static_cast<const char*>(data_.value.chars));
+  if (data_.type != CMPI_string) throwTypeMismatch(*this, CMPI_string);
   return CmpiString(static_cast<const CMPIString*>(data_.value.string));
 }
 

@@ -1,20 +1,15 @@
 #include <zelcppc/CmpiEnumeration.h>
-#include <zelcppc/CmpiStatus.h>
+
+#include "BrokerCall.h"
 
 namespace zelInt {
 
 CmpiData CmpiEnumeration::getNext() {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIData data = enumeration_->ft->getNext(enumeration_, &status);
-  CmpiStatus::check(status, "getNext");
-  return CmpiData(data);
+  return CmpiData(ask<&CMPIEnumerationFT::getNext>("getNext", enumeration_));
 }
 
 bool CmpiEnumeration::hasNext() const {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIBoolean more = enumeration_->ft->hasNext(enumeration_, &status);
-  CmpiStatus::check(status, "hasNext");
-  return more != 0;
+  return ask<&CMPIEnumerationFT::hasNext>("hasNext", enumeration_) != 0;
 }
 
 }  // namespace zelInt

@@ -2,6 +2,8 @@
 #include <zelcppc/CmpiInstance.h>
 #include <zelcppc/CmpiStatus.h>
 
+#include "BrokerCall.h"
+
 #include <vector>
 
 namespace zelInt {
@@ -10,11 +12,8 @@ namespace {
 
 const CMPIInstance* newInstance(const CmpiObjectPath& path) {
   const CMPIBroker& broker = CmpiBroker::current();
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIInstance* instance = broker.eft->newInstance(&broker, path.getHandle(), &status);
-  CmpiStatus::check(status, "newInstance");
-  if (instance == nullptr) throw CmpiStatus(CMPI_RC_ERR_FAILED, "newInstance gave no instance");
-  return instance;
+  return askBrokerFor<&CMPIBrokerEncFT::newInstance>("instance", "newInstance", broker, broker.eft,
+                                                     path.getHandle());
 }
 
 std::vector<const char*> keyNamesOf(const CmpiObjectPath& path) {
@@ -41,22 +40,16 @@ CmpiInstance::CmpiInstance(const CmpiObjectPath& path) : CmpiObject(newInstance(
 }
 
 void CmpiInstance::setProperty(const char* name, const CmpiData& value) {
-  CmpiStatus::check(
-      getHandle()->ft->setProperty(getHandle(), name, value.valuePointer(), value.type()),
-      "setProperty");
+  tell<&CMPIInstanceFT::setProperty>("setProperty", getHandle(), name, value.valuePointer(),
+                                     value.type());
 }
 
 CmpiData CmpiInstance::getProperty(const char* name) const {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIData data = getHandle()->ft->getProperty(getHandle(), name, &status);
-  CmpiStatus::check(status, "getProperty");
-  return CmpiData(data);
+  return CmpiData(ask<&CMPIInstanceFT::getProperty>("getProperty", getHandle(), name));
 }
 
 CmpiObjectPath CmpiInstance::getObjectPath() const {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIObjectPath* path = getHandle()->ft->getObjectPath(getHandle(), &status);
-  CmpiStatus::check(status, "getObjectPath");
+  const CMPIObjectPath* path = ask<&CMPIInstanceFT::getObjectPath>("getObjectPath", getHandle());
   if (path == nullptr) throw CmpiStatus(CMPI_RC_ERR_FAILED, "getObjectPath gave no path");
   return CmpiObjectPath(path);
 }
@@ -67,8 +60,7 @@ void CmpiInstance::setPropertyFilter(const char** properties, const char** keys)
     ownKeys = keyNamesOf(getObjectPath());
     keys = ownKeys.data();
   }
-  CmpiStatus::check(getHandle()->ft->setPropertyFilter(getHandle(), properties, keys),
-                    "setPropertyFilter");
+  tell<&CMPIInstanceFT::setPropertyFilter>("setPropertyFilter", getHandle(), properties, keys);
 }
 
 }  // namespace zelInt

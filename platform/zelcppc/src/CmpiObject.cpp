@@ -1,6 +1,7 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiObject.h>
-#include <zelcppc/CmpiStatus.h>
+
+#include "BrokerCall.h"
 
 namespace zelInt {
 
@@ -8,10 +9,8 @@ CmpiObject::~CmpiObject() = default;
 
 CmpiString CmpiObject::toString() const {
   const CMPIBroker& broker = CmpiBroker::current();
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIString* text = broker.eft->toString(&broker, object_, &status);
-  CmpiStatus::check(status, "toString");
-  return CmpiString(text);
+  if (object_ == nullptr) throwNoSuchCall("toString");
+  return CmpiString(askBroker<&CMPIBrokerEncFT::toString>("toString", broker, broker.eft, object_));
 }
 
 }  // namespace zelInt

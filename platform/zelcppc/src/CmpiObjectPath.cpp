@@ -2,8 +2,11 @@
 #include <zelcppc/CmpiObjectPath.h>
 #include <zelcppc/CmpiStatus.h>
 
+#include "BrokerCall.h"
+#include "Integer.h"
+#include "PathText.h"
+
 #include <strings.h>
-#include <cstdint>
 #include <cstring>
 #include <optional>
 
@@ -13,50 +16,12 @@ namespace {
 
 const CMPIObjectPath* newObjectPath(const char* nameSpace, const char* className) {
   const CMPIBroker& broker = CmpiBroker::current();
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIObjectPath* path = broker.eft->newObjectPath(&broker, nameSpace, className, &status);
-  CmpiStatus::check(status, "newObjectPath");
-  if (path == nullptr) throw CmpiStatus(CMPI_RC_ERR_FAILED, "newObjectPath gave no path");
-  return path;
+  return askBrokerFor<&CMPIBrokerEncFT::newObjectPath>("path", "newObjectPath", broker, broker.eft,
+                                                       nameSpace, className);
 }
 
 bool isText(const CmpiData& data) {
   return data.type() == CMPI_string || data.type() == CMPI_chars || data.type() == CMPI_null;
-}
-
-/// An integer of any width as sign and magnitude, so that all widths compare by value.
-struct Integer {
-  bool negative;
-  std::uint64_t magnitude;
-  bool operator==(const Integer&) const = default;
-};
-
-Integer signedInteger(std::int64_t value) {
-  const auto bits = static_cast<std::uint64_t>(value);
-  return value < 0 ? Integer{true, 0 - bits} : Integer{false, bits};
-}
-
-std::optional<Integer> integerOf(const CMPIData& data) {
-  switch (data.type) {
-    case CMPI_uint8:
-      return Integer{false, data.value.uint8};
-    case CMPI_uint16:
-      return Integer{false, data.value.uint16};
-    case CMPI_uint32:
-      return Integer{false, data.value.uint32};
-    case CMPI_uint64:
-      return Integer{false, data.value.uint64};
-    case CMPI_sint8:
-      return signedInteger(data.value.sint8);
-    case CMPI_sint16:
-      return signedInteger(data.value.sint16);
-    case CMPI_sint32:
-      return signedInteger(data.value.sint32);
-    case CMPI_sint64:
-      return signedInteger(data.value.sint64);
-    default:
-      return std::nullopt;
-  }
 }
 
 bool sameText(const CmpiData& left, const CmpiData& right) {
@@ -125,27 +90,22 @@ CmpiObjectPath::CmpiObjectPath(const char* nameSpace, const char* className)
     : CmpiObject(newObjectPath(nameSpace, className)) {}
 
 void CmpiObjectPath::setKey(const char* name, const CmpiData& value) {
-  const CMPIObjectPath* path = getHandle();
-  CmpiStatus::check(path->ft->addKey(path, name, value.valuePointer(), value.type()), "addKey");
+  tell<&CMPIObjectPathFT::addKey>("addKey", getHandle(), name, value.valuePointer(), value.type());
 }
 
 CmpiData CmpiObjectPath::getKey(const char* name) const {
-  const CMPIObjectPath* path = getHandle();
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIData data = path->ft->getKey(path, name, &status);
-  CmpiStatus::check(status, "getKey");
-  if ((data.state & CMPI_notFound) != 0) {
+  const CmpiData value(ask<&CMPIObjectPathFT::getKey>("getKey", getHandle(), name));
+  if ((value.raw().state & CMPI_notFound) != 0 && !value.holdsObject()) {
     throw CmpiStatus(CMPI_RC_ERR_NOT_FOUND, std::string("the path has no key ") + name);
   }
-  return CmpiData(data);
+  return value;
 }
 
 bool CmpiObjectPath::classPathIsA(const char* className) const {
   const CMPIBroker& broker = CmpiBroker::current();
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIBoolean answer = broker.eft->classPathIsA(&broker, getHandle(), className, &status);
-  CmpiStatus::check(status, "classPathIsA");
-  return answer != 0;
+  if (getHandle() == nullptr) throwNoSuchCall("classPathIsA");
+  return askBroker<&CMPIBrokerEncFT::classPathIsA>("classPathIsA", broker, broker.eft, getHandle(),
+                                                   className) != 0;
 }
 
 bool CmpiObjectPath::operator==(const CmpiObjectPath& other) const {
@@ -156,39 +116,24 @@ bool CmpiObjectPath::operator==(const CmpiObjectPath& other) const {
 }
 
 CmpiString CmpiObjectPath::toString() const {
-  const CMPIObjectPath* path = getHandle();
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIString* text = path->ft->toString(path, &status);
-  CmpiStatus::check(status, "toString");
-  return CmpiString(text);
+  if (!fitsManagersText(*this)) return cutPathText(*this);
+  return CmpiString(ask<&CMPIObjectPathFT::toString>("toString", getHandle()));
 }
 
 CmpiString CmpiObjectPath::getNameSpace() const {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIString* text = getHandle()->ft->getNameSpace(getHandle(), &status);
-  CmpiStatus::check(status, "getNameSpace");
-  return CmpiString(text);
+  return CmpiString(ask<&CMPIObjectPathFT::getNameSpace>("getNameSpace", getHandle()));
 }
 
 CmpiString CmpiObjectPath::getClassName() const {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIString* text = getHandle()->ft->getClassName(getHandle(), &status);
-  CmpiStatus::check(status, "getClassName");
-  return CmpiString(text);
+  return CmpiString(ask<&CMPIObjectPathFT::getClassName>("getClassName", getHandle()));
 }
 
 CMPICount CmpiObjectPath::getKeyCount() const {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPICount count = getHandle()->ft->getKeyCount(getHandle(), &status);
-  CmpiStatus::check(status, "getKeyCount");
-  return count;
+  return ask<&CMPIObjectPathFT::getKeyCount>("getKeyCount", getHandle());
 }
 
 CmpiData CmpiObjectPath::getKeyAt(CMPICount index, CMPIString** name) const {
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CMPIData data = getHandle()->ft->getKeyAt(getHandle(), index, name, &status);
-  CmpiStatus::check(status, "getKeyAt");
-  return CmpiData(data);
+  return CmpiData(ask<&CMPIObjectPathFT::getKeyAt>("getKeyAt", getHandle(), index, name));
 }
 
 }  // namespace zelInt

@@ -1,16 +1,26 @@
 #include <zelcppc/CmpiBaseMI.h>
 #include <zelcppc/CmpiProviderBase.h>
 
+#include "LivingProviders.h"
+
 namespace zelInt {
 
 CmpiProviderBase::~CmpiProviderBase() {
+  // The records go with the library of the holder: nothing writes to them any more.
+  forgetRecordsOf(this);
   delete provider_.exchange(nullptr);
+}
+
+void CmpiProviderBase::addRecord(void*& handle) {
+  recordMade(handle, this);
 }
 
 bool CmpiProviderBase::decUseCount() {
   if (--useCount_ > 0) return false;
   useCount_ = 0;
-  delete provider_.exchange(nullptr);
+  CmpiBaseMI* provider = provider_.exchange(nullptr);
+  emptyRecordsOf(provider);
+  delete provider;
   return true;
 }
 

@@ -2,16 +2,32 @@
 
 namespace zelInt {
 
+namespace {
+
+/// Hands something over. What the broker answers does not count, and what it throws ends here.
+template <auto Slot, class... Arguments>
+void handOver(const CMPIResult* result, Arguments... arguments) noexcept {
+  if (result == nullptr || result->ft == nullptr || result->ft->*Slot == nullptr) return;
+  try {
+    (result->ft->*Slot)(result, arguments...);
+  } catch (...) {  // NOLINT(bugprone-empty-catch): there is nobody to tell.
+  }
+}
+
+}  // namespace
+
 void CmpiResult::returnData(const CmpiInstance& instance) noexcept {
-  result_->ft->returnInstance(result_, instance.getHandle());
+  if (instance.getHandle() == nullptr) return;
+  handOver<&CMPIResultFT::returnInstance>(result_, instance.getHandle());
 }
 
 void CmpiResult::returnData(const CmpiObjectPath& path) noexcept {
-  result_->ft->returnObjectPath(result_, path.getHandle());
+  if (path.getHandle() == nullptr) return;
+  handOver<&CMPIResultFT::returnObjectPath>(result_, path.getHandle());
 }
 
 void CmpiResult::returnDone() noexcept {
-  result_->ft->returnDone(result_);
+  handOver<&CMPIResultFT::returnDone>(result_);
 }
 
 }  // namespace zelInt

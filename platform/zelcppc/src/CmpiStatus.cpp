@@ -1,6 +1,8 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
 
+#include "BrokerCall.h"
+
 #include <utility>
 
 namespace zelInt {
@@ -8,13 +10,32 @@ namespace zelInt {
 namespace {
 
 /// The text as far as the broker gives it: a failure must not hide the one that is being told.
-const char* messageOf(const CMPIStatus& status) {
-  if (status.msg == nullptr || status.msg->ft == nullptr) return "";
-  const char* text = status.msg->ft->getCharPtr(status.msg, nullptr);
-  return text != nullptr ? text : "";
+const char* messageOf(const CMPIStatus& status) noexcept {
+  const CMPIStringFT* table = tableOf(status.msg);
+  if (table == nullptr || table->getCharPtr == nullptr) return "";
+  try {
+    const char* text = table->getCharPtr(status.msg, nullptr);
+    return text != nullptr ? text : "";
+  } catch (...) {
+    return "";
+  }
+}
+
+/// A string of the broker; null where it makes none.
+CMPIString* stringOf(const CMPIBroker& broker, const std::string& text) noexcept {
+  try {
+    return askBroker<&CMPIBrokerEncFT::newString>("newString", broker, broker.eft, text.c_str());
+  } catch (...) {
+    return nullptr;
+  }
 }
 
 }  // namespace
+
+void throwNoSuchCall(const char* name) {
+  throw CmpiStatus(CMPI_RC_ERR_FAILED,
+                   std::string(name) + " cannot be called: the object or the function is missing");
+}
 
 CmpiStatus::CmpiStatus(CMPIrc code, std::string message)
     : code_(code), message_(std::move(message)) {}
@@ -28,9 +49,7 @@ CmpiStatus& CmpiStatus::operator=(const CmpiStatus&) = default;
 CMPIStatus CmpiStatus::toCmpi() const noexcept {
   const CMPIBroker* broker = CmpiBroker::currentOrNull();
   if (message_.empty() || broker == nullptr) return {code_, nullptr};
-  CMPIStatus made{CMPI_RC_OK, nullptr};
-  CMPIString* text = broker->eft->newString(broker, message_.c_str(), &made);
-  return {code_, made.rc == CMPI_RC_OK ? text : nullptr};
+  return {code_, stringOf(*broker, message_)};
 }
 
 void CmpiStatus::check(const CMPIStatus& status, const char* what) {

@@ -1,5 +1,6 @@
-#include <zelcppc/CmpiStatus.h>
 #include <zelcppc/CmpiString.h>
+
+#include "BrokerCall.h"
 
 namespace zelInt {
 
@@ -7,9 +8,7 @@ namespace {
 
 const char* charactersOf(const CMPIString* string) {
   if (string == nullptr || string->ft == nullptr) return "";
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const char* text = string->ft->getCharPtr(string, &status);
-  CmpiStatus::check(status, "getCharPtr");
+  const char* text = ask<&CMPIStringFT::getCharPtr>("getCharPtr", string);
   return text != nullptr ? text : "";
 }
 

@@ -6,6 +6,7 @@
 
 #include "LivingProviders.h"
 
+#include <atomic>
 #include <exception>
 
 namespace zelInt {
@@ -27,12 +28,23 @@ CMPIStatus statusOf(Operation operation) noexcept {
   }
 }
 
-/// The provider that the record names; null when it names none, or one that is gone: its last user
-/// may have left through another record of its class.
+/// A record's handle, which a cleanup on another thread may empty.
+template <class Record>
+std::atomic_ref<void*> handleOf(const Record* record) noexcept {
+  return std::atomic_ref<void*>(const_cast<void*&>(record->hdl));
+}
+
+template <class Record>
+void emptyHandle(Record* record) noexcept {
+  handleOf(record).store(nullptr);
+}
+
+/// The provider that the record names; null when it names none, one that is gone (its last user may
+/// have left through another record of its class), or another class's at the same address.
 template <class Record>
 CmpiBaseMI* providerOf(const Record* record) noexcept {
-  if (record == nullptr || !isLivingProvider(record->hdl)) return nullptr;
-  return static_cast<CmpiBaseMI*>(record->hdl);
+  if (record == nullptr) return nullptr;
+  return livingProvider({record, record->ft}, handleOf(record).load());
 }
 
 /// Calls `operation` on the record's provider, seen as `Interface`, with the provider's broker as

@@ -2,18 +2,36 @@
 
 #include <cmpi/cmpi.h>
 
-/// What the process knows of its providers. Object managers clean up one record of a class more
-/// often than they made it, and free a provider's broker once the provider is gone; nothing here
-/// may then lead to what was freed. Safe from any thread.
+/// What the process knows of its providers and their records. Object managers clean up one record
+/// of a class more often than they made it, and free a provider's broker once the provider is gone;
+/// nothing here may then lead to what was freed, nor to what lives at that address since. Safe from
+/// any thread.
 namespace zelInt {
 
 class CmpiBaseMI;
+class CmpiProviderBase;
 
 /// A provider lives from its construction to its destruction. Its broker lives at least as long.
 void providerMade(const CmpiBaseMI* provider, const CMPIBroker* broker);
 void providerGone(const CmpiBaseMI* provider) noexcept;
-/// Whether a record's handle is that of a provider that lives; null is none.
-bool isLivingProvider(const void* handle) noexcept;
+
+/// A factory's record: its handle, with the holder of its class.
+void recordMade(void*& handle, const CmpiProviderBase* holder);
+/// Empties the handles of the records that name the provider, which is about to go.
+void emptyRecordsOf(const CmpiBaseMI* provider) noexcept;
+/// The holder is about to go, and its records with it.
+void forgetRecordsOf(const CmpiProviderBase* holder) noexcept;
+
+/// What tells a record from others, also where its memory is used again.
+struct RecordIdentity {
+  const void* record;
+  const void* table;
+};
+
+/// The provider with that handle, if it lives and is of the class that the record belongs to. A
+/// record that no factory made known belongs to the class of the first provider that it is asked
+/// with. Requests take no lock here but the first of each record.
+CmpiBaseMI* livingProvider(RecordIdentity record, void* handle) noexcept;
 
 /// The broker that serves outside of calls: the one that was wrapped last, until a provider that
 /// was made with it goes, then that of the youngest provider; null when there is none.

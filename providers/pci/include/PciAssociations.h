@@ -1,14 +1,14 @@
 #pragma once
 
 #include "PciAnswers.h"
+#include "PciLog.h"
 #include "PciNames.h"
 
 #include <zelcppc/CmpiBroker.h>
 
 #include <functional>
 #include <initializer_list>
-
-#include <syslog.h>
+#include <string>
 
 /// What the five association classes share.
 namespace pciprovider {
@@ -72,13 +72,15 @@ inline CmpiStatus AnswerBySourceClass(CmpiResult& result, const CmpiObjectPath& 
     answered = true;
     break;
   }
-  if (!answered) syslog(LOG_DEBUG, "%s %s", unservedText, source.toString().charPtr());
+  if (!answered) LogPath((std::string(unservedText) + " ").c_str(), source);
   return Done(result);
 }
 
 /// The path of the host's computer system, which another provider serves.
 CmpiObjectPath PciCreateSystemRef();
-/// The host's computer system as the object manager knows it: the first it enumerates.
+/// The host's computer system as the object manager knows it: the first it enumerates. Where the
+/// object manager gives none, throws CmpiStatus with its code and a text that says what is missing,
+/// which is logged the first time.
 CmpiInstance FetchHostSystem(const zelInt::CmpiBroker& broker, const CmpiContext& context,
                              const char** properties);
 CmpiObjectPath FetchHostSystemPath(const zelInt::CmpiBroker& broker, const CmpiContext& context);

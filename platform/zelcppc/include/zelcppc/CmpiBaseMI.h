@@ -31,9 +31,9 @@ class ZELCPPC_EXPORT CmpiBaseMI {
   virtual bool isUnloadable() const;
 
   /// Entry points of the function tables. When the last user of the holder has gone, the
-  /// provider is destroyed and the record's handle cleared. The handle of the class's other record
-  /// then names a provider that is gone: its cleanup answers OK, its requests FAILED, until its
-  /// factory is called again. Nothing is thrown.
+  /// provider is destroyed. Cleanups of the class's records then answer OK and their requests
+  /// FAILED, whatever lives at the provider's address, until their factory is called again. Nothing
+  /// is thrown.
   static CMPIStatus driveBaseCleanup(CMPIInstanceMI* mi, const CMPIContext* context,
                                      CMPIBoolean terminating);
   static CMPIStatus driveBaseCleanup(CMPIAssociationMI* mi, const CMPIContext* context,

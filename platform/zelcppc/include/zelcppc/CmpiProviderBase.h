@@ -8,9 +8,9 @@ namespace zelInt {
 
 class CmpiBaseMI;
 
-/// Remembers the one provider object of a class and how many factory calls handed it out. A
-/// provider that is still remembered when the holder dies (at unload: some object managers clean
-/// up one record per library, not each) is destroyed with it.
+/// Remembers the one provider object of a class, how many factory calls handed it out, and the
+/// records that name it. A provider that is still remembered when the holder dies (at unload: some
+/// object managers clean up one record per library, not each) is destroyed with it.
 class ZELCPPC_EXPORT CmpiProviderBase {
  public:
   CmpiProviderBase() = default;
@@ -23,7 +23,13 @@ class ZELCPPC_EXPORT CmpiProviderBase {
   /// Remembers the provider and owns it from now on.
   void setBaseMI(CmpiBaseMI* provider) noexcept { provider_.store(provider); }
   void incUseCount() noexcept { ++useCount_; }
-  /// One user less; the last one takes the provider with it. Answers whether it did.
+  /// Makes a record of the class known by its handle, which names the provider and lives as long as
+  /// the holder. When the provider goes, the handle is emptied: whatever lives at that address by
+  /// then is not the record's. A record that its factory does not make known is known from its
+  /// first request on, and then serves no other class. Throws std::bad_alloc.
+  void addRecord(void*& handle);
+  /// One user less; the last one takes the provider with it, and all records of the class then name
+  /// none. Answers whether it did.
   bool decUseCount();
   int useCount() const noexcept { return useCount_.load(); }
 

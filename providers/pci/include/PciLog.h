@@ -1,0 +1,87 @@
+#pragma once
+
+#include <zelcppc/CmpiObjectPath.h>
+#include <zelcppc/CmpiString.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include <syslog.h>
+
+/// Text that comes from a client or from the object manager, on its way into the log. A line stays
+/// one line, and within 1 KiB, which is what every system logger takes.
+namespace pciprovider {
+
+/// Bytes of one text in a log line; the words around it need less than the rest of 1 KiB.
+inline constexpr std::size_t kMostBytesInLog = 900;
+
+namespace log_text {
+
+/// Length of the UTF-8 character at the beginning of the text; 0 where there is none.
+inline std::size_t CharacterLength(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text.front());
+  std::size_t length = 0;
+  if (lead < 0x80) length = 1;
+  if (lead >= 0xc2 && lead < 0xe0) length = 2;
+  if (lead >= 0xe0 && lead < 0xf0) length = 3;
+  if (lead >= 0xf0 && lead < 0xf5) length = 4;
+  if (length > text.size()) return 0;
+  for (const char c : text.substr(1, length > 0 ? length - 1 : 0)) {
+    if ((static_cast<unsigned char>(c) & 0xc0U) != 0x80) return 0;
+  }
+  return length;
+}
+
+/// Control characters are those below the blank, DEL, and U+0080 to U+009F.
+inline bool IsControl(std::string_view character) {
+  const auto first = static_cast<unsigned char>(character[0]);
+  if (character.size() == 1) return first < 0x20 || first == 0x7f;
+  return first == 0xc2 && static_cast<unsigned char>(character[1]) < 0xa0;
+}
+
+inline std::string Escaped(std::string_view bytes) {
+  std::string text;
+  for (const char c : bytes) {
+    char code[5];
+    std::snprintf(code, sizeof code, "\\x%02x",
+                  static_cast<unsigned>(static_cast<unsigned char>(c)));
+    text += code;
+  }
+  return text;
+}
+
+}  // namespace log_text
+
+/// The text with control characters, and bytes that are no characters, written as "\x0a"; a longer
+/// one ends in "...". All other text stays as it is.
+inline std::string LogText(std::string_view text) {
+  constexpr std::string_view kCutMark = "...";
+  std::string clean;
+  std::size_t cutAt = 0;
+  while (!text.empty() && clean.size() <= kMostBytesInLog) {
+    const std::size_t length = log_text::CharacterLength(text);
+    const std::string_view character = text.substr(0, length > 0 ? length : 1);
+    const bool isPlain = length > 0 && !log_text::IsControl(character);
+    clean += isPlain ? std::string(character) : log_text::Escaped(character);
+    text.remove_prefix(character.size());
+    if (clean.size() + kCutMark.size() <= kMostBytesInLog) cutAt = clean.size();
+  }
+  return clean.size() <= kMostBytesInLog ? clean : clean.substr(0, cutAt).append(kCutMark);
+}
+
+/// Whether a line of that priority is kept by the process. Where it is not, its text need not be
+/// made.
+inline bool IsLogged(int priority) {
+  return (setlogmask(0) & LOG_MASK(priority)) != 0;
+}
+
+/// Logs a path behind some words, for debugging. Throws CmpiStatus when the broker fails to give
+/// the path's text.
+inline void LogPath(const char* words, const zelInt::CmpiObjectPath& path, const char* end = "") {
+  if (!IsLogged(LOG_DEBUG)) return;
+  syslog(LOG_DEBUG, "%s%s%s", words, LogText(path.toString().charPtr()).c_str(), end);
+}
+
+}  // namespace pciprovider
