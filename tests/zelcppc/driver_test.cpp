@@ -3,8 +3,11 @@
 #include "scripted_provider.h"
 
 #include <ProviderFactory.h>
+#include <zelcppc/CmpiArray.h>
+#include <zelcppc/CmpiEnumeration.h>
 #include <zelcppc/CmpiResult.h>
 
+#include <functional>
 #include <ostream>
 #include <stdexcept>
 
@@ -256,6 +259,72 @@ TEST_P(DriverTest, WhatAClassDoesNotOverrideIsNotSupported) {
 
 TEST_P(DriverTest, ARecordWithoutAProviderFails) {
   EXPECT_EQ(GetParam().send(requestTo(nullptr)).rc, CMPI_RC_ERR_FAILED);
+}
+
+/// What an object manager leaves out of a request, or gives without functions, is met where it is
+/// used.
+TEST_P(DriverTest, NothingMissingEndsTheProcess) {
+  const auto useAll = [](const CmpiContext& ctx, CmpiResult& rslt, const CmpiObjectPath& cop) {
+    rslt.returnData(cop);
+    rslt.returnDone();
+    for (const auto& use : std::vector<std::function<void()>>{
+             [&] { cop.getKey("Name"); }, [&] { cop.getKeyCount(); }, [&] { cop.getClassName(); },
+             [&] { cop.toString(); }, [&] { cop.classPathIsA("Thing"); },
+             [&] { CmpiObjectPath(cop).setKey("Name", CmpiData("x")); },
+             [&] { static_cast<void>(cop == thingPath()); }, [&] { CmpiInstance made(cop); },
+             [&] { CmpiBroker::current(); },
+             [&] {
+               const CmpiBroker& broker = CmpiBroker(CmpiBroker::currentOrNull());
+               broker.enumInstanceNames(ctx, cop);
+             }}) {
+      statusThrownBy(use);
+    }
+    cop.getKey("Name");
+    return CmpiStatus(CMPI_RC_OK);
+  };
+  provider.act = useAll;
+  const CMPIObjectPathFT emptyTable{};
+  const CMPIObjectPath withoutTable{nullptr, nullptr};
+  const CMPIObjectPath withoutFunctions{nullptr, &emptyTable};
+  for (const CMPIObjectPath* lacking :
+       {static_cast<const CMPIObjectPath*>(nullptr), &withoutTable, &withoutFunctions}) {
+    CmpiBaseMI* target = &provider;
+    const CMPIStatus status =
+        GetParam().send({target, nullptr, nullptr, lacking, nullptr, nullptr});
+    EXPECT_EQ(status.rc, CMPI_RC_ERR_FAILED);
+    EXPECT_EQ(messageOf(status), "getKey cannot be called: the object or the function is missing");
+  }
+}
+
+TEST_P(DriverTest, ABrokerWithoutTablesFailsAndHasNoTexts) {
+  const CMPIBroker empty{};
+  const CMPIBrokerFT noFunctions{};
+  const CMPIBrokerEncFT noMakers{};
+  CMPIBroker withoutFunctions{};
+  withoutFunctions.bft = &noFunctions;
+  withoutFunctions.eft = &noMakers;
+  for (const CMPIBroker* broker : {static_cast<const CMPIBroker*>(nullptr), &empty,
+                                   static_cast<const CMPIBroker*>(&withoutFunctions)}) {
+    ScriptedProvider other{CmpiBroker(broker), CmpiContext(context)};
+    const auto sendDoing = [&](const std::function<void(const CmpiContext&)>& use) {
+      other.act = [&](const CmpiContext& ctx, CmpiResult&, const CmpiObjectPath&) {
+        use(ctx);
+        return CmpiStatus(CMPI_RC_OK);
+      };
+      return GetParam().send(requestTo(&other)).rc;
+    };
+    const CmpiObjectPath known(path);
+    for (const auto& use : std::vector<std::function<void(const CmpiContext&)>>{
+             [](const CmpiContext&) { CmpiObjectPath("root/cimv2", "Thing"); },
+             [](const CmpiContext&) { CmpiArray array(1, CMPI_uint16); },
+             [&](const CmpiContext&) { CmpiInstance made(known); },
+             [&](const CmpiContext&) { known.classPathIsA("Thing"); },
+             [&](const CmpiContext&) { instance.CmpiObject::toString(); },
+             [&](const CmpiContext& ctx) { other.getBroker().enumInstances(ctx, known, nullptr); },
+             [&](const CmpiContext& ctx) { other.getBroker().enumInstanceNames(ctx, known); }}) {
+      EXPECT_EQ(sendDoing(use), CMPI_RC_ERR_FAILED);
+    }
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, DriverTest, testing::ValuesIn(kOperations),

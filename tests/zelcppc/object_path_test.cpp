@@ -1,5 +1,9 @@
 #include "binding_test.h"
 
+#include <zelcppc/CmpiArray.h>
+#include <zelcppc/CmpiContext.h>
+#include <zelcppc/CmpiEnumeration.h>
+
 #include <functional>
 #include <ostream>
 
@@ -113,6 +117,57 @@ TEST_P(MissingKeyTest, ThrowsNotFound) {
 INSTANTIATE_TEST_SUITE_P(Brokers, MissingKeyTest, testing::Bool(), [](const auto& testInfo) {
   return testInfo.param ? "AnError" : "AState";
 });
+
+TEST_F(ObjectPathTest, AKeyWhoseValueIsThereIsFoundWhateverItsStateSays) {
+  static CMPIValue value{};
+  CMPIObjectPathFT table{};
+  const CMPIObjectPath record{nullptr, &table};
+  const CmpiObjectPath path(&record);
+  value.string = watched.record()->eft->newString(watched.record(), "there", nullptr);
+  table.getKey = [](const CMPIObjectPath*, const char* name, CMPIStatus*) {
+    return CMPIData{static_cast<CMPIType>(*name == 'T' ? CMPI_string : CMPI_uint8), CMPI_notFound,
+                    value};
+  };
+  EXPECT_EQ(textOf(path.getKey("Text")), "there");
+  EXPECT_EQ(codeThrownBy([&] { path.getKey("Number"); }), CMPI_RC_ERR_NOT_FOUND);
+  value.string = nullptr;
+  EXPECT_EQ(codeThrownBy([&] { path.getKey("Text"); }), CMPI_RC_ERR_NOT_FOUND);
+}
+
+/// A broker that marks good data as null.
+class MarkedDataTest : public BindingTest {
+ protected:
+  MarkedDataTest() : BindingTest({.newInstanceCopiesKeys = false, .marksDataNull = true}) {}
+};
+
+TEST_F(MarkedDataTest, KeysAreComparedCopiedAndReadAsEver) {
+  CmpiObjectPath left = thingPath();
+  CmpiObjectPath right = thingPath();
+  left.setKey("Next", CmpiData(thingPath()));
+  right.setKey("Next", CmpiData(thingPath("Part")));
+  EXPECT_EQ(textOf(left.getKey("Name")), "one");
+  EXPECT_EQ(left.getKey("Name").raw().state, CMPI_nullValue);
+  EXPECT_TRUE(thingPath() == thingPath());
+  EXPECT_FALSE(left == right);
+  const CmpiInstance instance(left);
+  EXPECT_THAT(propertyNames(instance), ElementsAre("Name", "Number", "Next"));
+  EXPECT_EQ(textOf(instance.getProperty("Name")), "one");
+  EXPECT_TRUE(CmpiObjectPath(instance.getProperty("Next")) == thingPath());
+}
+
+TEST_F(MarkedDataTest, ElementsAreThere) {
+  upcalls.paths = {{"", "root/cimv2", "Thing", {{"Name", cimom::Value::text("a")}}}};
+  upcalls.instances = {{upcalls.paths[0], upcalls.paths[0].keys}};
+  const CmpiBroker broker(watched.record());
+  const CmpiContext context(request.newContext("root/cimv2", 0));
+  const CmpiObjectPath path = broker.enumInstanceNames(context, thingPath()).getNext();
+  EXPECT_EQ(textOf(path.getKey("Name")), "a");
+  const CmpiInstance instance = broker.enumInstances(context, thingPath(), nullptr).getNext();
+  EXPECT_EQ(textOf(instance.getProperty("Name")), "a");
+  CmpiArray words(1, CMPI_string);
+  words[0] = CmpiData("word");
+  EXPECT_EQ(textOf(words[0]), "word");
+}
 
 // Equality
 

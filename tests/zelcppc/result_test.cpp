@@ -54,6 +54,36 @@ TEST_F(ResultTest, NothingIsThrownWhateverTheBrokerAnswers) {
   EXPECT_EQ(watched.count("result.returnDone"), 1U);
 }
 
+TEST_F(ResultTest, WhatTheBrokerThrowsEndsHere) {
+  for (const char* function :
+       {"result.returnInstance", "result.returnObjectPath", "result.returnDone"}) {
+    watched.throwFromCall(function, 0, "not now");
+  }
+  result.returnData(CmpiInstance(thingPath()));
+  result.returnData(thingPath());
+  result.returnDone();
+  EXPECT_EQ(watched.count("result.returnInstance"), 1U);
+  EXPECT_EQ(watched.count("result.returnObjectPath"), 1U);
+  EXPECT_EQ(watched.count("result.returnDone"), 1U);
+}
+
+TEST_F(ResultTest, WhatIsMissingIsNotHandedOver) {
+  result.returnData(CmpiInstance(static_cast<const CMPIInstance*>(nullptr)));
+  result.returnData(CmpiObjectPath(static_cast<const CMPIObjectPath*>(nullptr)));
+  EXPECT_THAT(watched.callTexts("result.returnInstance"), testing::IsEmpty());
+  EXPECT_THAT(watched.callTexts("result.returnObjectPath"), testing::IsEmpty());
+  const CMPIResultFT empty{};
+  const CMPIResult withoutTable{nullptr, nullptr};
+  const CMPIResult withoutFunctions{nullptr, &empty};
+  for (const CMPIResult* lacking :
+       {static_cast<const CMPIResult*>(nullptr), &withoutTable, &withoutFunctions}) {
+    CmpiResult nowhere(lacking);
+    nowhere.returnData(CmpiInstance(thingPath()));
+    nowhere.returnData(thingPath());
+    nowhere.returnDone();
+  }
+}
+
 /// An object manager that takes one instance and one done for a get request.
 class NarrowResultTest : public ResultTest {
  protected:
@@ -119,6 +149,20 @@ TEST_F(StatusTest, TheCodeStaysWhereTheTextCannotBeMade) {
   const CMPIStatus status = CmpiStatus(CMPI_RC_ERR_NOT_FOUND, "no such thing").toCmpi();
   EXPECT_EQ(status.rc, CMPI_RC_ERR_NOT_FOUND);
   EXPECT_EQ(status.msg, nullptr);
+}
+
+TEST_F(StatusTest, TheCodeStaysWhereTheBrokerThrows) {
+  watched.throwFromCall("broker.newString", 0, "no strings today");
+  const CMPIStatus status = CmpiStatus(CMPI_RC_ERR_NOT_FOUND, "no such thing").toCmpi();
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_NOT_FOUND);
+  EXPECT_EQ(status.msg, nullptr);
+}
+
+TEST_F(StatusTest, ACodeWhoseTextThrowsStays) {
+  const CMPIBroker* broker = watched.record();
+  CMPIString* text = broker->eft->newString(broker, "the broker's reason", nullptr);
+  watched.throwFromCall("string.getCharPtr", 0, "unreadable");
+  EXPECT_EQ(CmpiStatus(CMPIStatus{CMPI_RC_ERR_NOT_FOUND, text}).rc(), CMPI_RC_ERR_NOT_FOUND);
 }
 
 TEST_F(StatusTest, ACheckThrowsAllButOk) {
