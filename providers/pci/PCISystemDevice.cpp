@@ -56,8 +56,9 @@ void LogMissingSystemOnce(const std::string& text) {
 /// manager lacks, not which step of ours went wrong.
 template <class Object, class Fetch>
 Object Fetched(Fetch fetch) {
+  const CmpiObjectPath classPath(kNameSpace, kSystemClass);
   try {
-    return fetch(CmpiObjectPath(kNameSpace, kSystemClass));
+    return fetch(classPath);
   } catch (const CmpiStatus& failure) {
     ThrowMissingSystem(failure.rc(), failure.msg());
   } catch (const std::exception& failure) {
