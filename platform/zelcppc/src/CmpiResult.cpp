@@ -10,7 +10,8 @@ void handOver(const CMPIResult* result, Arguments... arguments) noexcept {
   if (result == nullptr || result->ft == nullptr || result->ft->*Slot == nullptr) return;
   try {
     (result->ft->*Slot)(result, arguments...);
-  } catch (...) {  // NOLINT(bugprone-empty-catch): there is nobody to tell.
+  } catch (...) {
+    // There is nobody to tell.
   }
 }
 
