@@ -61,12 +61,14 @@ class LifeTest : public testing::Test {
     library = std::make_unique<requests::ProviderLibrary>(PROVIDER_LIBRARY, manager.broker());
   }
 
-  /// Closes the library and checks that it is gone from the process.
+  /// Closes the library and checks that it is gone from the process, and host control with it.
   void close() {
     library.reset();
-    void* still = dlopen(PROVIDER_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
-    EXPECT_EQ(still, nullptr);
-    if (still != nullptr) dlclose(still);
+    for (const char* name : {PROVIDER_LIBRARY, "libqarctl.so.1"}) {
+      void* still = dlopen(name, RTLD_NOW | RTLD_NOLOAD);
+      EXPECT_EQ(still, nullptr) << name;
+      if (still != nullptr) dlclose(still);
+    }
   }
 
   template <class Record>
