@@ -20,6 +20,9 @@ std::string& listFile() {
   return file;
 }
 
+/// How often the name library was set up.
+std::size_t setUps = 0;
+
 class Names : public HostTest {
  protected:
   void useList(const std::string& text) const {
@@ -109,6 +112,43 @@ TEST_F(Names, AloneAreLostWithADamagedList) {
   EXPECT_EQ(devices.at(1)->GetDeviceId(), 1);
 }
 
+TEST_F(Names, ComeOnceADamagedListIsMended) {
+  useList("8086  Made Vendor\n\tzz is no number\n");
+  const Devices devices = readInventory({MadeFunction("00:01.0")});
+  EXPECT_EQ(namesOf(*devices.at(0)), "Vendor 8086|Device 10d3");
+  useList("8086  Made Vendor\n\t10d3  Made Device\n");
+  EXPECT_EQ(namesOf(*devices.at(0)), "Made Vendor|Made Device");
+}
+
+TEST_F(Names, ComeOnceThereIsAList) {
+  listFile() = folder / "missing.ids";
+  const Devices devices = readInventory({MadeFunction("00:01.0")});
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(namesOf(*devices.at(0)), "Vendor 8086|Device 10d3");
+  useList("8086  Made Vendor\n\t10d3  Made Device\n");
+  EXPECT_EQ(namesOf(*read().at(0)), "Made Vendor|Made Device");
+}
+
+/// Reading it for each question would take minutes on a large host.
+TEST_F(Names, AskForAListThatStaysDamagedSeldom) {
+  useList("8086  Made Vendor\n\tzz is no number\n");
+  const Devices devices = readInventory({MadeFunction("00:01.0")});
+  for (int i = 0; i < 50000; ++i) EXPECT_EQ(devices.at(0)->GetVendorName(), "Vendor 8086");
+  EXPECT_LT(setUps, 64U);
+  useList("8086  Made Vendor\n");
+  int questions = 0;
+  while (devices.at(0)->GetVendorName() != "Made Vendor" && questions < 50000) ++questions;
+  EXPECT_LT(questions, 2000);
+}
+
+TEST_F(Names, NeedTheListOnceOnly) {
+  useList("8086  Made Vendor\n\t10d3  Made Device\n");
+  const Devices devices =
+      readInventory({MadeFunction("00:01.0"), MadeFunction("00:02.0").word(0x02, 1)});
+  for (const auto& device : devices) namesOf(*device);
+  namesOf(*read().at(1));
+  EXPECT_EQ(setUps, 1U);
+}
+
 }  // namespace
 }  // namespace qarctltest
 
@@ -116,6 +156,7 @@ TEST_F(Names, AloneAreLostWithADamagedList) {
 extern "C" __attribute__((visibility("default"))) struct pci_access* pci_alloc(void) {
   using Alloc = struct pci_access* (*)();
   const auto real = reinterpret_cast<Alloc>(dlsym(RTLD_NEXT, "pci_alloc"));
+  ++qarctltest::setUps;
   struct pci_access* access = real();
   std::string& file = qarctltest::listFile();
   if (!file.empty()) pci_set_name_list_path(access, file.data(), 0);

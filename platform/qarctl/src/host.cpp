@@ -1,4 +1,5 @@
 #include "function_record.h"
+#include "name_list.h"
 #include "snapshot.h"
 
 #include <qarctl/HostFactory.h>
@@ -22,6 +23,7 @@ HostInput ReadInput() {
 class PciInput : public Hardware::PciInfo {
  public:
   std::vector<std::unique_ptr<Hardware::PciDevice>> GetPciDevices() override {
+    TryNameListAgain();
     const auto snapshot = std::make_shared<const Snapshot>(ReadInput());
     std::vector<std::unique_ptr<Hardware::PciDevice>> devices;
     devices.reserve(snapshot->Size());

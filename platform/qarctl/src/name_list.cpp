@@ -1,10 +1,12 @@
 #include "name_list.h"
 
+#include <cstddef>
 #include <cstdio>
+#include <exception>
 #include <map>
+#include <memory>
 #include <mutex>
-#include <stdexcept>
-#include <utility>
+#include <new>
 
 extern "C" {
 #include <pci/pci.h>
@@ -14,27 +16,56 @@ namespace HostCtl {
 
 namespace {
 
-// The library's own handler ends the process; throwing leaves it without harm, since it is not
-// asked again afterwards.
+/// Needs no memory of its own, which may be what is short.
+class ListError : public std::exception {};
+
+// The library's own handler ends the process. Throwing leaves an access that can only be freed;
+// when memory is short in the middle of the list, its open file is lost.
 __attribute__((noreturn)) void ThrowListError(char*, ...) {
-  throw std::runtime_error("PCI id list");
+  throw ListError();
 }
 void IgnoreMessage(char*, ...) {}
 
-/// The list behind one lock: libpci loads it on the first question and keeps a cache of its own.
+struct FreeAccess {
+  void operator()(pci_access* access) const { pci_cleanup(access); }
+};
+using Access = std::unique_ptr<pci_access, FreeAccess>;
+
+// More than libpci takes for an access.
+constexpr std::size_t kAccessBytes = 64 * std::size_t{1024};
+
+/// The list as one access holds it; null when there is none or it cannot be read.
+Access ReadList() {
+  try {
+    // Without memory for an access libpci ends the process: no handler is set yet.
+    ::operator delete(::operator new(kAccessBytes));
+    Access access(pci_alloc());
+    access->error = ThrowListError;
+    access->warning = IgnoreMessage;
+    access->debug = IgnoreMessage;
+    if (pci_load_name_list(access.get()) != 0) return access;
+  } catch (const std::exception&) {
+  }
+  return nullptr;
+}
+
+/// The list behind one lock, with a cache of the names asked for.
 class NameList {
  public:
   std::string Vendor(std::uint16_t vendor) {
-    return Cached(vendors_, vendor, PCI_LOOKUP_VENDOR, vendor, 0, "Vendor", vendor);
+    return Cached(vendors_, vendor, {PCI_LOOKUP_VENDOR, vendor, 0, "Vendor", vendor});
   }
 
   std::string Device(std::uint16_t vendor, std::uint16_t device) {
     const auto key = (static_cast<std::uint32_t>(vendor) << 16U) | device;
-    return Cached(devices_, key, PCI_LOOKUP_DEVICE, vendor, device, "Device", device);
+    return Cached(devices_, key, {PCI_LOOKUP_DEVICE, vendor, device, "Device", device});
   }
 
-  NameList(const NameList&) = delete;
-  NameList& operator=(const NameList&) = delete;
+  void TryAgain() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    failures_ = 0;
+    toSkip_ = 0;
+  }
 
   static NameList& Instance() {
     static NameList list;
@@ -42,40 +73,67 @@ class NameList {
   }
 
  private:
-  NameList() : access_(pci_alloc()) {
-    access_->error = ThrowListError;
-    access_->warning = IgnoreMessage;
-    access_->debug = IgnoreMessage;
-  }
-  ~NameList() { pci_cleanup(access_); }
+  struct Question {
+    int what;
+    int vendor;
+    int device;
+    const char* label;
+    std::uint16_t id;
+  };
 
-  std::string Cached(std::map<std::uint32_t, std::string>& names, std::uint32_t key, int what,
-                     int vendor, int device, const char* label, std::uint16_t id) {
+  std::string Cached(std::map<std::uint32_t, std::string>& names, std::uint32_t key,
+                     const Question& question) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = names.find(key);
-    if (found != names.end()) return found->second;
-    return names.emplace(key, LookUp(what, vendor, device, label, id)).first->second;
+    try {
+      const auto found = names.find(key);
+      if (found != names.end()) return found->second;
+      if (IsRead()) return names.emplace(key, LookUp(question)).first->second;
+    } catch (const ListError&) {
+      access_.reset();
+    } catch (const std::bad_alloc&) {
+    }
+    return Number(question);
   }
 
-  std::string LookUp(int what, int vendor, int device, const char* label, std::uint16_t id) {
-    char buffer[1024];
-    if (usable_) {
-      try {
-        // The list alone: the hardware database of udev repeats it and is never freed by libpci.
-        const int flags = what | PCI_LOOKUP_NO_NUMBERS | PCI_LOOKUP_NO_HWDB;
-        const char* name = pci_lookup_name(access_, buffer, sizeof buffer, flags, vendor, device);
-        if (name != nullptr) return name;
-      } catch (const std::exception&) {
-        usable_ = false;
-      }
+  /// After the first failures in a row twice as many questions go by each time until the next
+  /// attempt: a list that stays damaged must not be read for every function of a large host.
+  bool IsRead() {
+    if (access_ != nullptr) return true;
+    if (toSkip_ > 0) {
+      --toSkip_;
+      return false;
     }
-    std::snprintf(buffer, sizeof buffer, "%s %04x", label, static_cast<unsigned>(id));
+    access_ = ReadList();
+    if (access_ != nullptr) return true;
+    toSkip_ = (1U << failures_) / kPatience;
+    if (toSkip_ < kMostSkipped) ++failures_;
+    return false;
+  }
+
+  std::string LookUp(const Question& question) {
+    // The list alone: the hardware database of udev repeats it and is never freed by libpci.
+    const int flags = question.what | PCI_LOOKUP_NO_NUMBERS | PCI_LOOKUP_NO_HWDB;
+    char buffer[1024];
+    const char* name = pci_lookup_name(access_.get(), buffer, sizeof buffer, flags, question.vendor,
+                                       question.device);
+    return name != nullptr ? name : Number(question);
+  }
+
+  /// Short enough to need no memory.
+  static std::string Number(const Question& question) {
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "%s %04x", question.label,
+                  static_cast<unsigned>(question.id));
     return buffer;
   }
 
+  static constexpr unsigned kPatience = 16;
+  static constexpr unsigned kMostSkipped = 1024;
+
   std::mutex mutex_;
-  pci_access* access_;
-  bool usable_ = true;
+  Access access_;
+  unsigned failures_ = 0;
+  unsigned toSkip_ = 0;
   std::map<std::uint32_t, std::string> vendors_;
   std::map<std::uint32_t, std::string> devices_;
 };
@@ -88,6 +146,10 @@ std::string LookUpVendorName(std::uint16_t vendor) {
 
 std::string LookUpDeviceName(std::uint16_t vendor, std::uint16_t device) {
   return NameList::Instance().Device(vendor, device);
+}
+
+void TryNameListAgain() {
+  NameList::Instance().TryAgain();
 }
 
 }  // namespace HostCtl

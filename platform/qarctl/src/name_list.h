@@ -5,9 +5,15 @@
 
 namespace HostCtl {
 
-/// Vendor and device names from the system's PCI id list. A list that is missing or damaged costs
-/// the names only. Safe on any thread.
+/// Vendor and device names from the system's PCI id list; "Vendor 1234", "Device 5678" for those
+/// that it does not hold. A list that is missing, damaged or too large for what memory is left
+/// costs the names only, and those asked for until it is read: a failed reading is tried again at
+/// one of the next questions, after every further failure a later one. Safe on any thread.
 std::string LookUpVendorName(std::uint16_t vendor);
 std::string LookUpDeviceName(std::uint16_t vendor, std::uint16_t device);
+
+/// Lets the next question try to read a list again that could not be read; for a new reading of the
+/// host. Safe on any thread.
+void TryNameListAgain();
 
 }  // namespace HostCtl
