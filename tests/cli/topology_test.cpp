@@ -204,6 +204,37 @@ TEST(ReadTopology, AsksNothingOfABusThatNobodyIsOnOrLeadsTo) {
   for (const std::string& address : source.asked) EXPECT_EQ(address.substr(0, 7), "0000:00");
 }
 
+std::vector<std::string> addressesOf(const std::vector<Function>& functions) {
+  std::vector<std::string> addresses;
+  for (const Function& function : functions) addresses.push_back(function.address);
+  return addresses;
+}
+
+TEST(FindLeftOut, AsksOnEveryBusOfSegmentsInUseThatNothingShownIsOn) {
+  ScriptedSource source;
+  source.add("0002:00:03.0", "", true);
+  for (const char* address : {"0000:00:00.0", "0002:00:00.0", "0002:15:00.0", "0002:15:00.3",
+                              "0002:15:04.1", "0002:ff:1f.7", "0002:ff:1f.0", "0003:00:00.0"}) {
+    source.add(address, "", false, "6");
+  }
+  const auto leftOut = pcicim::findLeftOut(source, pcicim::readTopology(source));
+  EXPECT_EQ(addressesOf(leftOut),
+            (std::vector<std::string>{"0000:00:00.0", "0002:15:00.0", "0002:15:00.3",
+                                      "0002:ff:1f.0", "0002:ff:1f.7"}));
+}
+
+TEST(PrintLeftOut, NamesABusAndHowManyAreThere) {
+  Function host = function("0000:3f:00.0", "", Function::Kind::kBridge);
+  host.isHostBridge = true;
+  Function other = function("0000:40:00.1", "");
+  Function bridge = function("0000:40:00.0", "", Function::Kind::kBridge);
+  std::ostringstream out;
+  pcicim::printLeftOut({other, host, bridge, function("no address", "")}, out);
+  EXPECT_EQ(out.str(),
+            "1 host bridge alone on bus 3f is not shown.\n"
+            "2 functions alone on bus 40 are not shown.\n");
+}
+
 TEST(ReadTopology, AsksForAParentThatIsNotThereOnce) {
   ScriptedSource source;
   for (const char* address : {"0000:05:00.0", "0000:05:00.1", "0000:05:00.2"}) {

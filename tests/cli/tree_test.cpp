@@ -1,6 +1,8 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "made_inventory.h"
 #include "run_pcicim.h"
@@ -142,6 +144,45 @@ TEST(Tree, ShowsBothFunctionsOfADuplicateAddress) {
   const std::size_t first = out.find("- 0000:00:02.0 ");
   ASSERT_NE(first, std::string::npos) << out;
   EXPECT_NE(out.find("- 0000:00:02.0 ", first + 1), std::string::npos) << out;
+}
+
+std::string hostBridges(const std::vector<std::string>& addresses) {
+  std::string machine;
+  for (const std::string& address : addresses) {
+    machine += MadeFunction(address).classCode(0x0600).text();
+  }
+  return machine;
+}
+
+TEST(Tree, SaysHowManyHostBridgesAloneOnABusItDoesNotShow) {
+  const std::string shown = MadeFunction("00:02.0").text();
+  const Outcome alone = treeOf(shown);
+  ASSERT_EQ(alone.status, 0) << alone.err;
+  const Outcome outcome = treeOf(
+      shown + hostBridges({"3f:00.0", "3f:00.1", "3f:02.0", "3f:02.7", "3f:1f.0", "3f:1f.3"}));
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.out, alone.out + "6 host bridges alone on bus 3f are not shown.\n");
+}
+
+TEST(Tree, ThatShowsNothingSaysWhy) {
+  const Outcome outcome = treeOf(hostBridges({"00:00.0", "ff:00.0", "ff:00.1"}));
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.out,
+            "1 host bridge alone on bus 00 is not shown.\n"
+            "2 host bridges alone on bus ff are not shown.\n");
+}
+
+TEST(Tree, CountsBridgesOfSeveralKindsTogether) {
+  const Outcome outcome = treeOf(MadeFunction("0007:00:02.0").text() +
+                                 MadeFunction("0007:3f:00.0").classCode(0x0600).text() +
+                                 MadeFunction("0007:3f:01.0").classCode(0x0601).text());
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, testing::EndsWith("\n2 bridges alone on bus 0007:3f are not shown.\n"));
+}
+
+TEST(Tree, SaysThatThereAreNoFunctionsOfAHostWithoutAnyAlone) {
+  EXPECT_EQ(treeOf("").out, "No PCI functions.\n");
+  EXPECT_EQ(treeOf(hostBridges({"00:00.0"})).out.find("No PCI functions"), std::string::npos);
 }
 
 TEST(Tree, AnswersAnEmptyInventoryWithAHostWithoutPci) {

@@ -176,10 +176,12 @@ class CommandRunner {
   void tree() {
     ManagedTopology source(session_.manager());
     const std::vector<Function> functions = readTopology(source);
-    if (functions.empty()) {
+    const std::vector<Function> leftOut = findLeftOut(source, functions);
+    if (functions.empty() && leftOut.empty()) {
       out_ << "No PCI functions.\n";
     }
     printTree(functions, out_);
+    printLeftOut(leftOut, out_);
   }
 
   const Options& options_;

@@ -222,6 +222,20 @@ class TreePrinter {
   std::vector<std::size_t> passedFrom_;
 };
 
+/// "host bridges" when each of them is one; the common name of all otherwise.
+std::string commonName(const std::vector<const Function*>& functions) {
+  const auto all = [&functions](auto test) {
+    return std::all_of(functions.begin(), functions.end(), test);
+  };
+  std::string name = "function";
+  if (all([](const Function* function) { return function->isHostBridge; })) {
+    name = "host bridge";
+  } else if (all([](const Function* f) { return f->kind == Function::Kind::kBridge; })) {
+    name = "bridge";
+  }
+  return functions.size() == 1 ? name : name + 's';
+}
+
 }  // namespace
 
 std::optional<Address> parseAddress(std::string_view text) {
@@ -250,6 +264,20 @@ std::string addressText(const Address& address) {
 
 void printTree(std::vector<Function> functions, std::ostream& out) {
   TreePrinter(std::move(functions), out).print();
+}
+
+void printLeftOut(const std::vector<Function>& functions, std::ostream& out) {
+  std::map<std::pair<std::uint64_t, unsigned>, std::vector<const Function*>> buses;
+  for (const Function& function : functions) {
+    if (const auto address = parseAddress(function.address)) {
+      buses[{address->segment, address->bus}].push_back(&function);
+    }
+  }
+  for (const auto& [bus, there] : buses) {
+    out << there.size() << ' ' << commonName(there) << " alone on bus "
+        << (bus.first == 0 ? "" : hex(bus.first, 4) + ':') << hex(bus.second, 2)
+        << (there.size() == 1 ? " is" : " are") << " not shown.\n";
+  }
 }
 
 }  // namespace pcicim

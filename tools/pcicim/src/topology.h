@@ -43,6 +43,7 @@ struct Function {
   unsigned ports = 0;
   /// True for a bridge that leads to another bus, false for host, ISA and similar bridges.
   bool leadsToBus = false;
+  bool isHostBridge = false;
 };
 
 /// Prints the functions as a tree: segments, root buses, and below each function those that name
@@ -50,5 +51,9 @@ struct Function {
 /// hang together in a circle, name a parent that is not there or have no readable address follow
 /// under a heading of their own. Of functions with the same address the first takes the children.
 void printTree(std::vector<Function> functions, std::ostream& out);
+
+/// Prints how many functions the tree leaves out, a line for each bus that they are on. A function
+/// without a readable address does not count.
+void printLeftOut(const std::vector<Function>& functions, std::ostream& out);
 
 }  // namespace pcicim

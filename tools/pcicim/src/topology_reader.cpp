@@ -9,9 +9,11 @@
 namespace pcicim {
 namespace {
 
+constexpr unsigned kBusesPerSegment = 256;
 constexpr unsigned kDevicesPerBus = 32;
 constexpr unsigned kFunctionsPerDevice = 8;
 constexpr std::string_view kBridgeClass = "6";
+constexpr std::string_view kHostBridgeSubClass = "0";
 constexpr std::string_view kPortSuffix = "-ep";
 
 std::string text(const Record& record, std::string_view name) {
@@ -66,6 +68,25 @@ class TopologyReader {
     return std::move(functions_);
   }
 
+  std::vector<Function> readBeside(const std::vector<Function>& shown) {
+    std::set<std::uint64_t> segments{0};
+    std::set<std::pair<std::uint64_t, unsigned>> known;
+    for (const Function& function : shown) {
+      if (const auto address = parseAddress(function.address)) {
+        segments.insert(address->segment);
+        known.emplace(address->segment, address->bus);
+      }
+    }
+    for (const std::uint64_t segment : segments) {
+      for (unsigned bus = 0; bus < kBusesPerSegment; ++bus) {
+        if (known.count({segment, bus}) == 0) {
+          addFromBus(segment, bus);
+        }
+      }
+    }
+    return std::move(functions_);
+  }
+
  private:
   bool isKnown(const std::string& address) const { return known_.count(address) != 0; }
 
@@ -80,6 +101,8 @@ class TopologyReader {
     function.ports = number(record, "NumberOfPorts").value_or(0);
     function.leadsToBus =
         kind == Function::Kind::kBridge && isPciToPci(number(record, "SubClassCode").value_or(0));
+    function.isHostBridge = text(record, "ClassCode") == kBridgeClass &&
+                            text(record, "SubClassCode") == kHostBridgeSubClass;
     known_.insert(function.address);
     functions_.push_back(std::move(function));
   }
@@ -146,9 +169,13 @@ class TopologyReader {
       }
     }
     for (const auto& [segment, bus] : buses) {
-      for (unsigned device = 0; device < kDevicesPerBus; ++device) {
-        addFunctionsOf({segment, bus, device, 0});
-      }
+      addFromBus(segment, bus);
+    }
+  }
+
+  void addFromBus(std::uint64_t segment, unsigned bus) {
+    for (unsigned device = 0; device < kDevicesPerBus; ++device) {
+      addFunctionsOf({segment, bus, device, 0});
     }
   }
 
@@ -176,6 +203,10 @@ class TopologyReader {
 
 std::vector<Function> readTopology(TopologySource& source) {
   return TopologyReader(source).read();
+}
+
+std::vector<Function> findLeftOut(TopologySource& source, const std::vector<Function>& shown) {
+  return TopologyReader(source).readBeside(shown);
 }
 
 }  // namespace pcicim

@@ -31,7 +31,12 @@ class TopologySource {
 /// alone. Bridges without ports (host, ISA, CardBus) are in no enumeration, yet answer when asked
 /// for: so parents that others name are asked for, and on every bus that functions are on or that a
 /// bridge leads to the first function of each device, then the others of the devices found. What
-/// sits on any other bus alone, or behind a function found in no way, stays unknown.
+/// sits on any other bus alone is for findLeftOut.
 std::vector<Function> readTopology(TopologySource& source);
+
+/// Collects functions beside those of the topology: bridges without ports, alone on buses of
+/// segment 0 or of a segment that has shown functions. They are looked for as on the other buses,
+/// by asking for the first function of each device, and then for the others of the devices found.
+std::vector<Function> findLeftOut(TopologySource& source, const std::vector<Function>& shown);
 
 }  // namespace pcicim
