@@ -3,6 +3,7 @@
 #include <qarctl/HostCtlException.h>
 #include <qarctl/HostFactory.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -28,11 +29,18 @@ namespace {
 
 using HostCtl::Hardware::PciDevice;
 
+std::atomic<int> alive = 0;
+
 class ScriptedDevice : public PciDevice {
  public:
-  explicit ScriptedDevice(Function function) : function_(std::move(function)) {}
+  explicit ScriptedDevice(Function function) : function_(std::move(function)) { ++alive; }
+  ~ScriptedDevice() override { --alive; }
+  ScriptedDevice(const ScriptedDevice&) = delete;
+  ScriptedDevice& operator=(const ScriptedDevice&) = delete;
 
-  std::string GetAddress() const override { return say("GetAddress", function_.address); }
+  std::string GetAddress() const override {
+    return host().addressNow(say("GetAddress", function_.address));
+  }
   std::uint16_t GetSegmentNumber() const override {
     return say("GetSegmentNumber", function_.segment);
   }
@@ -113,6 +121,10 @@ class ScriptedHardware : public HostCtl::Hardware::HardwareInfo {
 };
 
 }  // namespace
+
+int devicesAlive() {
+  return alive;
+}
 
 }  // namespace scripted
 

@@ -38,12 +38,18 @@ struct Host {
   std::function<void(const std::string& call)> onCall = [](const std::string&) {};
   /// Told when an object that the host handed out is released: "HardwareInfo" or "PciInfo".
   std::function<void(const std::string& object)> onRelease = [](const std::string&) {};
+  /// What the function of an address calls itself when it is asked.
+  std::function<std::string(const std::string& address)> addressNow =
+      [](const std::string& address) { return address; };
   /// Whether the file that raises the build's trace can be read.
   bool traceFile = false;
 };
 
 /// The process's host.
 Host& host();
+
+/// Functions that the host handed out and that were not destroyed yet.
+int devicesAlive();
 
 /// A line of the log.
 struct LogLine {
