@@ -4,6 +4,8 @@
 #include <PciDevices.h>
 #include <qarctl/HostCtlException.h>
 
+#include <stdexcept>
+
 #include <syslog.h>
 
 namespace {
@@ -95,6 +97,17 @@ TEST(Classification, LetsOtherFailuresPass) {
   EXPECT_THROW(IsPortOnSwitch(device("F")), int);
   EXPECT_THROW(IsUpstreamPortOnSwitch(device("F")), int);
   EXPECT_THROW(IsBridge(device("F")), int);
+}
+
+TEST(Classification, LetsStandardExceptionsPass) {
+  load({{"F", 1, 0x0604, 5}});
+  scripted::host().onCall = [](const std::string&) { throw std::runtime_error("other"); };
+  EXPECT_THROW(IsPortOnSwitch(device("F")), std::runtime_error);
+  EXPECT_THROW(IsUpstreamPortOnSwitch(device("F")), std::runtime_error);
+  EXPECT_THROW(IsBridge(device("F")), std::runtime_error);
+  EXPECT_THROW(IsChildOf(device("F"), GetDevicesCache()[0].get()), std::runtime_error);
+  EXPECT_THROW(DownstreamPortsCount(device("F")), std::runtime_error);
+  EXPECT_THAT(logLines(), IsEmpty());
 }
 
 TEST(SwitchChildren, AreThoseWhoseParentHasTheWholeAddress) {

@@ -207,6 +207,28 @@ TEST_F(LonelyDownstreamPort, HasAPathButNoInstance) {
   EXPECT_THAT(takePathIds(), ElementsAre("P-ep"));
 }
 
+/// The host may list a switch's downstream ports before the switch.
+class DownstreamFirst : public scripted::AnswerTest {
+ protected:
+  DownstreamFirst() {
+    load({{"P", 2, 0x0604, 6, "U"}, {"U", 1, 0x0604, 5}, {"Q", 2, 0x0604, 6, "U"}});
+  }
+};
+
+TEST_F(DownstreamFirst, TheFirstPortCountedToTheSwitchIsListed) {
+  ListPorts(pathWithId("Zelmar_PCIDevice", "U"), nullptr, result);
+  EXPECT_THAT(takeInstanceIds(), ElementsAre("P-ep"));
+  ListPortsRef(pathWithId("Zelmar_PCIDevice", "U"), result);
+  EXPECT_THAT(takePathIds(), ElementsAre("P-ep"));
+}
+
+TEST_F(DownstreamFirst, TheSwitchHasAllItsPorts) {
+  EXPECT_THAT(scripted::namesOf(GetSwitchCache()), ElementsAre("U-up"));
+  EXPECT_THAT(scripted::namesOf(LookupSwitchPorts("U")), ElementsAre("P-ep", "Q-ep"));
+  ListSwitchPortsRef(pathWithId("Zelmar_PCIeSwitch", "U"), result);
+  EXPECT_THAT(takePathIds(), ElementsAre("P-ep", "Q-ep"));
+}
+
 /// Nothing was built: there is no port at all.
 class Groups : public scripted::AnswerTest {
  protected:

@@ -86,6 +86,11 @@ TEST_F(PortRequests, EveryPortHasItsKind) {
                           "152", "152"));
 }
 
+TEST_F(PortRequests, AnEndpointWithBothCapabilitiesIsOfPciExpress) {
+  host().functions = {{.address = "D", .pcieType = 0, .pciX = true}};
+  EXPECT_EQ(textOf(get("D-ep").instances.at(0), "PortType"), "152");
+}
+
 TEST_F(PortRequests, TheControllerOfADownstreamPortIsTheFunctionAbove) {
   EXPECT_THAT(column(enumerate(kPort), "ControllerDeviceID"),
               ElementsAre("B", "B", "O", "O", "R", "R", "X", "N", "U", "U", "U", "B", "D"));
