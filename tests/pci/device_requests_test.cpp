@@ -255,6 +255,15 @@ TEST_F(DeviceRequests, AnEmptyIdIsNotFoundAndNotEnded) {
   }
 }
 
+TEST_F(DeviceRequests, AnEmptyIdIsNotFoundThoughAFunctionHasNoAddress) {
+  host().functions = {{"", 0, 0x0604}};
+  for (const char* className : {kDevice, kBridge, kSwitch}) {
+    const Outcome outcome = get(className, "");
+    EXPECT_EQ(outcome.status, CMPI_RC_ERR_NOT_FOUND);
+    EXPECT_THAT(outcome.events, IsEmpty());
+  }
+}
+
 TEST_F(DeviceRequests, AFailureWhileADeviceIsFetchedEndsTheAnswerOk) {
   function("N").failing = {"GetVendorName"};
   const Outcome outcome = getLogged(kDevice, "N");

@@ -229,6 +229,17 @@ TEST_F(DownstreamFirst, TheSwitchHasAllItsPorts) {
   EXPECT_THAT(takePathIds(), ElementsAre("P-ep", "Q-ep"));
 }
 
+class NamelessFunction : public scripted::AnswerTest {};
+
+TEST_F(NamelessFunction, HasNoPortsForAnEmptyId) {
+  load({{"", 1}});
+  ASSERT_THAT(scripted::namesOf(GetPortsCache()), ElementsAre("-ep"));
+  ListPorts(pathWithId("Zelmar_PCIDevice", ""), nullptr, result);
+  ListPortsRef(pathWithId("Zelmar_PCIDevice", ""), result);
+  EXPECT_THAT(takeInstanceIds(), IsEmpty());
+  EXPECT_THAT(takePathIds(), IsEmpty());
+}
+
 /// Nothing was built: there is no port at all.
 class Groups : public scripted::AnswerTest {
  protected:

@@ -2,6 +2,7 @@
 #include "unit_fixture.h"
 
 #include <PciPorts.h>
+#include <qarctl/HostCtlException.h>
 
 namespace {
 
@@ -94,6 +95,17 @@ TEST(PortModel, EveryFunctionIsAskedForItsAddressFirst) {
   PortVector ports;
   BuildPortDefs(ports);
   EXPECT_EQ(calls.at(0), "GetAddress");
+}
+
+TEST(PortModel, AFunctionIsTestedOnceMoreBeforeItCountsAsAnEndpoint) {
+  load({{"D", 7, 0x0200, 5}});
+  // Not to be told from an endpoint until the last test.
+  scripted::host().onCall = [asked = 0](const std::string& call) mutable {
+    if (call == "HasCapability" && ++asked < 4) {
+      throw HostCtl::Lib::HostCtlException("broken host");
+    }
+  };
+  EXPECT_THAT(portsOf("D"), IsEmpty());
 }
 
 TEST(PortModel, TheBusIsAskedBeforeTheAddress) {
