@@ -57,4 +57,21 @@ TEST_F(RenamedLater, AControllerIsFoundByItsFormerAddressAndNamedByTheNewOne) {
   EXPECT_THAT(ask("gone"), ElementsAre());
 }
 
+class RenamedInTheBuild : public RequestTest {};
+
+TEST_F(RenamedInTheBuild, AControllerIsIndexedByTheAddressThatItHasThen) {
+  host().functions = {{"D", 1}};
+  // Listing it, deriving its port and naming that take four calls.
+  host().addressNow = [asked = 0](const std::string& address) mutable {
+    return ++asked > 4 ? "renamed" : address;
+  };
+  const auto ask = [&](const std::string& id) {
+    return send({Operation::kAssociatorNames, "Zelmar_PCIControlledBy",
+                 byDeviceId("Zelmar_PCIDevice", id)})
+        .answers();
+  };
+  EXPECT_THAT(ask("renamed"), ElementsAre("Zelmar_PCIPort:D-ep"));
+  EXPECT_THAT(ask("D"), ElementsAre());
+}
+
 }  // namespace
