@@ -152,6 +152,11 @@ TEST_F(DeviceRequests, ASlotNumberKeepsItsLowEightBits) {
   EXPECT_EQ(textOf(only(get(kDevice, "N")), "PhysicalSlot"), "4");
 }
 
+TEST_F(DeviceRequests, ASlotIsSetThoughItsLowEightBitsAreAllSet) {
+  function("N").slot = 255;
+  EXPECT_EQ(textOf(only(get(kDevice, "N")), "PhysicalSlot"), "255");
+}
+
 TEST_F(DeviceRequests, OtherNegativeSlotNumbersAreSlotsToo) {
   function("N").slot = -2;
   EXPECT_EQ(textOf(only(get(kDevice, "N")), "PhysicalSlot"), "254");

@@ -62,6 +62,13 @@ TEST(Snapshot, FindsDevicesAndPortsByTheirNames) {
                                           "Q-ep", "R-ep", "U-up", "V-up"));
 }
 
+TEST(Snapshot, FindsTheFirstOfPortsWithOneName) {
+  load({{"D", 1}, {"D", 2}});
+  const PciDevice* found = nullptr;
+  EXPECT_TRUE(LookupPort("D-ep", found));
+  EXPECT_EQ(found, GetDevicesCache()[0].get());
+}
+
 TEST(Snapshot, LeavesWhatTheCallerHasWhereNothingIsFound) {
   load(hostWithBuckets());
   DeviceIndex::const_iterator position;
