@@ -14,12 +14,9 @@ using namespace scripted;
 using cimom::Instance;
 using cimom::ObjectPath;
 using test_support::DecoratedBroker;
-using testing::AllOf;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::Field;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
 using Names = std::vector<std::string>;
 
