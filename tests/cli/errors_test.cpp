@@ -92,13 +92,6 @@ TEST(Errors, InventoryThatCannotBeRead) {
   EXPECT_TRUE(failsSaying(runOn("/", {"tree"}), "directory"));
 }
 
-TEST(Errors, InventoryFromAPipe) {
-  const Outcome outcome =
-      runProgram("/bin/sh", {"-c", R"(cat "$0" | "$1" --inventory /dev/stdin tree)",
-                             sample("q35-pcie-switches.txt"), PCICIM_PROGRAM});
-  EXPECT_TRUE(failsSaying(outcome, "/dev/stdin: is a pipe"));
-}
-
 TEST(Errors, InventoryWithoutAFunction) {
   const TemporaryFile prose("This is no inventory.\n");
   EXPECT_TRUE(failsSaying(runOn(prose.path(), {"tree"}), prose.path()));

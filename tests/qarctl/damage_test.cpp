@@ -15,9 +15,11 @@ class Damage : public HostTest {
   void expectWarning(std::size_t line, const std::string& reason, std::size_t more) const {
     ASSERT_EQ(logLines().size(), 1U);
     EXPECT_EQ(logLines()[0].priority, LOG_WARNING);
+    std::string rest;
+    if (more == 1) rest = "; 1 more line could not be read";
+    if (more > 1) rest = "; " + std::to_string(more) + " more lines could not be read";
     EXPECT_EQ(logLines()[0].text, "PCI inventory " + inventoryFile().string() + " line " +
-                                      std::to_string(line) + ": " + reason + "; " +
-                                      std::to_string(more) + " more lines could not be read");
+                                      std::to_string(line) + ": " + reason + rest);
   }
 };
 

@@ -12,7 +12,6 @@
 namespace qarctltest {
 namespace {
 
-using HostCtl::ConfigSpace;
 using HostCtl::FunctionAddress;
 using HostCtl::FunctionRecord;
 using HostCtl::HostInput;
@@ -25,9 +24,8 @@ FunctionRecord bridgeAt(const FunctionAddress& address, std::uint8_t secondary,
                         std::uint8_t subordinate) {
   FunctionRecord record;
   record.address = address;
-  record.config.Put(0x0e, 1);
-  record.config.Put(0x19, secondary);
-  record.config.Put(0x1a, subordinate);
+  record.config.secondaryBus = secondary;
+  record.config.subordinateBus = subordinate;
   return record;
 }
 

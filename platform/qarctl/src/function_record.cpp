@@ -1,9 +1,9 @@
 #include "function_record.h"
 
-#include <cctype>
+#include "hex_digit.h"
+
 #include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 
 namespace HostCtl {
@@ -18,15 +18,12 @@ std::string FunctionAddress::ToText() const {
 namespace {
 
 /// Reads `least` to `most` hex digits followed by `end`; advances `at` behind it.
-bool ReadHex(const std::string& text, std::size_t& at, std::size_t least, std::size_t most,
-             char end, std::uint32_t& value) {
+bool ReadHex(std::string_view text, std::size_t& at, std::size_t least, std::size_t most, char end,
+             std::uint32_t& value) {
   std::size_t here = at;
   std::uint32_t number = 0;
-  while (here < text.size() && here - at < most &&
-         std::isxdigit(static_cast<unsigned char>(text[here])) != 0) {
-    const char digit[] = {text[here], '\0'};
-    number = number * 16 + static_cast<std::uint32_t>(std::strtoul(digit, nullptr, 16));
-    ++here;
+  for (; here < text.size() && here - at < most && HexValue(text[here]) >= 0; ++here) {
+    number = number * 16 + static_cast<std::uint32_t>(HexValue(text[here]));
   }
   if (here - at < least || here >= text.size() || text[here] != end) return false;
   at = here + 1;
@@ -36,7 +33,7 @@ bool ReadHex(const std::string& text, std::size_t& at, std::size_t least, std::s
 
 }  // namespace
 
-std::size_t ParseAddress(const std::string& text, FunctionAddress& address) {
+std::size_t ParseAddress(std::string_view text, FunctionAddress& address) {
   std::uint32_t segment = 0;
   std::uint32_t bus = 0;
   std::uint32_t device = 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config_space.h"
+#include "decoded_config.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -29,24 +29,21 @@ struct FunctionAddress {
 
 /// Reads "[segment:]bus:device.function" at the start of a text; answers how many characters it
 /// took, 0 when the text does not start with an address.
-std::size_t ParseAddress(const std::string& text, FunctionAddress& address);
+std::size_t ParseAddress(std::string_view text, FunctionAddress& address);
 
 /// The number that a text begins with, in decimal digits; nothing without one that fits.
 std::optional<std::int32_t> LeadingNumber(std::string_view text);
 
-/// What an input says of one function. What it does not say comes from configuration space.
+/// What is kept of one function.
 struct FunctionRecord {
   FunctionAddress address;
-  ConfigSpace config;
-  std::optional<std::uint16_t> vendorId;
-  std::optional<std::uint16_t> deviceId;
-  std::optional<std::uint16_t> subsystemVendorId;
-  std::optional<std::uint16_t> subsystemId;
-  std::optional<std::uint16_t> classCode;
-  std::optional<std::uint8_t> revisionId;
+  /// Ids, class, revision and buses are those that the input tells by other means where it does.
+  DecodedConfig config;
   std::optional<std::int32_t> slot;
   /// Where the parent sits, where the input names it.
   std::optional<FunctionAddress> parentAddress;
+  /// Where the physical function of a virtual one sits, where it is known.
+  std::optional<FunctionAddress> physicalAddress;
 };
 
 /// What was read. `parentsKnown` says that the input itself tells parents.
@@ -55,8 +52,9 @@ struct HostInput {
   bool parentsKnown = false;
 };
 
-/// Reads a saved inventory. Throws HostCtl::Lib::HostCtlException naming the file and the reason;
-/// lines that cannot be read are skipped and reported once.
+/// Reads a saved inventory, once and in pieces, so that it may be a pipe. Throws
+/// HostCtl::Lib::HostCtlException naming the file and the reason; lines that cannot be read are
+/// skipped and reported once.
 HostInput ReadInventory(const std::string& file);
 
 /// Reads the text of a saved inventory; `name` stands for it in messages. As above.

@@ -8,6 +8,7 @@
 #include <string>
 
 #include <sys/utsname.h>
+#include <syslog.h>
 
 namespace HostCtl {
 
@@ -20,11 +21,28 @@ HostInput ReadInput() {
   return ReadSysfs(root != nullptr && *root != '\0' ? root : "/sys");
 }
 
+/// Tells once of a reading how many functions do not answer, and names the first of them.
+void ReportSilent(const Snapshot& snapshot) {
+  constexpr std::size_t kMostNames = 8;
+  std::size_t count = 0;
+  std::string names;
+  for (std::size_t index = 0; index < snapshot.Size(); ++index) {
+    if (snapshot.Function(index).config.answers) continue;
+    if (++count > kMostNames) continue;
+    names += (count == 1 ? "" : ", ") + snapshot.Function(index).address.ToText();
+  }
+  if (count == 0) return;
+  if (count > kMostNames) names += " and " + std::to_string(count - kMostNames) + " more";
+  syslog(LOG_WARNING, "%zu PCI %s not answer, configuration space reads all ones: %s", count,
+         count == 1 ? "function does" : "functions do", names.c_str());
+}
+
 class PciInput : public Hardware::PciInfo {
  public:
   std::vector<std::unique_ptr<Hardware::PciDevice>> GetPciDevices() override {
     TryNameListAgain();
     const auto snapshot = std::make_shared<const Snapshot>(ReadInput());
+    ReportSilent(*snapshot);
     std::vector<std::unique_ptr<Hardware::PciDevice>> devices;
     devices.reserve(snapshot->Size());
     for (std::size_t index = 0; index < snapshot->Size(); ++index) {

@@ -45,44 +45,27 @@ class DeviceView : public Hardware::PciDevice {
   std::uint8_t GetDeviceNumber() const override { return Record().address.device; }
   std::uint8_t GetFunctionNumber() const override { return Record().address.function; }
 
-  std::int32_t GetPhysicalSlot() const override {
-    if (Record().slot) return *Record().slot;
-    const std::size_t parent = snapshot_->Parent(index_);
-    const std::uint32_t slot =
-        parent != Snapshot::kNone ? snapshot_->Function(parent).config.SlotNumberBelow() : 0;
-    return slot != 0 ? static_cast<std::int32_t>(slot) : -1;
-  }
-
-  std::uint16_t GetVendorId() const override {
-    return Record().vendorId.value_or(Record().config.VendorId());
-  }
+  std::int32_t GetPhysicalSlot() const override { return snapshot_->Slot(index_); }
+  std::uint16_t GetVendorId() const override { return Config().vendorId; }
   std::string GetVendorName() const override { return LookUpVendorName(GetVendorId()); }
-  std::uint16_t GetDeviceId() const override {
-    return Record().deviceId.value_or(Record().config.DeviceId());
-  }
-  std::uint16_t GetSubsystemVendorId() const override {
-    return Record().subsystemVendorId.value_or(Record().config.SubsystemVendorId());
-  }
-  std::uint16_t GetSubsystemId() const override {
-    return Record().subsystemId.value_or(Record().config.SubsystemId());
-  }
+  std::uint16_t GetDeviceId() const override { return Config().deviceId; }
+  std::uint16_t GetSubsystemVendorId() const override { return Config().subsystemVendorId; }
+  std::uint16_t GetSubsystemId() const override { return Config().subsystemId; }
   std::string GetDeviceName() const override {
     return LookUpDeviceName(GetVendorId(), GetDeviceId());
   }
-  std::uint16_t GetClassCode() const override {
-    return Record().classCode.value_or(Record().config.ClassCode());
-  }
-  std::uint8_t GetRevisionId() const override {
-    return Record().revisionId.value_or(Record().config.RevisionId());
-  }
-  std::uint8_t GetSecondaryBusNumber() const override { return Record().config.SecondaryBus(); }
+  std::uint16_t GetClassCode() const override { return Config().classCode; }
+  std::uint8_t GetRevisionId() const override { return Config().revisionId; }
+  std::uint8_t GetSecondaryBusNumber() const override { return Config().secondaryBus; }
   std::vector<std::uint32_t> GetCapabilities() const override {
-    return Record().config.CimCapabilities();
+    std::vector<std::uint32_t> values;
+    for (std::uint32_t value = 0; value < 16; ++value) {
+      if ((Config().cimCapabilities >> value & 1U) != 0) values.push_back(value);
+    }
+    return values;
   }
-  bool HasCapability(std::uint8_t id) const override {
-    return Record().config.FindCapability(id) != 0;
-  }
-  std::int32_t GetPcieDeviceType() const override { return Record().config.PcieDeviceType(); }
+  bool HasCapability(std::uint8_t id) const override { return Config().capabilityIds[id]; }
+  std::int32_t GetPcieDeviceType() const override { return Config().pcieDeviceType; }
   std::unique_ptr<PciDevice> GetParent() const override {
     const std::size_t parent = snapshot_->Parent(index_);
     return parent != Snapshot::kNone ? snapshot_->MakeDevice(parent) : nullptr;
@@ -90,37 +73,63 @@ class DeviceView : public Hardware::PciDevice {
 
  private:
   const FunctionRecord& Record() const { return snapshot_->Function(index_); }
+  const DecodedConfig& Config() const { return Record().config; }
 
   std::shared_ptr<const Snapshot> snapshot_;
   std::size_t index_;
 };
 
+bool IsBefore(const FunctionRecord& left, const FunctionRecord& right) {
+  return left.address < right.address;
+}
+
 }  // namespace
 
 Snapshot::Snapshot(HostInput input) : functions_(std::move(input.functions)) {
-  std::stable_sort(functions_.begin(), functions_.end(),
-                   [](const FunctionRecord& left, const FunctionRecord& right) {
-                     return left.address < right.address;
-                   });
+  functions_.shrink_to_fit();
+  // Sorting takes room of its own, and most inputs are in order.
+  if (!std::is_sorted(functions_.begin(), functions_.end(), IsBefore)) {
+    std::stable_sort(functions_.begin(), functions_.end(), IsBefore);
+  }
   parents_.assign(functions_.size(), kNone);
   if (input.parentsKnown) {
     FindParentsByName();
   } else {
     FindParentsByBusRange();
   }
+  FindSlots();
+}
+
+std::size_t Snapshot::Find(const FunctionAddress& address) const {
+  const auto found =
+      std::lower_bound(functions_.begin(), functions_.end(), address,
+                       [](const FunctionRecord& function, const FunctionAddress& sought) {
+                         return function.address < sought;
+                       });
+  if (found == functions_.end() || address < found->address) return kNone;
+  return static_cast<std::size_t>(found - functions_.begin());
 }
 
 void Snapshot::FindParentsByName() {
-  const auto isBefore = [](const FunctionRecord& function, const FunctionAddress& address) {
-    return function.address < address;
-  };
   for (std::size_t index = 0; index < functions_.size(); ++index) {
     const auto& name = functions_[index].parentAddress;
-    if (!name) continue;
-    const auto found = std::lower_bound(functions_.begin(), functions_.end(), *name, isBefore);
-    if (found == functions_.end() || *name < found->address) continue;
-    const auto parent = static_cast<std::size_t>(found - functions_.begin());
+    const std::size_t parent = name ? Find(*name) : kNone;
     if (parent != index) parents_[index] = parent;
+  }
+}
+
+/// A function that names no slot sits in that of the port above it. Where a virtual function's
+/// address lies says nothing: it sits where its physical one does.
+void Snapshot::FindSlots() {
+  for (std::size_t index = 0; index < functions_.size(); ++index) {
+    FunctionRecord& function = functions_[index];
+    if (function.slot || parents_[index] == kNone) continue;
+    const std::uint16_t number = functions_[parents_[index]].config.slotBelow;
+    if (number != 0) function.slot = number;
+  }
+  for (FunctionRecord& function : functions_) {
+    const std::size_t physical = function.physicalAddress ? Find(*function.physicalAddress) : kNone;
+    if (physical != kNone && functions_[physical].slot) function.slot = functions_[physical].slot;
   }
 }
 
@@ -139,9 +148,8 @@ void Snapshot::FindParentsByBusRange() {
 void Snapshot::FindParentsInSegment(std::size_t begin, std::size_t end) {
   BusClaims claims{};
   for (std::size_t index = begin; index < end; ++index) {
-    const ConfigSpace& config = functions_[index].config;
-    const unsigned first = config.SecondaryBus();
-    const unsigned last = config.SubordinateBus();
+    const unsigned first = functions_[index].config.secondaryBus;
+    const unsigned last = functions_[index].config.subordinateBus;
     if (first == 0 || last < first) continue;
     for (unsigned bus = first; bus <= last; ++bus) Offer(claims[bus], {index, last - first});
   }

@@ -1,15 +1,16 @@
+#include "file_start.h"
 #include "function_record.h"
-#include "text_file.h"
 
 #include <qarctl/HostCtlException.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <map>
 #include <system_error>
-#include <utility>
+#include <vector>
 
 namespace HostCtl {
 
@@ -17,22 +18,30 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What could be read of an attribute: one bad file never loses a function.
+/// What could be read of an attribute: one bad file never loses a function. A page is the most
+/// that an attribute has, and none that is read here is longer than a line.
 std::string ReadAttribute(const fs::path& file) {
-  std::error_code error;
-  return ReadTextFile(file.string(), error);
+  constexpr std::size_t kLine = 128;
+  const std::vector<std::uint8_t> bytes = ReadFileStart(file.string(), kLine);
+  return {bytes.begin(), bytes.end()};
 }
 
-/// A number attribute such as "0x8086" without its low `shift` bits; nothing when it is missing
-/// or no number of that width.
+/// A number attribute such as "0x8086" or "12", without its low `shift` bits; nothing when it is
+/// missing or no number of that width.
 template <class Number>
-std::optional<Number> ReadNumber(const fs::path& file, unsigned shift = 0) {
+std::optional<Number> ReadNumber(const fs::path& file, int base, unsigned shift = 0) {
   const std::string text = ReadAttribute(file);
   char* end = nullptr;
-  const unsigned long value = std::strtoul(text.c_str(), &end, 16) >> shift;
+  const unsigned long value = std::strtoul(text.c_str(), &end, base) >> shift;
   const bool isWhole = end != text.c_str() && (*end == '\0' || *end == '\n');
   if (!isWhole || value > std::numeric_limits<Number>::max()) return std::nullopt;
   return static_cast<Number>(value);
+}
+
+/// Takes the attribute in place of what the bytes say, where it is there.
+template <class Number>
+void Prefer(const fs::path& file, int base, Number& number, unsigned shift = 0) {
+  number = ReadNumber<Number>(file, base, shift).value_or(number);
 }
 
 std::optional<FunctionAddress> AddressOf(const std::string& name) {
@@ -50,25 +59,51 @@ std::optional<FunctionAddress> ParentOf(const fs::path& device) {
   return AddressOf(place.parent_path().filename().string());
 }
 
-FunctionRecord ReadFunction(const fs::path& device, const FunctionAddress& address) {
-  FunctionRecord record;
-  record.address = address;
-  const std::string config = ReadAttribute(device / "config");
-  record.config = ConfigSpace({config.begin(), config.end()});
-  record.vendorId = ReadNumber<std::uint16_t>(device / "vendor");
-  record.deviceId = ReadNumber<std::uint16_t>(device / "device");
-  record.subsystemVendorId = ReadNumber<std::uint16_t>(device / "subsystem_vendor");
-  record.subsystemId = ReadNumber<std::uint16_t>(device / "subsystem_device");
-  // The attribute's low byte is the programming interface.
-  record.classCode = ReadNumber<std::uint16_t>(device / "class", 8);
-  record.revisionId = ReadNumber<std::uint8_t>(device / "revision");
-  record.parentAddress = ParentOf(device);
-  return record;
+/// The physical function of a virtual one: what the link in its folder names.
+std::optional<FunctionAddress> PhysicalOf(const fs::path& device) {
+  std::error_code error;
+  const fs::path target = fs::read_symlink(device / "physfn", error);
+  if (error) return std::nullopt;
+  return AddressOf(target.filename().string());
+}
+
+/// Nothing beyond the standard space is asked for: on broken hardware reading extended space has
+/// effects of its own.
+ConfigSpace ReadConfig(const fs::path& device) {
+  const auto bytes = ReadFileStart((device / "config").string(), ConfigSpace::kStandardBytes);
+  ConfigSpace config;
+  config.Put(0, bytes.data(), bytes.size());
+  return config;
 }
 
 /// A function that went away while its host was read leaves its name behind and no more.
-bool IsThere(const FunctionRecord& record) {
-  return record.config.Has(0x00, 2) || record.vendorId || record.deviceId || record.classCode;
+std::optional<FunctionRecord> ReadFunction(const fs::path& device, const FunctionAddress& address) {
+  constexpr int kHex = 16;
+  const ConfigSpace config = ReadConfig(device);
+  const auto vendor = ReadNumber<std::uint16_t>(device / "vendor", kHex);
+  const auto id = ReadNumber<std::uint16_t>(device / "device", kHex);
+  // The attribute's low byte is the programming interface.
+  const auto classCode = ReadNumber<std::uint16_t>(device / "class", kHex, 8);
+  if (!config.Has(0x00, 2) && !vendor && !id && !classCode) return std::nullopt;
+
+  FunctionRecord record;
+  record.address = address;
+  record.config = Decode(config);
+  record.config.vendorId = vendor.value_or(record.config.vendorId);
+  record.config.deviceId = id.value_or(record.config.deviceId);
+  record.config.classCode = classCode.value_or(record.config.classCode);
+  Prefer(device / "subsystem_vendor", kHex, record.config.subsystemVendorId);
+  Prefer(device / "subsystem_device", kHex, record.config.subsystemId);
+  Prefer(device / "revision", kHex, record.config.revisionId);
+  if (!record.config.answers) {
+    // The kernel remembers which bus it found behind a bridge.
+    constexpr int kDecimal = 10;
+    Prefer(device / "secondary_bus_number", kDecimal, record.config.secondaryBus);
+    Prefer(device / "subordinate_bus_number", kDecimal, record.config.subordinateBus);
+  }
+  record.parentAddress = ParentOf(device);
+  record.physicalAddress = PhysicalOf(device);
+  return record;
 }
 
 /// The entries of a folder by name; `error` says what ended the reading early.
@@ -130,10 +165,10 @@ HostInput ReadSysfs(const std::string& root) {
   for (const fs::path& entry : ListIfThere(bus / "devices")) {
     const auto address = AddressOf(entry.filename().string());
     if (!address) continue;
-    FunctionRecord record = ReadFunction(entry, *address);
-    if (!IsThere(record)) continue;
-    record.slot = SlotOf(*address, slots);
-    input.functions.push_back(std::move(record));
+    auto record = ReadFunction(entry, *address);
+    if (!record) continue;
+    record->slot = SlotOf(*address, slots);
+    input.functions.push_back(*record);
   }
   return input;
 }

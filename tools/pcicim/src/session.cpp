@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "inventory_check.h"
+#include "error_log.h"
 #include "path_text.h"
 
 namespace pcicim {
@@ -167,19 +167,40 @@ void Session::checkInput() {
   }
 }
 
+/// The provider reads the inventory when it is first asked, and nobody else may: a pipe comes once.
+/// It logs trouble as an error and then answers as a host without PCI does, which a person must not
+/// take for the truth.
 void Session::checkSavedInventory() {
-  checkInventory(inventory(), [this](const std::string& address) {
-    cimom::ObjectPath device;
-    device.className = "Zelmar_PCIDevice";
-    device.keys.push_back({"DeviceID", cimom::Value::text(address)});
-    try {
-      manager_->getInstance(device);
-      return true;
-    } catch (const cimom::CimError& error) {
-      // Any other answer says nothing about the inventory.
-      return error.code() != CMPI_RC_ERR_NOT_FOUND;
-    }
-  });
+  const std::size_t errors = errorsLogged();
+  letProviderRead();
+  if (errorsLogged() == errors || listsAny("Zelmar_PCIDevice") || listsAny("Zelmar_PCIBridge") ||
+      listsAny("Zelmar_PCIeSwitch")) {
+    return;
+  }
+  throw std::runtime_error(inventory() + ": no PCI function could be read from it");
+}
+
+/// Any question makes it read; this one has a short answer.
+void Session::letProviderRead() {
+  cimom::ObjectPath nothing;
+  nothing.className = "Zelmar_PCIDevice";
+  nothing.keys.push_back({"DeviceID", cimom::Value::text("")});
+  try {
+    manager_->getInstance(nothing);
+  } catch (const cimom::CimError&) {
+    // There is none.
+  }
+}
+
+bool Session::listsAny(const std::string& className) {
+  cimom::ObjectPath asked;
+  asked.className = className;
+  try {
+    return !manager_->enumerateInstanceNames(asked).empty();
+  } catch (const cimom::CimError&) {
+    // Says nothing about the inventory, and whoever asks for that class is told.
+    return true;
+  }
 }
 
 std::string Session::inventory() const {

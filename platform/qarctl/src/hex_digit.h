@@ -1,0 +1,13 @@
+#pragma once
+
+namespace HostCtl {
+
+/// The value of a hex digit; -1 for any other character.
+inline int HexValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+}  // namespace HostCtl
