@@ -159,12 +159,65 @@ TEST_F(Damage, OfAnOffsetLeavesTheBytesOutOfWrongPlaces) {
   expectWarning(3, "lines missing before these bytes", 0);
 }
 
-TEST_F(Damage, OfMissingLinesLeavesOutWhatNothingVouchesFor) {
-  const Devices devices =
-      readInventory("00:01.0 x\n" + first().hexLines(0, 16) + first().hexLines(32));
-  EXPECT_EQ(devices.at(0)->GetDeviceId(), 0x10d3);
-  EXPECT_EQ(devices.at(0)->GetSubsystemId(), 0);
-  expectWarning(3, "lines missing before these bytes", 1);
+/// A switch's upstream port: what it is stands in its last rows.
+MadeFunction port() {
+  return MadeFunction("00:01.0").bridge(2, 4).express(5, 0xe0);
+}
+
+std::string withoutRow(const std::string& lines, const std::string& offset) {
+  const std::size_t begin = lines.find(offset + ": ");
+  return std::string(lines).erase(begin, lines.find('\n', begin) + 1 - begin);
+}
+
+TEST_F(Damage, OfAMissingRowLeavesTheRowsBehindItWhereTheirOffsetsSay) {
+  const std::string text = withoutRow(port().text(), "20");
+  for (const std::string& behind : {second().text(), std::string()}) {
+    logLines().clear();
+    const Devices devices = readInventory(text + behind);
+    EXPECT_EQ(devices.at(0)->GetPcieDeviceType(), 5);
+    EXPECT_EQ(devices.at(0)->GetSecondaryBusNumber(), 2);
+    expectWarning(4, "lines missing before these bytes", 0);
+  }
+}
+
+TEST_F(Damage, OfSeveralMissingRowsIsCountedForEachGap) {
+  const std::string text = withoutRow(withoutRow(port().text(), "20"), "80");
+  EXPECT_EQ(readInventory(text + second().text()).at(0)->GetPcieDeviceType(), 5);
+  expectWarning(4, "lines missing before these bytes", 1);
+}
+
+TEST_F(Damage, OfAMissingRowDropsTheRowsBehindItWhereAFunctionsLineMayBeLost) {
+  const std::string text = withoutRow(port().text(), "20");
+  const auto lost = MadeFunction("00:01.5").dword(0x2c, 0x44443333).express(4);
+  const Devices devices = readInventory(text + lost.hexLines() + "\n" + second().text());
+  ASSERT_THAT(addressesOf(devices), ElementsAre("0000:00:01.0", "0000:00:02.0"));
+  EXPECT_EQ(devices[0]->GetSecondaryBusNumber(), 2) << "in front of the gap";
+  EXPECT_EQ(devices[0]->GetPcieDeviceType(), -1);
+  EXPECT_EQ(devices[0]->GetVendorId(), 0x8086);
+  expectWarning(4, "lines missing before these bytes", 28);
+}
+
+TEST_F(Damage, OfAMissingRowDropsTheRowsBehindAnythingButARow) {
+  for (const char* between : {"\n", "\tFlags: fast\n", "0?:03.0 x\n20 00\n"}) {
+    const std::string text = withoutRow(withoutRow(port().text(), "20"), "30");
+    const std::size_t gap = text.find("40: ");
+    const Devices devices = readInventory(std::string(text).insert(gap, between));
+    EXPECT_EQ(devices.at(0)->GetPcieDeviceType(), -1) << between;
+    EXPECT_EQ(devices.at(0)->GetSecondaryBusNumber(), 2) << between;
+  }
+}
+
+TEST_F(Damage, OfAMissingRowLeavesASlotBehindItOut) {
+  const std::string text = withoutRow(first().text(), "10") + "\tPhysical Slot: 4\n";
+  EXPECT_EQ(readInventory(text).at(0)->GetPhysicalSlot(), -1);
+}
+
+TEST_F(Damage, OfAFewRowsTakenTwiceLeavesOutTheSecondTime) {
+  const auto function = MadeFunction("00:01.0").bridge(2, 4).capability(0x01, 0x40);
+  const Devices devices = readInventory(function.text() + function.hexLines(0x40) + "\n");
+  EXPECT_EQ(devices.size(), 1U);
+  EXPECT_TRUE(devices[0]->HasCapability(0x01));
+  expectWarning(19, "bytes of no known function", 11);
 }
 
 TEST_F(Damage, OfAFunctionsOwnLineLosesItAloneAndNotTheOneBefore) {

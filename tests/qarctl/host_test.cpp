@@ -121,12 +121,39 @@ TEST_F(Failures, OfTheReadingItselfAreHostControlsToo) {
   EXPECT_THAT(failure(), AllOf(HasSubstr("/proc/self/mem"), HasSubstr("Input/output error")));
 }
 
-TEST_F(Failures, AreInventoriesThatHoldNoFunction) {
-  for (const char* text : {"\n", "no function here\n", "00:02.0 VGA compatible controller: x\n",
-                           "00: 86 80 d3 10\n", "00:02.0 x\n00: lspci: oops\n"}) {
+/// Text in two bytes a character, the lower one first.
+std::string wide(const std::string& text) {
+  std::string bytes;
+  for (const char c : text) bytes += {c, '\0'};
+  return bytes;
+}
+
+TEST_F(Failures, OfInventoriesWithoutAFunctionSayWhatWasFoundAndWhatIsExpected) {
+  const std::string one = MadeFunction("00:02.0").text();
+  const std::pair<std::string, const char*> cases[] = {
+      {"\n", "other text"},
+      {"no function here\n", "other text"},
+      {"00:02.0 VGA compatible controller: x\n",
+       "functions without their bytes (lspci without -x)"},
+      {"00:02.0 x\n00: lspci: oops\n", "functions without their bytes (lspci without -x)"},
+      {"00: 86 80 d3 10\n", "bytes without the lines that name their functions"},
+      {"Slot:\t00:02.0\nClass:\tEthernet controller\n\n", "the fields of lspci -vmm"},
+      {"-[0000:00]-+-00.0  Made\n           \\-1f.0  Made\n", "the tree of lspci -t"},
+      {"\xff\xfe" + wide(one), "UTF-16 text"},
+      {wide(one), "UTF-16 text"},
+      {std::string("\0", 1) + wide(one), "UTF-16 text"},
+      {"\x1f\x8b\x08 made", "a file compressed by gzip"},
+      {"\xfd\x37zXZ made", "a file compressed by xz"},
+      {"BZh9 made", "a file compressed by bzip2"},
+      {"\x28\xb5\x2f\xfd made", "a file compressed by zstd"},
+      {"PK\x03\x04 made", "a zip archive"},
+      {std::string("\x7f made\0\0\0", 9), "bytes that are no text"},
+  };
+  for (const auto& [text, found] : cases) {
     useInventory(text);
-    EXPECT_EQ(failure(), "PCI inventory " + inventoryFile().string() + " holds no PCI function")
-        << text;
+    EXPECT_EQ(failure(), "PCI inventory " + inventoryFile().string() +
+                             " holds no PCI function: found " + found +
+                             ", expected what lspci -D -xxxx writes");
   }
 }
 

@@ -1,6 +1,9 @@
 // The live host, below a made-up root.
 #include "host_fixture.h"
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 namespace qarctltest {
 namespace {
 
@@ -65,9 +68,36 @@ TEST_F(Sysfs, AFunctionThatIsGoneOrUnreadableDoesNotLoseTheOthers) {
   EXPECT_EQ(devices.at(1)->GetDeviceId(), 0);
 }
 
-TEST_F(Sysfs, OnlyTheFirstFourThousandBytesCount) {
-  plug("pci0000:00/0000:00:02.0", MadeFunction("", 5000).express(4));
+/// What was asked of configuration space since the test began.
+int configReads = 0;
+std::size_t configBytesAsked = 0;
+
+void noteConfigRead(int descriptor, std::size_t count) {
+  std::error_code ignored;
+  const fs::path file = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor), ignored);
+  if (file.filename() != "config") return;
+  ++configReads;
+  configBytesAsked += count;
+}
+
+TEST_F(Sysfs, ConfigurationSpaceIsAskedOnceAndForTheStandardPartAlone) {
+  plug("pci0000:00/0000:00:02.0", MadeFunction("", 4096).express(4));
+  configReads = 0;
+  configBytesAsked = 0;
   EXPECT_EQ(read().at(0)->GetPcieDeviceType(), 4);
+  EXPECT_EQ(configReads, 1);
+  EXPECT_EQ(configBytesAsked, 256U);
+}
+
+TEST_F(Sysfs, BytesBehindTheStandardSpaceAreNobodysRegisters) {
+  const auto port = MadeFunction("", 4096).bridge(1, 1).express(4, 0xf0).slot(7, 0xf0);
+  plug("pci0000:00/0000:00:01.0", port);
+  plug("pci0000:00/0000:00:01.0/0000:01:00.0", MadeFunction(""));
+  EXPECT_EQ(read().at(1)->GetPhysicalSlot(), -1) << "its slot register would stand at 0x104";
+  EXPECT_EQ(readInventory("00:01.0 x\n" + port.hexLines() + MadeFunction("01:00.0").text())
+                .at(1)
+                ->GetPhysicalSlot(),
+            -1);
 }
 
 TEST_F(Sysfs, WithoutThePciBusIsAHostWithoutFunctions) {
@@ -115,4 +145,16 @@ TEST_F(Sysfs, AndInventoryOfTheSameMachineSayTheSame) {
 }
 
 }  // namespace
+
 }  // namespace qarctltest
+
+// These stand before the C library's.
+extern "C" {
+__attribute__((visibility("default"))) ssize_t pread(int descriptor, void* bytes, std::size_t count,
+                                                     off_t offset);
+
+ssize_t pread(int descriptor, void* bytes, std::size_t count, off_t offset) {
+  qarctltest::noteConfigRead(descriptor, count);
+  return syscall(SYS_pread64, descriptor, bytes, count, offset);
+}
+}

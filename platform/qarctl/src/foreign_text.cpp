@@ -49,6 +49,7 @@ std::string ForeignText::Description() const {
   if (IsWide(begin_)) return "UTF-16 text";
   if (begin_.find('\0') != std::string::npos) return "bytes that are no text";
   if (functionsWithoutBytes_) return "functions without their bytes (lspci without -x)";
+  if (bytesWithoutFunctions_) return "bytes without the lines that name their functions";
   if (fields_) return "the fields of lspci -vmm";
   if (tree_) return "the tree of lspci -t";
   return "other text";

@@ -16,6 +16,8 @@ class ForeignText {
   void TakeLine(std::string_view line);
   /// A function's own line that no bytes followed.
   void TakeFunctionWithoutBytes() { functionsWithoutBytes_ = true; }
+  /// Bytes that no function's own line stands above.
+  void TakeBytesWithoutFunction() { bytesWithoutFunctions_ = true; }
 
   /// What was found, as the object of a sentence.
   std::string Description() const;
@@ -25,6 +27,7 @@ class ForeignText {
   bool fields_ = false;
   bool tree_ = false;
   bool functionsWithoutBytes_ = false;
+  bool bytesWithoutFunctions_ = false;
 };
 
 }  // namespace HostCtl

@@ -236,6 +236,7 @@ void InventoryReader::TakeRow(std::string_view text, std::size_t offset) {
   }
   const bool follows = skippedLines_ == 0 && lineNumber_ == lastRowLine_ + 1;
   if (!open_) {
+    foreign_.TakeBytesWithoutFunction();
     Skip("bytes of no known function");
   } else if (offset >= ConfigSpace::kMostBytes) {
     Skip("offset beyond configuration space");
