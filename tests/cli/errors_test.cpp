@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -90,6 +91,43 @@ TEST(Errors, AnInstanceThatIsNotThere) {
 TEST(Errors, InventoryThatCannotBeRead) {
   EXPECT_TRUE(failsSaying(runOn("/nonexistent/inventory", {"tree"}), "/nonexistent/inventory"));
   EXPECT_TRUE(failsSaying(runOn("/", {"tree"}), "directory"));
+  EXPECT_TRUE(failsSaying(runOn(std::string(6000, 'x'), {"tree"}), "File name too long"));
+}
+
+/// pcicim over what a shell command writes, with the file's name for it to read from.
+Outcome onPipe(const std::string& writer, const std::string& command, const std::string& file) {
+  return runProgram("/bin/sh", {"-c", writer + R"( "$0" | "$1" --inventory /dev/stdin )" + command,
+                                file, PCICIM_PROGRAM});
+}
+
+TEST(Errors, InventoryFromAPipeIsNone) {
+  const std::string machine = sample("q35-pcie-switches.txt").string();
+  for (const char* command : {"tree", "count", "enum Zelmar_PCIPort --format json"}) {
+    const Outcome piped = onPipe("cat", command, machine);
+    EXPECT_EQ(piped.status, 0) << piped.err;
+    EXPECT_EQ(piped.err, "");
+    const Outcome read = runProgram(
+        "/bin/sh",
+        {"-c", std::string(R"("$1" --inventory "$0" )") + command, machine, PCICIM_PROGRAM});
+    EXPECT_EQ(piped.out, read.out) << command;
+  }
+}
+
+TEST(Errors, ThingsThatAreNoInventorySayWhatTheyAre) {
+  const std::string machine = sample("i440fx-conventional.txt").string();
+  EXPECT_TRUE(failsSaying(onPipe("gzip -c", "tree", machine), "compressed by gzip"));
+  EXPECT_TRUE(failsSaying(onPipe("iconv -t UTF-16", "tree", machine), "UTF-16"));
+  const Outcome endless = runOn("/dev/zero", {"count"});
+  EXPECT_TRUE(failsSaying(endless, "64 MiB"));
+  EXPECT_TRUE(endless.err.ends_with("pcicim: /dev/zero: no PCI function could be read from it\n"))
+      << endless.err;
+}
+
+TEST(Errors, InventoryFromAFifoWithoutWriter) {
+  const TemporaryFile name("");
+  std::filesystem::remove(name.path());
+  ASSERT_EQ(mkfifo(name.path().c_str(), 0600), 0);
+  EXPECT_TRUE(failsSaying(runOn(name.path(), {"tree"}), "a FIFO that nobody writes to"));
 }
 
 TEST(Errors, InventoryWithoutAFunction) {
@@ -113,6 +151,16 @@ TEST(Errors, AnInventoryOfOneHostBridgeIsNone) {
   const Outcome outcome = runOn(machine.path(), {"enum", "Zelmar_PCIDevice", "--format", "json"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(outcome.out, "[]\n");
+}
+
+// Duplicates are errors of their own, and these are in no enumeration.
+TEST(Errors, AHostBridgeThatIsThereTwiceIsNone) {
+  const std::string bridge = MadeFunction("00:00.0").classCode(0x0600).text();
+  const TemporaryFile machine(bridge + bridge);
+  const Outcome outcome = runOn(machine.path(), {"enum", "Zelmar_PCIDevice", "--format", "json"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.out, "[]\n");
+  EXPECT_NE(outcome.err.find("duplicate"), std::string::npos) << outcome.err;
 }
 
 TEST(Errors, DamagedLinesAreReportedAndTheRestIsServed) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 
 #include "../cli/tree_text.h"
@@ -212,22 +213,49 @@ TEST(Unprivileged, ShowsSwitchesAsPlainBridges) {
   EXPECT_EQ(instances("plain-live", "Zelmar_PCIBridge").size(), 7U + 2U + 6U);
 }
 
-TEST(VirtualFunctions, HaveTheIdsThatOnlySysfsKnows) {
+/// Privileged answers live, from an inventory with extended space, and from one whose lines carry
+/// ids.
+class VirtualFunctions : public testing::TestWithParam<const char*> {
+ protected:
+  static std::vector<Json> devices() { return instances(GetParam(), "Zelmar_PCIDevice"); }
+};
+
+TEST_P(VirtualFunctions, HaveIdsThoughTheirBytesShowNone) {
   ASSERT_EQ(occurrences(answer("virtual.txt"), "\n00: ff ff ff ff "), kVirtualFunctions);
   const std::map<std::string, Fields> fields = fieldsByAddress(answer("virtual.ids"));
   ASSERT_EQ(fields.size(), kFunctions + kVirtualFunctions);
-  const std::vector<Json> devices = instances("virtual", "Zelmar_PCIDevice");
-  ASSERT_EQ(devices.size(), 10U + kVirtualFunctions);
-  for (const Json& device : devices) {
+  ASSERT_EQ(devices().size(), 10U + kVirtualFunctions);
+  for (const Json& device : devices()) {
     expectAllIds(device, fields.at(device.at("DeviceID")));
   }
 }
 
-TEST(VirtualFunctions, SitWhereThePhysicalOneDoes) {
+TEST_P(VirtualFunctions, AreWhatTheyAreLive) {
+  EXPECT_EQ(differences(instances("virtual", "Zelmar_PCIDevice"), devices(), {"PhysicalSlot"}), "");
+}
+
+TEST_P(VirtualFunctions, SitInTheSlotOfThePhysicalOne) {
+  std::map<std::string, int> slots;
+  for (const Json& device : devices()) {
+    slots[device.at("DeviceID")] = device.value("PhysicalSlot", -1);
+  }
+  std::istringstream pairs(answer("virtual.physical"));
+  std::size_t count = 0;
+  for (std::string function, physical; pairs >> function >> physical; ++count) {
+    EXPECT_EQ(slots.at(function), 12) << "of the port above";
+    EXPECT_EQ(slots.at(physical), slots.at(function));
+  }
+  EXPECT_EQ(count, kVirtualFunctions);
+}
+
+TEST_P(VirtualFunctions, AreInTheTreeWhereLspciHasThem) {
   const clitest::Parents expected = parseLspciTree(answer("virtual-lspci.tree"));
   ASSERT_EQ(expected.size(), kFunctions + kVirtualFunctions);
-  EXPECT_EQ(parsePcicimTree(answer("virtual.tree")), expected);
+  EXPECT_EQ(parsePcicimTree(answer(std::string(GetParam()) + ".tree")), expected);
 }
+
+INSTANTIATE_TEST_SUITE_P(Sources, VirtualFunctions,
+                         testing::Values("virtual", "virtual-saved", "virtual-named"));
 
 }  // namespace
 }  // namespace vmtest

@@ -1,7 +1,10 @@
 #include "error_log.h"
 
-#include <atomic>
+#include <algorithm>
 #include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <utility>
 
 // The command's own stand before the C library's for every library that it loads, since it exports
 // them; hardened builds call the second one. <syslog.h> would define both inline in such a build.
@@ -13,25 +16,73 @@ __attribute__((visibility("default"))) void __syslog_chk(int priority, int flag,
                                                          ...);
 }
 
+namespace pcicim {
 namespace {
 
-std::atomic<std::size_t> errors = 0;
+std::mutex mutex;
+ErrorWatch* current = nullptr;
 
-void countAndLog(int priority, const char* format, va_list arguments) {
+/// Of any length: what is looked for may be at the end.
+std::string textOf(const char* format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, again);
+  va_end(again);
+  std::string text(static_cast<std::size_t>(std::max(length, 0)) + 1, '\0');
+  va_copy(again, arguments);
+  std::vsnprintf(text.data(), text.size(), format, again);
+  va_end(again);
+  text.pop_back();
+  return text;
+}
+
+void lookAndLog(int priority, const char* format, va_list arguments) {
   constexpr int kPriorityBits = 7;
   constexpr int kError = 3;
   if ((priority & kPriorityBits) == kError) {
-    ++errors;
+    const std::string line = textOf(format, arguments);
+    ErrorWatch::look(line);
   }
   vsyslog(priority, format, arguments);
 }
 
+bool endsWord(char c) {
+  return c == ' ' || c == ':' || c == ',';
+}
+
 }  // namespace
 
-namespace pcicim {
+ErrorWatch::ErrorWatch(std::string name) : name_(std::move(name)) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  current = this;
+}
 
-std::size_t errorsLogged() {
-  return errors;
+ErrorWatch::~ErrorWatch() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  current = nullptr;
+}
+
+bool ErrorWatch::noticed() const {
+  const std::lock_guard<std::mutex> lock(mutex);
+  return noticed_;
+}
+
+void ErrorWatch::look(std::string_view line) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  if (current != nullptr && current->isIn(line)) {
+    current->noticed_ = true;
+  }
+}
+
+bool ErrorWatch::isIn(std::string_view line) const {
+  for (std::size_t at = line.find(name_); at != std::string_view::npos;
+       at = line.find(name_, at + 1)) {
+    const std::size_t end = at + name_.size();
+    if ((at == 0 || line[at - 1] == ' ') && (end == line.size() || endsWord(line[end]))) {
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace pcicim
@@ -39,13 +90,13 @@ std::size_t errorsLogged() {
 void syslog(int priority, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  countAndLog(priority, format, arguments);
+  pcicim::lookAndLog(priority, format, arguments);
   va_end(arguments);
 }
 
 void __syslog_chk(int priority, int /*flag*/, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  countAndLog(priority, format, arguments);
+  pcicim::lookAndLog(priority, format, arguments);
   va_end(arguments);
 }

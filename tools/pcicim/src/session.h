@@ -39,8 +39,6 @@ class Session {
   void checkInput();
   void checkSavedInventory();
   void letProviderRead();
-  /// Whether a class has instances, or cannot be asked for them.
-  bool listsAny(const std::string& className);
 
   Options options_;
   std::shared_ptr<const cimom::ClassRepository> repository_;
