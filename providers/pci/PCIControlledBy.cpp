@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <string_view>
 #include <utility>
 
 #include <pthread.h>
@@ -32,16 +33,18 @@ struct ControlledByEntry {
   const PortEntry* port;
 };
 
-using ControlledByIndex = std::unordered_map<std::string, const ControlledByEntry*>;
+template <class Text>
+using ControlledByIndex = std::unordered_map<Text, const ControlledByEntry*>;
 
-// The snapshot. Pointers and iterators in it point into pciDevices and pciPorts, which nothing
-// changes after the build, and it is torn down from the last to the first.
+// The snapshot. Pointers, iterators and views in it point into pciDevices and pciPorts, which
+// nothing changes after the build, and it is torn down from the last to the first. There are tens
+// of thousands of ports on a large host: an index by a text that a port holds views it there.
 std::string systemName;
 DeviceVector pciDevices;
 DeviceIndex deviceNameMap;
 PortVector pciPorts;
-std::unordered_map<std::string, PortVector::const_iterator> portNameMap;
-std::unordered_map<std::string, const PortEntry*> portByDeviceMap;
+std::unordered_map<std::string_view, PortVector::const_iterator> portNameMap;
+std::unordered_map<std::string_view, const PortEntry*> portByDeviceMap;
 PortBuckets bridgePortsMap;
 std::set<std::string> portNames;
 std::vector<std::uint8_t> busNumbers;
@@ -52,8 +55,8 @@ PortBuckets switchPortsMap;
 const PortPointers emptyPortList;
 const PortEntry emptyPortEntry;
 std::vector<ControlledByEntry> cbEntries;
-ControlledByIndex cbPortMap;
-ControlledByIndex cbDevMap;
+ControlledByIndex<std::string_view> cbPortMap;
+ControlledByIndex<std::string> cbDevMap;
 pthread_once_t cacheOnce = PTHREAD_ONCE_INIT;
 
 const PortPointers& PortsUnder(const PortBuckets& buckets, const std::string& address) {
@@ -312,7 +315,8 @@ CmpiInstance MakePCIControlledBy(const CmpiObjectPath& device, const CmpiObjectP
 
 using Pairs = PairSinks<MakePCIControlledBy, MakePCIControlledByRef>;
 
-const ControlledByEntry* Find(const ControlledByIndex& index, const std::string& key) {
+template <class Text>
+const ControlledByEntry* Find(const ControlledByIndex<Text>& index, const std::string& key) {
   const auto found = index.find(key);
   return found != index.end() ? found->second : nullptr;
 }

@@ -24,8 +24,11 @@ class QARCTL_EXPORT PciDeviceBase {
 };
 
 /// One PCI function of the host, as configuration space (PCI Local Bus and PCI Express base
-/// standards) and the platform describe it. Any operation may throw
-/// HostCtl::Lib::HostCtlException and may be called from any thread.
+/// standards) and the platform describe it. Of a function that does not answer, so that its
+/// configuration space reads all ones, nothing is told out of these: it has no capabilities, no
+/// type and no subsystem; ids, class, revision and the bus behind it are what the platform
+/// remembers, and where it does not, ids, class and revision are ones and the bus is 0. Any
+/// operation may throw HostCtl::Lib::HostCtlException and may be called from any thread.
 class QARCTL_EXPORT PciDevice : public virtual PciDeviceBase {
  public:
   ~PciDevice() override;
@@ -37,13 +40,15 @@ class QARCTL_EXPORT PciDevice : public virtual PciDeviceBase {
   virtual std::uint8_t GetDeviceNumber() const = 0;
   /// 0 to 7.
   virtual std::uint8_t GetFunctionNumber() const = 0;
-  /// Number of the physical slot that the function sits in, -1 when none is known.
+  /// Number of the physical slot that the function sits in, -1 when none is known. A virtual
+  /// function sits where its physical one does.
   virtual std::int32_t GetPhysicalSlot() const = 0;
-  /// Configuration space offset 0x00.
+  /// Configuration space offset 0x00; of a virtual function, whose offset holds ones, what the
+  /// platform or a saved physical function tells.
   virtual std::uint16_t GetVendorId() const = 0;
   /// Vendor name from the PCI id list, "Vendor 1234" (hex id) when it holds none.
   virtual std::string GetVendorName() const = 0;
-  /// Configuration space offset 0x02.
+  /// Configuration space offset 0x02; of a virtual function as above.
   virtual std::uint16_t GetDeviceId() const = 0;
   /// Offset 0x2c (header type 0), capability 0x0d (type 1), offset 0x40 (type 2); else 0.
   virtual std::uint16_t GetSubsystemVendorId() const = 0;

@@ -17,8 +17,9 @@ class QARCTL_EXPORT PciInfo {
   virtual ~PciInfo();
 
   /// Reads the input and answers every function, ascending by segment, bus, device and function,
-  /// owned by the caller. Throws HostCtl::Lib::HostCtlException when the input is missing,
-  /// unreadable or, though not empty, holds no function.
+  /// owned by the caller. The input is read once and in pieces, at most 256 bytes of configuration
+  /// space of each live function. Throws HostCtl::Lib::HostCtlException when the input is missing,
+  /// unreadable, without an end or, though not empty, without a function.
   virtual std::vector<std::unique_ptr<PciDevice>> GetPciDevices() = 0;
 };
 
