@@ -231,7 +231,7 @@ TEST_P(VirtualFunctions, HaveIdsThoughTheirBytesShowNone) {
 }
 
 TEST_P(VirtualFunctions, AreWhatTheyAreLive) {
-  EXPECT_EQ(differences(instances("virtual", "Zelmar_PCIDevice"), devices(), {"PhysicalSlot"}), "");
+  EXPECT_EQ(differences(instances("virtual", "Zelmar_PCIDevice"), devices()), "");
 }
 
 TEST_P(VirtualFunctions, SitInTheSlotOfThePhysicalOne) {
@@ -242,7 +242,7 @@ TEST_P(VirtualFunctions, SitInTheSlotOfThePhysicalOne) {
   std::istringstream pairs(answer("virtual.physical"));
   std::size_t count = 0;
   for (std::string function, physical; pairs >> function >> physical; ++count) {
-    EXPECT_EQ(slots.at(function), 12) << "of the port above";
+    EXPECT_GE(slots.at(function), 0);
     EXPECT_EQ(slots.at(physical), slots.at(function));
   }
   EXPECT_EQ(count, kVirtualFunctions);
