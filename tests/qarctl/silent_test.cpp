@@ -44,8 +44,7 @@ TEST_F(Silent, HaveNoCapabilitiesInAnInventoryOfAnySize) {
     expectNothingMadeUp(*devices[1]);
     EXPECT_EQ(devices[1]->GetVendorId(), 0xffff);
     EXPECT_EQ(devices[1]->GetClassCode(), 0xffff);
-    expectWarning(
-        "1 PCI function does not answer, configuration space reads all ones: 0000:00:02.0");
+    expectWarning("1 PCI function does not answer, its header reads all ones: 0000:00:02.0");
   }
 }
 
@@ -97,14 +96,22 @@ TEST_F(Silent, AreCountedAndTheFirstOfThemNamedOncePerReading) {
   for (const char digit : digits) functions.push_back(silent(std::string("00:1") + digit + ".0"));
   EXPECT_EQ(readInventory(functions).size(), 11U);
   expectWarning(
-      "10 PCI functions do not answer, configuration space reads all ones: 0000:00:10.0, "
+      "10 PCI functions do not answer, their headers read all ones: 0000:00:10.0, "
       "0000:00:11.0, 0000:00:12.0, 0000:00:13.0, 0000:00:14.0, 0000:00:15.0, 0000:00:16.0, "
       "0000:00:17.0 and 2 more");
 }
 
-TEST_F(Silent, AreNotThoseWithAnyOtherByte) {
+TEST_F(Silent, MayShowWhatIsLeftBehindTheHeader) {
+  auto function = silent("00:01.0");
+  for (std::size_t at = 0x40; at < 0x100; ++at) function.byte(at, 0);
+  const Devices devices = readInventory({function.dword(0xfc, 0x00020010)});
+  expectNothingMadeUp(*devices.at(0));
+  expectWarning("1 PCI function does not answer, its header reads all ones: 0000:00:01.0");
+}
+
+TEST_F(Silent, AreNotThoseWithAnotherByteInTheHeader) {
   const Devices devices =
-      readInventory({silent("00:01.0").byte(0xff, 0xfe), silent("00:02.0").byte(0x06, 0xef),
+      readInventory({silent("00:01.0").byte(0x3f, 0xfe), silent("00:02.0").byte(0x06, 0xef),
                      silent("00:03.0").cut(4)});
   EXPECT_THAT(devices.at(0)->GetCapabilities(), ElementsAre(2U, 3U, 4U));
   EXPECT_THAT(logLines(), IsEmpty());

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kStatus = 0x06;
 constexpr std::size_t kHeaderType = 0x0e;
-constexpr std::size_t kListBegin = 0x40;
+constexpr std::size_t kHeaderEnd = 0x40;
 constexpr std::uint8_t kUnknownHeader = 0x7f;
 constexpr std::uint8_t kPowerManagement = 0x01;
 constexpr std::uint8_t kPciX = 0x07;
@@ -26,7 +26,7 @@ class Decoder {
  private:
   /// Bits 6:0; kUnknownHeader when it is missing.
   std::uint8_t HeaderType() const;
-  bool IsAllOnes() const;
+  bool HeaderIsAllOnes() const;
   std::size_t FirstCapability() const;
   void WalkCapabilities();
   void DecodeSubsystem();
@@ -59,11 +59,12 @@ std::uint8_t Decoder::HeaderType() const {
                                   : kUnknownHeader;
 }
 
-/// With its header type, so that one row cut behind its ids does not count: those of a virtual
+/// The header decides: some functions that are switched off show what is left of the rest. It has
+/// to be there up to its type, so that a row cut behind its ids does not count: those of a virtual
 /// function are ones as well.
-bool Decoder::IsAllOnes() const {
+bool Decoder::HeaderIsAllOnes() const {
   if (!config_.Has(kHeaderType)) return false;
-  for (std::size_t at = 0; at < ConfigSpace::kStandardBytes; ++at) {
+  for (std::size_t at = 0; at < kHeaderEnd; ++at) {
     if (config_.Has(at) && config_.Byte(at) != 0xff) return false;
   }
   return true;
@@ -74,7 +75,7 @@ DecodedConfig Decoder::Decode() {
   decoded_.deviceId = Word(0x02);
   decoded_.classCode = Word(0x0a);
   decoded_.revisionId = config_.Byte(0x08);
-  decoded_.answers = !IsAllOnes();
+  decoded_.answers = !HeaderIsAllOnes();
   if (!decoded_.answers) return decoded_;
   WalkCapabilities();
   DecodeSubsystem();
@@ -94,7 +95,7 @@ void Decoder::WalkCapabilities() {
   // The list lies behind the header; broken hardware lets it loop.
   std::bitset<ConfigSpace::kStandardBytes> visited;
   std::size_t offset = FirstCapability();
-  while (offset >= kListBegin && config_.Has(offset) && !visited[offset]) {
+  while (offset >= kHeaderEnd && config_.Has(offset) && !visited[offset]) {
     visited[offset] = true;
     const std::uint8_t id = config_.Byte(offset);
     decoded_.capabilityIds[id] = true;

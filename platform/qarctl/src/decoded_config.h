@@ -28,7 +28,8 @@ struct DecodedConfig {
   std::uint8_t subordinateBus = 0;
   /// PCI Express capability, flags register, bits 7:4; -1 without the capability.
   std::int8_t pcieDeviceType = -1;
-  /// False when every byte reads all ones: the function fell off its bus, or its link is down.
+  /// False when the whole header reads ones: the function fell off its bus, its link is down, or it
+  /// is switched off.
   bool answers = true;
   /// The ids of the standard capability list.
   std::bitset<256> capabilityIds;

@@ -33,8 +33,10 @@ void ReportSilent(const Snapshot& snapshot) {
   }
   if (count == 0) return;
   if (count > kMostNames) names += " and " + std::to_string(count - kMostNames) + " more";
-  syslog(LOG_WARNING, "%zu PCI %s not answer, configuration space reads all ones: %s", count,
-         count == 1 ? "function does" : "functions do", names.c_str());
+  syslog(LOG_WARNING, "%zu PCI %s all ones: %s", count,
+         count == 1 ? "function does not answer, its header reads"
+                    : "functions do not answer, their headers read",
+         names.c_str());
 }
 
 class PciInput : public Hardware::PciInfo {
