@@ -12,8 +12,9 @@ extern "C" {
 void vsyslog(int priority, const char* format, va_list arguments);
 
 __attribute__((visibility("default"))) void syslog(int priority, const char* format, ...);
-__attribute__((visibility("default"))) void __syslog_chk(int priority, int flag, const char* format,
-                                                         ...);
+__attribute__((visibility("default"))) void checkedSyslog(int priority, int flag,
+                                                          const char* format,
+                                                          ...) __asm__("__syslog_chk");
 }
 
 namespace pcicim {
@@ -94,7 +95,7 @@ void syslog(int priority, const char* format, ...) {
   va_end(arguments);
 }
 
-void __syslog_chk(int priority, int /*flag*/, const char* format, ...) {
+void checkedSyslog(int priority, int /*flag*/, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   pcicim::lookAndLog(priority, format, arguments);
