@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <utility>
 
 namespace HostCtl {
@@ -59,8 +60,9 @@ class DeviceView : public Hardware::PciDevice {
   std::uint8_t GetSecondaryBusNumber() const override { return Config().secondaryBus; }
   std::vector<std::uint32_t> GetCapabilities() const override {
     std::vector<std::uint32_t> values;
-    for (std::uint32_t value = 0; value < 16; ++value) {
-      if ((Config().cimCapabilities >> value & 1U) != 0) values.push_back(value);
+    const std::bitset<16> mask(Config().cimCapabilities);
+    for (std::uint32_t value = 0; value < mask.size(); ++value) {
+      if (mask[value]) values.push_back(value);
     }
     return values;
   }
