@@ -62,6 +62,43 @@ TEST(Library, NeedsNothingButThePlatformAndTheLanguage) {
                           "libpthread", "libasan", "libubsan", "libtsan", "ld"}));
 }
 
+/// What providers have always used of the binding, beside its entry points for object managers.
+const std::pair<const char*, std::vector<std::string>> kOperations[] = {
+    {"CmpiArray", {"CmpiArray", "operator"}},
+    {"CmpiArrayIdx", {"operator"}},
+    {"CmpiAssociationMI",
+     {"CmpiAssociationMI", "~CmpiAssociationMI", "associators", "associatorNames", "references",
+      "referenceNames"}},
+    {"CmpiBaseMI", {"CmpiBaseMI", "~CmpiBaseMI", "initialize", "cleanup", "isUnloadable"}},
+    {"CmpiBroker", {"CmpiBroker", "enumInstances", "enumInstanceNames"}},
+    {"CmpiData", {"CmpiData", "operator"}},
+    {"CmpiEnumeration", {"getNext"}},
+    {"CmpiInstance", {"CmpiInstance", "setProperty", "setPropertyFilter"}},
+    {"CmpiInstanceMI",
+     {"CmpiInstanceMI", "~CmpiInstanceMI", "enumInstanceNames", "enumInstances", "getInstance",
+      "createInstance", "setInstance", "deleteInstance", "execQuery"}},
+    {"CmpiObject", {"~CmpiObject", "toString"}},
+    {"CmpiObjectPath", {"CmpiObjectPath", "setKey", "getKey", "classPathIsA", "operator"}},
+    {"CmpiProviderBase", {"~CmpiProviderBase"}},
+    {"CmpiResult", {"returnData", "returnDone"}},
+    {"CmpiStatus", {"~CmpiStatus"}}};
+
+/// The binding may be the system's own, which has those and no more. What the library can do
+/// without is a weak symbol.
+TEST(Library, NeedsNoMoreOfTheBindingThanProvidersAlwaysUsed) {
+  std::vector<std::string> known;
+  for (const auto& [type, names] : kOperations) {
+    known = known + each("zelInt::" + std::string(type) + "::", names);
+  }
+  std::vector<std::string> needed =
+      firstWords("nm -D -C --undefined-only " PROVIDER_LIBRARY
+                 " | sed -n 's/^ *U \\(zelInt::[A-Za-z:~]*\\).*/\\1/p' | sort -u");
+  std::erase_if(needed,
+                [](const std::string& name) { return name.find("::drive") != std::string::npos; });
+  EXPECT_THAT(needed, testing::Contains("zelInt::CmpiObject::toString"));
+  EXPECT_THAT(needed, IsSubsetOf(known));
+}
+
 class Factories : public RequestTest {
  protected:
   int useCount(const std::string& className) { return holder(className).useCount(); }

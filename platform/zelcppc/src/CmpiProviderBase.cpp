@@ -11,8 +11,8 @@ CmpiProviderBase::~CmpiProviderBase() {
   delete provider_.exchange(nullptr);
 }
 
-void CmpiProviderBase::addRecord(void*& handle) {
-  recordMade(handle, this);
+void CmpiProviderBase::noteRecord(const CmpiProviderBase& holder, void*& handle) {
+  recordMade(handle, &holder);
 }
 
 bool CmpiProviderBase::decUseCount() {

@@ -3,8 +3,6 @@
 
 #include "BrokerCall.h"
 
-#include <utility>
-
 namespace zelInt {
 
 namespace {
@@ -36,9 +34,6 @@ void throwNoSuchCall(const char* name) {
   throw CmpiStatus(CMPI_RC_ERR_FAILED,
                    std::string(name) + " cannot be called: the object or the function is missing");
 }
-
-CmpiStatus::CmpiStatus(CMPIrc code, std::string message)
-    : code_(code), message_(std::move(message)) {}
 
 CmpiStatus::CmpiStatus(const CMPIStatus& status) : code_(status.rc), message_(messageOf(status)) {}
 

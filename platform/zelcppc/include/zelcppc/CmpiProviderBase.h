@@ -27,13 +27,17 @@ class ZELCPPC_EXPORT CmpiProviderBase {
   /// the holder. When the provider goes, the handle is emptied: whatever lives at that address by
   /// then is not the record's. A record that its factory does not make known is known from its
   /// first request on, and then serves no other class. Throws std::bad_alloc.
-  void addRecord(void*& handle);
+  void addRecord(void*& handle) {
+    if (&noteRecord != nullptr) noteRecord(*this, handle);
+  }
   /// One user less; the last one takes the provider with it, and all records of the class then name
   /// none. Answers whether it did.
   bool decUseCount();
   int useCount() const noexcept { return useCount_.load(); }
 
  private:
+  ZELCPPC_OPTIONAL static void noteRecord(const CmpiProviderBase& holder, void*& handle);
+
   std::atomic<CmpiBaseMI*> provider_{nullptr};
   std::atomic<int> useCount_{0};
 };

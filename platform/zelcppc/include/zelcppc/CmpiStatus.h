@@ -4,6 +4,7 @@
 #include <zelcppc/Export.h>
 
 #include <string>
+#include <utility>
 
 namespace zelInt {
 
@@ -12,7 +13,7 @@ namespace zelInt {
 class ZELCPPC_EXPORT CmpiStatus {
  public:
   explicit CmpiStatus(CMPIrc code) : code_(code) {}
-  CmpiStatus(CMPIrc code, std::string message);
+  CmpiStatus(CMPIrc code, std::string message) : code_(code), message_(std::move(message)) {}
   /// Copies the message out of the broker's string.
   explicit CmpiStatus(const CMPIStatus& status);
   ~CmpiStatus();
