@@ -145,6 +145,24 @@ TEST_F(LogOfRequests, ShowsWhatItTook) {
           "MemberOfCollection ri: lookup item '" + std::string(897, 'y') + "...' not found"));
 }
 
+/// A line feed written in three and in four bytes is one to some readers.
+TEST_F(LogOfRequests, ShowsBytesThatAreNoCharacters) {
+  const std::set<std::string> lines = linesOf(
+      {{Operation::kReferences, "Zelmar_PCIMemberOfCollection", portPath("a\xe0\x80\x8a")},
+       {Operation::kReferences, "Zelmar_PCIMemberOfCollection", portPath("b\xf0\x80\x80\x8a")},
+       {Operation::kReferences, "Zelmar_PCIMemberOfCollection", portPath("c\xed\xa0\x80")},
+       {Operation::kReferences, "Zelmar_PCIMemberOfCollection", portPath("d\xf4\x90\x80\x80")},
+       {Operation::kReferences, "Zelmar_PCIMemberOfCollection",
+        portPath("e\xe0\xa0\x80\xed\x9f\xbf\xf0\x90\x80\x80\xf4\x8f\xbf\xbf")}});
+  EXPECT_THAT(lines, testing::ElementsAre(
+                         "MemberOfCollection ri: lookup item 'a\\xe0\\x80\\x8a' not found",
+                         "MemberOfCollection ri: lookup item 'b\\xf0\\x80\\x80\\x8a' not found",
+                         "MemberOfCollection ri: lookup item 'c\\xed\\xa0\\x80' not found",
+                         "MemberOfCollection ri: lookup item 'd\\xf4\\x90\\x80\\x80' not found",
+                         "MemberOfCollection ri: lookup item "
+                         "'e\xe0\xa0\x80\xed\x9f\xbf\xf0\x90\x80\x80\xf4\x8f\xbf\xbf' not found"));
+}
+
 /// Where nothing keeps debug lines, no object manager is asked for their text.
 TEST_F(LogOfRequests, AsksForNoTextThatNobodyReads) {
   const int kept = setlogmask(LOG_UPTO(LOG_INFO));

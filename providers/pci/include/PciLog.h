@@ -19,6 +19,16 @@ inline constexpr std::size_t kMostBytesInLog = 900;
 
 namespace log_text {
 
+/// Whether a character may begin with the two bytes. Otherwise it is written longer than it need
+/// be, which can hide a control character, is half of a pair, or is beyond the last character.
+inline bool MayBegin(unsigned char lead, unsigned char second) {
+  if (lead == 0xe0) return second >= 0xa0;
+  if (lead == 0xed) return second < 0xa0;
+  if (lead == 0xf0) return second >= 0x90;
+  if (lead == 0xf4) return second < 0x90;
+  return true;
+}
+
 /// Length of the UTF-8 character at the beginning of the text; 0 where there is none.
 inline std::size_t CharacterLength(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text.front());
@@ -28,6 +38,7 @@ inline std::size_t CharacterLength(std::string_view text) {
   if (lead >= 0xe0 && lead < 0xf0) length = 3;
   if (lead >= 0xf0 && lead < 0xf5) length = 4;
   if (length > text.size()) return 0;
+  if (length > 1 && !MayBegin(lead, static_cast<unsigned char>(text[1]))) return 0;
   for (const char c : text.substr(1, length > 0 ? length - 1 : 0)) {
     if ((static_cast<unsigned char>(c) & 0xc0U) != 0x80) return 0;
   }
