@@ -310,7 +310,8 @@ TEST_F(Register, MissingFilesAreNamed) {
 }
 
 TEST_F(Register, WrongUseIsToldApartFromFailure) {
-  for (const char* options : {"--unknown", "--manager", "--manager other", "word"}) {
+  for (const char* options : {"--unknown", "--manager", "--manager other", "word", "--manager ''",
+                              "--link-into ''", "--sfcb-staging ''"}) {
     const Outcome outcome = runWithErrors(options);
     EXPECT_EQ(outcome.status, 2) << options;
     EXPECT_THAT(outcome.out, HasSubstr("--help")) << options;
