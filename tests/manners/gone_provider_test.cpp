@@ -1,8 +1,8 @@
 // What the binding does with records and brokers whose provider is gone.
+#include "record_test.h"
+
 #include <ProviderFactory.h>
 #include <decorated_broker.h>
-#include <gtest/gtest.h>
-#include <manager/broker.h>
 #include <zelcppc/CmpiInstanceMI.h>
 #include <zelcppc/CmpiStatus.h>
 
@@ -40,23 +40,8 @@ struct ProviderClass {
   }
 };
 
-class GoneProvider : public testing::Test {
+class GoneProvider : public RecordTest {
  protected:
-  template <class Record>
-  CMPIrc cleanUp(Record* record) {
-    return record->ft->cleanup(record, context, 0).rc;
-  }
-  CMPIrc request(CMPIInstanceMI* record) {
-    return record->ft->getInstance(record, context, nullptr, nullptr, nullptr).rc;
-  }
-  CMPIrc request(CMPIAssociationMI* record) {
-    return record->ft->referenceNames(record, context, nullptr, nullptr, nullptr, nullptr).rc;
-  }
-
-  cimom::ClassRepository repository = cimom::ClassRepository::parse("class Thing { };");
-  cimom::Broker inner{repository, nullptr};
-  cimom::RequestScope scope;
-  CMPIContext* context = scope.newContext("root/cimv2", 0);
   ProviderClass things;
 };
 

@@ -1,7 +1,7 @@
 // Providers of different classes that live at one address, one after the other.
+#include "record_test.h"
+
 #include <ProviderFactory.h>
-#include <gtest/gtest.h>
-#include <manager/broker.h>
 #include <zelcppc/CmpiStatus.h>
 
 #include <atomic>
@@ -62,7 +62,7 @@ struct LodgerClass {
   CMPIAssociationMI associations{};
 };
 
-class RepeatedAddress : public testing::Test {
+class RepeatedAddress : public RecordTest {
  protected:
   CMPIInstanceMI* makeInstanceMI(LodgerClass& of) {
     return providers::createMI<Lodger>(of.instances, of.instanceTable, of.holder, inner.record(),
@@ -90,17 +90,6 @@ class RepeatedAddress : public testing::Test {
     return &record;
   }
 
-  template <class Record>
-  CMPIrc cleanUp(Record* record) {
-    return record->ft->cleanup(record, context, 0).rc;
-  }
-  CMPIrc request(CMPIInstanceMI* record) {
-    return record->ft->getInstance(record, context, nullptr, nullptr, nullptr).rc;
-  }
-  CMPIrc request(CMPIAssociationMI* record) {
-    return record->ft->referenceNames(record, context, nullptr, nullptr, nullptr, nullptr).rc;
-  }
-
   /// The record acts on nothing, however often it is used.
   template <class Record>
   void expectStale(Record* record) {
@@ -110,10 +99,6 @@ class RepeatedAddress : public testing::Test {
     }
   }
 
-  cimom::ClassRepository repository = cimom::ClassRepository::parse("class Thing { };");
-  cimom::Broker inner{repository, nullptr};
-  cimom::RequestScope scope;
-  CMPIContext* context = scope.newContext("root/cimv2", 0);
   LodgerClass old;
   LodgerClass young;
 };

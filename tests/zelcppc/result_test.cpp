@@ -19,6 +19,15 @@ class ResultTest : public BindingTest {
  protected:
   explicit ResultTest(Manners manners = {}) : BindingTest(manners) {}
 
+  void expectAllIsHandedOver() {
+    result.returnData(CmpiInstance(thingPath()));
+    result.returnData(thingPath());
+    result.returnDone();
+    EXPECT_EQ(watched.count("result.returnInstance"), 1U);
+    EXPECT_EQ(watched.count("result.returnObjectPath"), 1U);
+    EXPECT_EQ(watched.count("result.returnDone"), 1U);
+  }
+
   cimom::RequestAnswers answers;
   CmpiResult result{watched.decorate(request.newResult(answers))};
 };
@@ -46,12 +55,7 @@ TEST_F(ResultTest, NothingIsThrownWhateverTheBrokerAnswers) {
        {"result.returnInstance", "result.returnObjectPath", "result.returnDone"}) {
     watched.failCall(function, 0, CMPI_RC_ERR_INVALID_HANDLE, "refused");
   }
-  result.returnData(CmpiInstance(thingPath()));
-  result.returnData(thingPath());
-  result.returnDone();
-  EXPECT_EQ(watched.count("result.returnInstance"), 1U);
-  EXPECT_EQ(watched.count("result.returnObjectPath"), 1U);
-  EXPECT_EQ(watched.count("result.returnDone"), 1U);
+  expectAllIsHandedOver();
 }
 
 TEST_F(ResultTest, WhatTheBrokerThrowsEndsHere) {
@@ -59,12 +63,7 @@ TEST_F(ResultTest, WhatTheBrokerThrowsEndsHere) {
        {"result.returnInstance", "result.returnObjectPath", "result.returnDone"}) {
     watched.throwFromCall(function, 0, "not now");
   }
-  result.returnData(CmpiInstance(thingPath()));
-  result.returnData(thingPath());
-  result.returnDone();
-  EXPECT_EQ(watched.count("result.returnInstance"), 1U);
-  EXPECT_EQ(watched.count("result.returnObjectPath"), 1U);
-  EXPECT_EQ(watched.count("result.returnDone"), 1U);
+  expectAllIsHandedOver();
 }
 
 TEST_F(ResultTest, WhatIsMissingIsNotHandedOver) {
