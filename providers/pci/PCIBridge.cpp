@@ -4,7 +4,7 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
+#include <zelcppc/ProviderFactory.h>
 
 namespace pciprovider {
 
@@ -57,6 +57,6 @@ CmpiStatus PCIBridge::getInstance(const CmpiContext&, CmpiResult& result, const 
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCIBridge);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIBridge, pciprovider::PCIBridge,
-                           pciprovider::AnnounceInstanceFactory);
+ZELCPPC_HOLDER(Zelmar_PCIBridge);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCIBridge, pciprovider::PCIBridge,
+                                   pciprovider::AnnounceInstanceFactory);

@@ -7,9 +7,9 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
 #include <qarctl/HostCtlException.h>
 #include <qarctl/HostFactory.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <algorithm>
 #include <cctype>
@@ -578,7 +578,7 @@ CmpiStatus PCIControlledBy::referenceNames(const CmpiContext&, CmpiResult& resul
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCIControlledBy);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIControlledBy, pciprovider::PCIControlledBy,
-                           pciprovider::AnnounceInstanceFactory);
-PROVIDERS_ASSOCIATION_FACTORY(Zelmar_PCIControlledBy, pciprovider::PCIControlledBy);
+ZELCPPC_HOLDER(Zelmar_PCIControlledBy);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCIControlledBy, pciprovider::PCIControlledBy,
+                                   pciprovider::AnnounceInstanceFactory);
+ZELCPPC_ASSOCIATION_FACTORY(Zelmar_PCIControlledBy, pciprovider::PCIControlledBy);

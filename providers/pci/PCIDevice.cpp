@@ -7,9 +7,9 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
 #include <qarctl/HostCtlException.h>
 #include <zelcppc/CmpiArray.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <cstdio>
 #include <optional>
@@ -345,6 +345,6 @@ CmpiStatus PCIDevice::getInstance(const CmpiContext&, CmpiResult& result, const 
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCIDevice);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIDevice, pciprovider::PCIDevice,
-                           pciprovider::AnnounceInstanceFactory);
+ZELCPPC_HOLDER(Zelmar_PCIDevice);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCIDevice, pciprovider::PCIDevice,
+                                   pciprovider::AnnounceInstanceFactory);

@@ -8,7 +8,7 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <optional>
 #include <utility>
@@ -226,7 +226,7 @@ CmpiStatus PCIDeviceConnection::referenceNames(const CmpiContext&, CmpiResult& r
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCIDeviceConnection);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIDeviceConnection, pciprovider::PCIDeviceConnection,
-                           pciprovider::AnnounceInstanceFactory);
-PROVIDERS_ASSOCIATION_FACTORY(Zelmar_PCIDeviceConnection, pciprovider::PCIDeviceConnection);
+ZELCPPC_HOLDER(Zelmar_PCIDeviceConnection);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCIDeviceConnection, pciprovider::PCIDeviceConnection,
+                                   pciprovider::AnnounceInstanceFactory);
+ZELCPPC_ASSOCIATION_FACTORY(Zelmar_PCIDeviceConnection, pciprovider::PCIDeviceConnection);

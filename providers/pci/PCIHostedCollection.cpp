@@ -7,7 +7,7 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
+#include <zelcppc/ProviderFactory.h>
 
 namespace pciprovider {
 
@@ -121,7 +121,7 @@ CmpiStatus PCIHostedCollection::referenceNames(const CmpiContext&, CmpiResult& r
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCIHostedCollection);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIHostedCollection, pciprovider::PCIHostedCollection,
-                           pciprovider::AnnounceInstanceFactory);
-PROVIDERS_ASSOCIATION_FACTORY(Zelmar_PCIHostedCollection, pciprovider::PCIHostedCollection);
+ZELCPPC_HOLDER(Zelmar_PCIHostedCollection);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCIHostedCollection, pciprovider::PCIHostedCollection,
+                                   pciprovider::AnnounceInstanceFactory);
+ZELCPPC_ASSOCIATION_FACTORY(Zelmar_PCIHostedCollection, pciprovider::PCIHostedCollection);

@@ -8,7 +8,7 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <optional>
 
@@ -213,7 +213,7 @@ CmpiStatus PCIMemberOfCollection::referenceNames(const CmpiContext&, CmpiResult&
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCIMemberOfCollection);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIMemberOfCollection, pciprovider::PCIMemberOfCollection,
-                           pciprovider::AnnounceInstanceFactory);
-PROVIDERS_ASSOCIATION_FACTORY(Zelmar_PCIMemberOfCollection, pciprovider::PCIMemberOfCollection);
+ZELCPPC_HOLDER(Zelmar_PCIMemberOfCollection);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCIMemberOfCollection, pciprovider::PCIMemberOfCollection,
+                                   pciprovider::AnnounceInstanceFactory);
+ZELCPPC_ASSOCIATION_FACTORY(Zelmar_PCIMemberOfCollection, pciprovider::PCIMemberOfCollection);

@@ -6,7 +6,7 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <algorithm>
 #include <functional>
@@ -395,6 +395,6 @@ CmpiStatus PCIPort::getInstance(const CmpiContext&, CmpiResult& result, const Cm
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCIPort);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIPort, pciprovider::PCIPort,
-                           pciprovider::AnnounceInstanceFactory);
+ZELCPPC_HOLDER(Zelmar_PCIPort);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCIPort, pciprovider::PCIPort,
+                                   pciprovider::AnnounceInstanceFactory);

@@ -5,7 +5,7 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -95,6 +95,6 @@ CmpiStatus PCIPortGroup::getInstance(const CmpiContext&, CmpiResult& result,
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCIPortGroup);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIPortGroup, pciprovider::PCIPortGroup,
-                           pciprovider::AnnounceInstanceFactory);
+ZELCPPC_HOLDER(Zelmar_PCIPortGroup);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCIPortGroup, pciprovider::PCIPortGroup,
+                                   pciprovider::AnnounceInstanceFactory);

@@ -8,7 +8,7 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <atomic>
 #include <exception>
@@ -167,7 +167,7 @@ CmpiStatus PCISystemDevice::referenceNames(const CmpiContext&, CmpiResult& resul
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCISystemDevice);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCISystemDevice, pciprovider::PCISystemDevice,
-                           pciprovider::AnnounceInstanceFactory);
-PROVIDERS_ASSOCIATION_FACTORY(Zelmar_PCISystemDevice, pciprovider::PCISystemDevice);
+ZELCPPC_HOLDER(Zelmar_PCISystemDevice);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCISystemDevice, pciprovider::PCISystemDevice,
+                                   pciprovider::AnnounceInstanceFactory);
+ZELCPPC_ASSOCIATION_FACTORY(Zelmar_PCISystemDevice, pciprovider::PCISystemDevice);

@@ -4,8 +4,8 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
-#include <ProviderFactory.h>
 #include <qarctl/HostCtlException.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <syslog.h>
 
@@ -89,6 +89,6 @@ CmpiStatus PCIeSwitch::getInstance(const CmpiContext&, CmpiResult& result,
 
 }  // namespace pciprovider
 
-PROVIDERS_HOLDER(Zelmar_PCIeSwitch);
-PROVIDERS_INSTANCE_FACTORY(Zelmar_PCIeSwitch, pciprovider::PCIeSwitch,
-                           pciprovider::AnnounceInstanceFactory);
+ZELCPPC_HOLDER(Zelmar_PCIeSwitch);
+ZELCPPC_ANNOUNCED_INSTANCE_FACTORY(Zelmar_PCIeSwitch, pciprovider::PCIeSwitch,
+                                   pciprovider::AnnounceInstanceFactory);

@@ -1,6 +1,6 @@
-#include <ProviderFactory.h>
 #include <zelcppc/CmpiInstance.h>
 #include <zelcppc/CmpiString.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <cctype>
 #include <cstdlib>
@@ -107,6 +107,5 @@ class HostSystem : virtual public zelInt::CmpiInstanceMI {
 
 }  // namespace hostsystem
 
-PROVIDERS_HOLDER(OMC_UnitaryComputerSystem);
-PROVIDERS_INSTANCE_FACTORY(OMC_UnitaryComputerSystem, hostsystem::HostSystem,
-                           providers::announceNothing);
+ZELCPPC_HOLDER(OMC_UnitaryComputerSystem);
+ZELCPPC_INSTANCE_FACTORY(OMC_UnitaryComputerSystem, hostsystem::HostSystem);

@@ -1,10 +1,10 @@
 // What the binding does with records and brokers whose provider is gone.
 #include "record_test.h"
 
-#include <ProviderFactory.h>
 #include <decorated_broker.h>
 #include <zelcppc/CmpiInstanceMI.h>
 #include <zelcppc/CmpiStatus.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <memory>
 #include <optional>
@@ -25,18 +25,18 @@ class PlainProvider : public virtual CmpiInstanceMI, public virtual CmpiAssociat
 /// The holder and the records of one class.
 struct ProviderClass {
   CmpiProviderBase holder;
-  CMPIInstanceMIFT instanceTable = providers::makeInstanceTable("instanceThing");
-  CMPIAssociationMIFT associationTable = providers::makeAssociationTable("associationThing");
+  CMPIInstanceMIFT instanceTable = makeInstanceTable("instanceThing");
+  CMPIAssociationMIFT associationTable = makeAssociationTable("associationThing");
   CMPIInstanceMI instanceRecord{};
   CMPIAssociationMI associationRecord{};
 
   CMPIInstanceMI* instanceMI(const CMPIBroker* broker, const CMPIContext* context) {
-    return providers::createMI<PlainProvider>(instanceRecord, instanceTable, holder, broker,
-                                              context, providers::announceNothing);
+    return createMI<PlainProvider>(instanceRecord, instanceTable, holder, broker, context,
+                                   announceNothing);
   }
   CMPIAssociationMI* associationMI(const CMPIBroker* broker, const CMPIContext* context) {
-    return providers::createMI<PlainProvider>(associationRecord, associationTable, holder, broker,
-                                              context, providers::announceNothing);
+    return createMI<PlainProvider>(associationRecord, associationTable, holder, broker, context,
+                                   announceNothing);
   }
 };
 
@@ -80,8 +80,8 @@ TEST_F(GoneProvider, IsKnownByEachClassForItself) {
 TEST_F(GoneProvider, OfAHolderThatDiedIsNotTouched) {
   auto holder = std::make_unique<CmpiProviderBase>();
   CMPIInstanceMI record{};
-  providers::createMI<PlainProvider>(record, things.instanceTable, *holder, inner.record(), context,
-                                     providers::announceNothing);
+  createMI<PlainProvider>(record, things.instanceTable, *holder, inner.record(), context,
+                          announceNothing);
   holder.reset();
   EXPECT_EQ(request(&record), CMPI_RC_ERR_FAILED);
   EXPECT_EQ(cleanUp(&record), CMPI_RC_OK);

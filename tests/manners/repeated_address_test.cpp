@@ -1,8 +1,8 @@
 // Providers of different classes that live at one address, one after the other.
 #include "record_test.h"
 
-#include <ProviderFactory.h>
 #include <zelcppc/CmpiStatus.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <atomic>
 #include <memory>
@@ -56,8 +56,8 @@ class Lodger : public virtual CmpiInstanceMI, public virtual CmpiAssociationMI {
 /// The holder, tables and records of one class.
 struct LodgerClass {
   CmpiProviderBase holder;
-  CMPIInstanceMIFT instanceTable = providers::makeInstanceTable("instanceThing");
-  CMPIAssociationMIFT associationTable = providers::makeAssociationTable("associationThing");
+  CMPIInstanceMIFT instanceTable = makeInstanceTable("instanceThing");
+  CMPIAssociationMIFT associationTable = makeAssociationTable("associationThing");
   CMPIInstanceMI instances{};
   CMPIAssociationMI associations{};
 };
@@ -65,12 +65,12 @@ struct LodgerClass {
 class RepeatedAddress : public RecordTest {
  protected:
   CMPIInstanceMI* makeInstanceMI(LodgerClass& of) {
-    return providers::createMI<Lodger>(of.instances, of.instanceTable, of.holder, inner.record(),
-                                       context, providers::announceNothing);
+    return createMI<Lodger>(of.instances, of.instanceTable, of.holder, inner.record(), context,
+                            announceNothing);
   }
   CMPIAssociationMI* makeAssociationMI(LodgerClass& of) {
-    return providers::createMI<Lodger>(of.associations, of.associationTable, of.holder,
-                                       inner.record(), context, providers::announceNothing);
+    return createMI<Lodger>(of.associations, of.associationTable, of.holder, inner.record(),
+                            context, announceNothing);
   }
 
   /// A factory of a library that shows the binding no record.
@@ -200,8 +200,7 @@ TEST_F(RepeatedAddress, IsTakenAndLeftWhileOthersWork) {
   };
   CmpiProviderBase holder;
   CMPIInstanceMI worker{};
-  providers::createMI<Worker>(worker, old.instanceTable, holder, inner.record(), context,
-                              providers::announceNothing);
+  createMI<Worker>(worker, old.instanceTable, holder, inner.record(), context, announceNothing);
   std::atomic<bool> ends{false};
   std::vector<std::thread> threads;
   for (int number = 0; number < 3; ++number) {

@@ -2,10 +2,10 @@
 #include "binding_test.h"
 #include "scripted_provider.h"
 
-#include <ProviderFactory.h>
 #include <zelcppc/CmpiArray.h>
 #include <zelcppc/CmpiEnumeration.h>
 #include <zelcppc/CmpiResult.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <functional>
 #include <ostream>
@@ -17,8 +17,8 @@ namespace {
 using test_support::DecoratedBroker;
 using testing::IsEmpty;
 
-const CMPIInstanceMIFT kInstanceTable = providers::makeInstanceTable("instanceThing");
-const CMPIAssociationMIFT kAssociationTable = providers::makeAssociationTable("associationThing");
+const CMPIInstanceMIFT kInstanceTable = makeInstanceTable("instanceThing");
+const CMPIAssociationMIFT kAssociationTable = makeAssociationTable("associationThing");
 
 /// What an object manager sends with a request.
 struct Request {

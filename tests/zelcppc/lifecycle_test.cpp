@@ -1,8 +1,8 @@
 // From the factory to the last cleanup.
 #include "binding_test.h"
 
-#include <ProviderFactory.h>
 #include <zelcppc/CmpiProviderBase.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <functional>
 #include <memory>
@@ -62,13 +62,12 @@ class LifecycleTest : public BindingTest {
   }
 
   CMPIInstanceMI* makeInstanceMI() {
-    return providers::createMI<LivingProvider>(instanceRecord, instanceTable, *holder,
-                                               watched.record(), context, [&] { ++announced; });
+    return createMI<LivingProvider>(instanceRecord, instanceTable, *holder, watched.record(),
+                                    context, [&] { ++announced; });
   }
   CMPIAssociationMI* makeAssociationMI() {
-    return providers::createMI<LivingProvider>(associationRecord, associationTable, *holder,
-                                               watched.record(), context,
-                                               providers::announceNothing);
+    return createMI<LivingProvider>(associationRecord, associationTable, *holder, watched.record(),
+                                    context, announceNothing);
   }
   template <class Record>
   CMPIStatus cleanup(Record* record, bool terminating = true) {
@@ -78,8 +77,8 @@ class LifecycleTest : public BindingTest {
   Life records;
   CMPIContext* context = request.newContext("root/cimv2", 0);
   std::unique_ptr<CmpiProviderBase> holder = std::make_unique<CmpiProviderBase>();
-  CMPIInstanceMIFT instanceTable = providers::makeInstanceTable("instanceThing");
-  CMPIAssociationMIFT associationTable = providers::makeAssociationTable("associationThing");
+  CMPIInstanceMIFT instanceTable = makeInstanceTable("instanceThing");
+  CMPIAssociationMIFT associationTable = makeAssociationTable("associationThing");
   CMPIInstanceMI instanceRecord{};
   CMPIAssociationMI associationRecord{};
   int announced = 0;

@@ -1,7 +1,7 @@
-#include <ProviderFactory.h>
 #include <zelcppc/CmpiAssociationMI.h>
 #include <zelcppc/CmpiInstance.h>
 #include <zelcppc/CmpiInstanceMI.h>
+#include <zelcppc/ProviderFactory.h>
 
 #include <functional>
 #include <vector>
@@ -146,10 +146,10 @@ class Links : public OddInstances<link, false>, public virtual zelInt::CmpiAssoc
 }  // namespace
 }  // namespace servetest
 
-PROVIDERS_HOLDER(Odd_Thing);
-PROVIDERS_INSTANCE_FACTORY(Odd_Thing, servetest::Things, providers::announceNothing);
-PROVIDERS_HOLDER(Odd_Remark);
-PROVIDERS_INSTANCE_FACTORY(Odd_Remark, servetest::Remarks, providers::announceNothing);
-PROVIDERS_HOLDER(Odd_Link);
-PROVIDERS_INSTANCE_FACTORY(Odd_Link, servetest::Links, providers::announceNothing);
-PROVIDERS_ASSOCIATION_FACTORY(Odd_Link, servetest::Links);
+ZELCPPC_HOLDER(Odd_Thing);
+ZELCPPC_INSTANCE_FACTORY(Odd_Thing, servetest::Things);
+ZELCPPC_HOLDER(Odd_Remark);
+ZELCPPC_INSTANCE_FACTORY(Odd_Remark, servetest::Remarks);
+ZELCPPC_HOLDER(Odd_Link);
+ZELCPPC_INSTANCE_FACTORY(Odd_Link, servetest::Links);
+ZELCPPC_ASSOCIATION_FACTORY(Odd_Link, servetest::Links);
