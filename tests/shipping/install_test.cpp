@@ -98,6 +98,15 @@ TEST(Install, LeavesNoClassAndNoHeaderOut) {
   expectInstalled(source / "platform/cmpi/include/cmpi", kStage / "include/cmpi", ".h");
 }
 
+TEST(Install, ExamplesAreThereAsTheyAreInTheSource) {
+  const fs::path source = fs::path(SOURCE_DIRECTORY) / "examples";
+  const fs::path installed = kStage / "share/doc/pciprovider-dev/examples";
+  EXPECT_EQ(filesBelow(installed), filesBelow(source));
+  for (const std::string& file : filesBelow(source)) {
+    EXPECT_EQ(contentOf(installed / file), contentOf(source / file)) << file;
+  }
+}
+
 TEST(Install, ProvidersFindThePlatformLibrariesBesideThem) {
   for (const char* provider : {"libpciprovider.so", "libhostsystemprovider.so"}) {
     const Outcome outcome = inCleanEnvironment("ldd " + quoted(kProviders / provider));

@@ -181,6 +181,8 @@ TEST(Packages, EachHoldsItsPart) {
   EXPECT_TRUE(tools.contains("usr/share/man/man1/pcicim.1.gz"));
   const Package development("pciprovider-dev");
   EXPECT_TRUE(development.contains("usr/include/zelcppc/CmpiInstanceMI.h"));
+  EXPECT_TRUE(development.contains("usr/include/zelcppc/ProviderFactory.h"));
+  EXPECT_TRUE(development.contains("usr/share/doc/pciprovider-dev/examples/client/CMakeLists.txt"));
   EXPECT_TRUE(development.contains(libraries + "libqarctl.so"));
 }
 

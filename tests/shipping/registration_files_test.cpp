@@ -20,12 +20,13 @@ using cimom::ClassRepository;
 using cimom::MofInstance;
 using cimom::MofValue;
 
-/// A library with the files that register it.
+/// A library with the classes that it serves, and the files that register it.
 struct Registered {
   const char* name;
   const char* module;
   const char* classPrefix;
-  const char* library;
+  const char* schema;
+  const char* registration;
 };
 
 void PrintTo(const Registered& registered, std::ostream* stream) {
@@ -35,12 +36,12 @@ void PrintTo(const Registered& registered, std::ostream* stream) {
 class RegistrationFiles : public testing::TestWithParam<Registered> {
  protected:
   static std::string file(const char* extension) {
-    return std::string(SCHEMA_DIRECTORY "/registration/") + GetParam().name + extension;
+    return std::string(GetParam().registration) + '/' + GetParam().name + extension;
   }
 
   /// Each class of the schema that the library has to serve; true for an association.
   static std::map<std::string, bool> classes() {
-    const ClassRepository schema = ClassRepository::loadDirectory(SCHEMA_DIRECTORY);
+    const ClassRepository schema = ClassRepository::loadDirectory(GetParam().schema);
     std::map<std::string, bool> found;
     for (const std::string& name : schema.classNames()) {
       if (name.starts_with(GetParam().classPrefix)) found[name] = schema.find(name)->isAssociation;
@@ -49,12 +50,20 @@ class RegistrationFiles : public testing::TestWithParam<Registered> {
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(
-    All, RegistrationFiles,
-    testing::Values(Registered{"pciprovider", "PCIProviderModule", "Zelmar_", PROVIDER_LIBRARY},
-                    Registered{"hostsystemprovider", "HostSystemProviderModule", "OMC_",
-                               SYSTEM_PROVIDER_LIBRARY}),
-    [](const auto& test) { return std::string(test.param.name); });
+constexpr Registered kPciProvider{"pciprovider", "PCIProviderModule", "Zelmar_", SCHEMA_DIRECTORY,
+                                  SCHEMA_DIRECTORY "/registration"};
+constexpr Registered kSystemProvider{"hostsystemprovider", "HostSystemProviderModule", "OMC_",
+                                     SCHEMA_DIRECTORY, SCHEMA_DIRECTORY "/registration"};
+constexpr Registered kExample{"pcivendorprovider", "PciVendorProviderModule", "Example_",
+                              SOURCE_DIRECTORY "/examples/provider/schema",
+                              SOURCE_DIRECTORY "/examples/provider/registration"};
+
+std::string nameOf(const testing::TestParamInfo<Registered>& test) {
+  return test.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RegistrationFiles,
+                         testing::Values(kPciProvider, kSystemProvider, kExample), nameOf);
 
 // --- sfcb
 
@@ -151,9 +160,16 @@ TEST_P(RegistrationFiles, OpenPegasusFileHoldsNothingElse) {
 
 // --- The library
 
-TEST_P(RegistrationFiles, LibraryHasTheFactoriesThatTheNamesPromise) {
-  const std::unique_ptr<void, int (*)(void*)> library(
-      dlopen(GetParam().library, RTLD_NOW | RTLD_LOCAL), dlclose);
+/// Those whose library is built together with this test.
+class RegisteredLibrary : public RegistrationFiles {};
+
+INSTANTIATE_TEST_SUITE_P(All, RegisteredLibrary, testing::Values(kPciProvider, kSystemProvider),
+                         nameOf);
+
+TEST_P(RegisteredLibrary, HasTheFactoriesThatTheNamesPromise) {
+  const std::string path = BUILD_DIRECTORY "/lib/lib" + std::string(GetParam().name) + ".so";
+  const std::unique_ptr<void, int (*)(void*)> library(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL),
+                                                      dlclose);
   ASSERT_NE(library, nullptr) << dlerror();
   const auto exports = [&library](const std::string& name) {
     return dlsym(library.get(), name.c_str()) != nullptr;
