@@ -66,13 +66,6 @@ TEST(ExampleProvider, GetsAnInstanceByItsName) {
       ElementsAre("Example_PciVendor", "  Name      = \"Texas Instruments\"", "  Functions = 8"));
 }
 
-TEST(ExampleProvider, GetsTheKeysAloneWhereNothingElseIsWanted) {
-  const Outcome got =
-      ask("get " + quoted("Example_PciVendor.Name=\"Texas Instruments\"") + " --property Name");
-  EXPECT_EQ(got.status, 0) << got.out;
-  EXPECT_THAT(linesOf(got.out), ElementsAre("Example_PciVendor", "  Name = \"Texas Instruments\""));
-}
-
 TEST(ExampleProvider, SaysThatThereIsNoSuchInstance) {
   const Outcome got = ask("get " + quoted("Example_PciVendor.Name=\"Nobody\""));
   EXPECT_EQ(got.status, 1);

@@ -25,6 +25,10 @@ class ZELCPPC_EXPORT CmpiArrayIdx {
 };
 
 /// An array of the broker, valid until the request ends.
+///
+///     CmpiArray speeds(2, CMPI_uint16);
+///     speeds[0] = CmpiData(slow);
+///     instance.setProperty("Speeds", CmpiData(speeds));
 class ZELCPPC_EXPORT CmpiArray {
  public:
   /// A new array of `count` null elements of the CMPI type `type` (without the array flag).

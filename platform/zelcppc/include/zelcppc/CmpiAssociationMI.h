@@ -8,6 +8,12 @@ namespace zelInt {
 
 /// The association interface of a provider. Operations that a class does not override answer
 /// NOT_SUPPORTED. May be called from any thread. Filters that the client did not give are null.
+/// `cop` is the object from which the client looks; an association that it has no end in answers OK
+/// with nothing. Object managers enumerate an association through the instance interface:
+///
+///     class FanControl : public virtual CmpiInstanceMI, public virtual CmpiAssociationMI {
+///       CmpiStatus referenceNames(...) override;
+///       // if (cop.classPathIsA("Acme_Fan")) rslt.returnData(pathOfControl(cop));
 class ZELCPPC_EXPORT CmpiAssociationMI : public virtual CmpiBaseMI {
  public:
   CmpiAssociationMI(const CmpiBroker& broker, const CmpiContext& context);

@@ -13,6 +13,12 @@ namespace zelInt {
 /// being called, or, outside a call, the last that was wrapped. When a provider goes, the broker of
 /// the youngest one left takes over there from its own; whoever wraps a broker without a provider
 /// sees to it that the broker outlives the use of this library.
+///
+/// From an operation of a provider, what another provider serves:
+///
+///     const CmpiObjectPath fans("root/cimv2", "Acme_Fan");
+///     CmpiEnumeration all = getBroker().enumInstances(ctx, fans, nullptr);
+///     while (all.hasNext()) use(CmpiInstance(all.getNext()));
 class ZELCPPC_EXPORT CmpiBroker {
  public:
   explicit CmpiBroker(const CMPIBroker* broker);

@@ -13,7 +13,13 @@ class CmpiObjectPath;
 class CmpiString;
 
 /// A CMPI value with its type. Values made from text point at the caller's characters, which
-/// must live until the value has been handed on.
+/// must live until the value has been handed on. Types without a constructor of their own go the
+/// C way, and are read from there:
+///
+///     fan.setProperty("Name", CmpiData(name.c_str()));
+///     const CMPIData size{CMPI_uint64, CMPI_goodValue, {.uint64 = bytes}};
+///     instance.setProperty("Size", CmpiData(size));
+///     bytes = instance.getProperty("Size").raw().value.uint64;
 class ZELCPPC_EXPORT CmpiData {
  public:
   explicit CmpiData(const CMPIData& data) : data_(data) {}

@@ -6,7 +6,7 @@
 
 namespace zelInt {
 
-/// The answer to an upcall.
+/// The answer to an upcall (see CmpiBroker). Elements are instances or paths, as the upcall says.
 class ZELCPPC_EXPORT CmpiEnumeration {
  public:
   explicit CmpiEnumeration(const CMPIEnumeration* enumeration) : enumeration_(enumeration) {}

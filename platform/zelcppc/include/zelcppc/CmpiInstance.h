@@ -9,6 +9,10 @@
 namespace zelInt {
 
 /// A CIM instance.
+///
+///     CmpiInstance fan(path);  // has the keys of `path`
+///     fan.setProperty("Speed", CmpiData(speed));
+///     fan.setPropertyFilter(properties, nullptr);  // last, when all properties are set
 class ZELCPPC_EXPORT CmpiInstance : public CmpiObject {
  public:
   /// A new instance that carries the path's keys as its properties, under every object manager:

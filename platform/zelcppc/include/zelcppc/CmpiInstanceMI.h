@@ -9,6 +9,12 @@ namespace zelInt {
 
 /// The instance interface of a provider. Operations that a class does not override answer
 /// NOT_SUPPORTED. May be called from any thread.
+///
+///     class Fans : public virtual CmpiInstanceMI {
+///       // constructor: CmpiBaseMI(broker, context), CmpiInstanceMI(broker, context)
+///       CmpiStatus enumInstances(...) override;  // rslt.returnData for each, rslt.returnDone
+///
+/// Its factory: ZELCPPC_INSTANCE_FACTORY in ProviderFactory.h.
 class ZELCPPC_EXPORT CmpiInstanceMI : public virtual CmpiBaseMI {
  public:
   CmpiInstanceMI(const CmpiBroker& broker, const CmpiContext& context);

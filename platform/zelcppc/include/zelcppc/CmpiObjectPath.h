@@ -8,6 +8,10 @@
 namespace zelInt {
 
 /// The name of a CIM object: namespace, class and keys.
+///
+///     CmpiObjectPath fan("root/cimv2", "Acme_Fan");
+///     fan.setKey("DeviceID", CmpiData("fan0"));
+///     const std::string id = CmpiString(fan.getKey("DeviceID")).charPtr();
 class ZELCPPC_EXPORT CmpiObjectPath : public CmpiObject {
  public:
   /// A new path without keys, made by the thread's current broker. Throws CmpiStatus when the

@@ -10,6 +10,10 @@ namespace zelInt {
 
 /// A CMPI return code with its text: what an operation answers, and what the binding throws when
 /// the broker fails a call. It owns its text, so it may outlive the request.
+///
+///     return CmpiStatus(CMPI_RC_OK);
+///     return {CMPI_RC_ERR_NOT_FOUND, "no such fan"};
+///     throw CmpiStatus(CMPI_RC_ERR_FAILED, reason);  // from anywhere below an operation
 class ZELCPPC_EXPORT CmpiStatus {
  public:
   explicit CmpiStatus(CMPIrc code) : code_(code) {}
