@@ -16,7 +16,6 @@ class CmpiString;
 /// must live until the value has been handed on. Types without a constructor of their own go the
 /// C way, and are read from there:
 ///
-///     fan.setProperty("Name", CmpiData(name.c_str()));
 ///     const CMPIData size{CMPI_uint64, CMPI_goodValue, {.uint64 = bytes}};
 ///     instance.setProperty("Size", CmpiData(size));
 ///     bytes = instance.getProperty("Size").raw().value.uint64;
