@@ -1,5 +1,5 @@
-#include <manager/cim_xml.h>
-#include <manager/repository.h>
+#include <cim_xml/cim_xml_service.h>
+#include <mof/class_repository.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include <manager/repository.h>
+#include <mof/class_repository.h>
 
 // Any bytes end in a repository whose every answer can be read, or in a MofError.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <manager/repository.h>
+#include <mof/class_repository.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <manager/repository.h>
+#include <mof/class_repository.h>
 #include <unistd.h>
 
 namespace cimom {
@@ -187,13 +187,6 @@ TEST(RepositoryTest, EmptyRepositoryAnswersEverything) {
   EXPECT_TRUE(repository.classNames().empty());
 }
 
-TEST(RepositoryTest, SeveralSourcesMakeOneSchema) {
-  const auto repository = ClassRepository::parse(
-      {{"one.mof", "class B : A { string q; };"}, {"two.mof", "class A { string p; };"}});
-  EXPECT_EQ(namesOf(repository.allProperties("B")), (Names{"p", "q"}));
-  EXPECT_EQ(repository.find("A")->file, "two.mof");
-}
-
 TEST(RepositoryTest, ReadsFromManyThreads) {
   const auto repository = ClassRepository::parse(kSchema);
   std::vector<std::thread> threads;
@@ -211,13 +204,14 @@ TEST(RepositoryTest, ReadsFromManyThreads) {
 }
 
 TEST_F(RepositoryFileTest, LoadsDirectoriesInAnyOrder) {
-  write("a.mof", "class A : B { string p; };");
+  const fs::path first = write("a.mof", "class A : B { string p; };");
   write("below/z.MOF", "class B : C { };");
   write("c.mof", "class C { [Key] string k; };");
   write("notes.txt", "not MOF at all");
   const auto repository = ClassRepository::loadDirectory(directory_);
   EXPECT_EQ(repository.classNames(), (Names{"A", "B", "C"}));
   EXPECT_EQ(repository.keys("A"), Names{"k"});
+  EXPECT_EQ(repository.find("A")->file, first.string());
 }
 
 TEST_F(RepositoryFileTest, FollowsIncludesOnce) {
@@ -225,7 +219,7 @@ TEST_F(RepositoryFileTest, FollowsIncludesOnce) {
       write("all.mof", "#pragma include (\"below/one.mof\")\n#pragma include (\"two.mof\")\n");
   write("below/one.mof", "#pragma include (\"../all.mof\")\nclass A : B { };");
   write("two.mof", "#pragma include (\"below/one.mof\")\nclass B { };");
-  EXPECT_EQ(ClassRepository::loadFile(all).classNames(), (Names{"A", "B"}));
+  EXPECT_EQ(ClassRepository::load({all}).classNames(), (Names{"A", "B"}));
   EXPECT_EQ(ClassRepository::loadDirectory(directory_).classNames(), (Names{"A", "B"}));
   EXPECT_EQ(ClassRepository::load({all, directory_}).classNames(), (Names{"A", "B"}));
 }
@@ -234,7 +228,7 @@ TEST_F(RepositoryFileTest, ReportsWhatCannotBeRead) {
   EXPECT_EQ(loadReason(), directory_.string() + ": holds no MOF file");
   const fs::path file = write("a.mof", "\n#pragma include (\"gone.mof\")");
   EXPECT_EQ(loadReason(), file.string() + ":2:18: included file 'gone.mof' does not exist");
-  EXPECT_THROW(ClassRepository::loadFile(directory_ / "gone.mof"), MofError);
+  EXPECT_THROW(ClassRepository::load({directory_ / "gone.mof"}), MofError);
   EXPECT_THROW(ClassRepository::loadDirectory(directory_ / "gone"), MofError);
   EXPECT_THROW(ClassRepository::loadDirectory(file), MofError);
 }

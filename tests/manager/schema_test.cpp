@@ -5,7 +5,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <manager/repository.h>
+#include <mof/class_repository.h>
 
 namespace cimom {
 namespace {

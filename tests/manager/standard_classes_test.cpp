@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include <gtest/gtest.h>
-#include <manager/mof_writer.h>
-#include <manager/repository.h>
+#include <mof/mof_writer.h>
+#include <mof/class_repository.h>
 
 namespace cimom {
 namespace {

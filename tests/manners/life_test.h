@@ -2,10 +2,10 @@
 
 #include "answer_text.h"
 
+#include <broker/object_manager.h>
+#include <broker/request_scope.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <manager/broker.h>
-#include <manager/object_manager.h>
 
 #include <cstdlib>
 

@@ -2,7 +2,8 @@
 
 #include <cmpi/cmpi.h>
 #include <gtest/gtest.h>
-#include <manager/broker.h>
+#include <broker/broker.h>
+#include <broker/request_scope.h>
 
 namespace zelInt {
 

@@ -1,7 +1,8 @@
 // Object managers whose functions throw, or that leave parts of a request out.
 #include "manners_test.h"
 
-#include <manager/broker.h>
+#include <broker/broker.h>
+#include <broker/request_scope.h>
 
 #include <set>
 #include <stdexcept>

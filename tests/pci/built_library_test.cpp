@@ -1,11 +1,11 @@
 // Drives the built provider library through the C interface, as an object manager does, over a
 // saved machine with two cascaded switches.
+#include <broker/object_manager.h>
+#include <broker/request_scope.h>
 #include <cmpi/cmpi.h>
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <manager/broker.h>
-#include <manager/object_manager.h>
 
 #include <cstdlib>
 #include <map>

@@ -1,7 +1,7 @@
 // The library as an object manager meets it: its symbols, factories, records and provider life.
 #include "scripted_machine.h"
 
-#include <manager/broker.h>
+#include <broker/request_scope.h>
 #include <zelcppc/CmpiProviderBase.h>
 
 #include <algorithm>

@@ -4,7 +4,8 @@
 #include "scripted_machine.h"
 
 #include <decorated_broker.h>
-#include <manager/broker.h>
+#include <broker/broker.h>
+#include <broker/request_scope.h>
 
 #include <set>
 

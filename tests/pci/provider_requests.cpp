@@ -1,9 +1,9 @@
 #include "provider_requests.h"
 
+#include <broker/property_array.h>
+#include <broker/request_scope.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <manager/broker.h>
-#include <manager/property_array.h>
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <broker/object_manager.h>
 #include <cmpi/cmpi.h>
-#include <manager/object_manager.h>
-#include <manager/repository.h>
-#include <manager/value.h>
+#include <model/value.h>
+#include <mof/class_repository.h>
 
 #include <decorated_broker.h>
 

@@ -3,9 +3,10 @@
 #include "scripted_host.h"
 
 #include <PciTopologyCache.h>
+#include <broker/broker.h>
+#include <broker/request_scope.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <manager/broker.h>
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiObjectPath.h>
 #include <zelcppc/CmpiResult.h>

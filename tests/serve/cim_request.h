@@ -1,6 +1,6 @@
 #pragma once
 
-#include <manager/cim_xml.h>
+#include <cim_xml/cim_xml_service.h>
 
 #include <pugixml.hpp>
 #include <string>

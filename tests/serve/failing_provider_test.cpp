@@ -1,3 +1,4 @@
+#include <cmpi/cmpi.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <httplib.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <manager/broker.h>
-#include <manager/error.h>
+#include <model/cim_error.h>
+#include <model/operations.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -14,7 +14,7 @@ namespace servetest {
 
 /// An object manager behind the server, for any number of threads: GetInstance answers with the
 /// path that it was asked for, and does not answer before the gate is open.
-class GatedHost : public cimom::Upcalls {
+class GatedHost : public cimom::Operations {
  public:
   /// Sets the text of the property Note in every answer.
   void setNote(std::string note) {

@@ -1,4 +1,4 @@
-#include <manager/error.h>
+#include <model/cim_error.h>
 
 #include <stdexcept>
 

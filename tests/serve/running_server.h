@@ -1,8 +1,8 @@
 #pragma once
 
-#include <manager/cim_xml.h>
-#include <manager/http_server.h>
-#include <manager/repository.h>
+#include <cim_xml/cim_xml_service.h>
+#include <http/http_server.h>
+#include <mof/class_repository.h>
 
 #include <chrono>
 #include <future>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <cim_xml/cim_xml_service.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <manager/cim_xml.h>
-#include <manager/repository.h>
+#include <mof/class_repository.h>
 
 #include <string>
 #include <vector>

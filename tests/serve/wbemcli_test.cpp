@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <manager/repository.h>
+#include <mof/class_repository.h>
 
 #include <sstream>
 #include <string>

@@ -1,7 +1,7 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <manager/repository.h>
+#include <mof/class_repository.h>
 
 #include <algorithm>
 #include <map>
@@ -112,7 +112,7 @@ std::vector<std::string> textsOf(const MofValue& value) {
 std::map<std::string, Properties> instancesOf(const std::string& file, const std::string& className,
                                               const std::string& key) {
   std::map<std::string, Properties> found;
-  const ClassRepository registration = ClassRepository::loadFile(file);
+  const ClassRepository registration = ClassRepository::load({file});
   for (const MofInstance& instance : registration.instances()) {
     if (instance.className != className) continue;
     Properties properties;
@@ -153,7 +153,7 @@ TEST_P(RegistrationFiles, OpenPegasusKnowsAProviderAndItsCapabilitiesForEachClas
 }
 
 TEST_P(RegistrationFiles, OpenPegasusFileHoldsNothingElse) {
-  const ClassRepository registration = ClassRepository::loadFile(file(".mof"));
+  const ClassRepository registration = ClassRepository::load({file(".mof")});
   EXPECT_EQ(registration.instances().size(), 1 + 2 * classes().size());
   EXPECT_THAT(registration.classNames(), testing::IsEmpty());
 }

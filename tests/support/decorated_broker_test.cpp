@@ -1,8 +1,9 @@
 #include "decorated_broker.h"
 
+#include <broker/broker.h>
+#include <broker/request_scope.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <manager/broker.h>
 
 namespace test_support {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <manager/broker.h>
+#include <model/operations.h>
 
 #include <exception>
 #include <string>
@@ -9,7 +9,7 @@
 namespace test_support {
 
 /// An object manager behind a broker: it answers upcalls with what the test put in and notes them.
-class ScriptedUpcalls : public cimom::Upcalls {
+class ScriptedUpcalls : public cimom::Operations {
  public:
   std::vector<cimom::Instance> instances;
   std::vector<cimom::ObjectPath> paths;

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <broker/broker.h>
+#include <broker/request_scope.h>
 #include <decorated_broker.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <manager/broker.h>
 #include <scripted_upcalls.h>
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiInstance.h>

@@ -76,16 +76,6 @@ INSTANTIATE_TEST_SUITE_P(NewInstance, KeyPropertiesTest, testing::Bool(), [](con
   return testInfo.param ? "CopiesKeys" : "LeavesKeysOut";
 });
 
-TEST(BrokerOptionTest, KeysArePropertiesUnderABrokerThatLeavesThemOut) {
-  const auto repository = cimom::ClassRepository::parse("class Thing { [Key] string Name; };");
-  const cimom::Broker broker(repository, nullptr, {.copyKeysToInstance = false});
-  const cimom::RequestScope request;
-  const CurrentBrokerScope current(broker.record());
-  CmpiObjectPath path("root/cimv2", "Thing");
-  path.setKey("Name", CmpiData("one"));
-  EXPECT_EQ(textOf(CmpiInstance(path).getProperty("Name")), "one");
-}
-
 TEST_F(InstanceTest, HandsTheOwnKeyNamesOnWhereTheCallerListsNone) {
   CmpiInstance instance(thingPath());
   instance.setProperty("Note", CmpiData("words"));

@@ -1,7 +1,7 @@
 #include "commands.h"
 
-#include <manager/error.h>
-#include <manager/object_manager.h>
+#include <broker/object_manager.h>
+#include <model/cim_error.h>
 
 #include <iomanip>
 #include <ostream>

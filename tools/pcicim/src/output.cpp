@@ -1,6 +1,6 @@
 #include "output.h"
 
-#include <manager/mof_writer.h>
+#include <mof/mof_writer.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <manager/repository.h>
-#include <manager/value.h>
+#include <model/value.h>
+#include <mof/class_repository.h>
 
 #include <iosfwd>
 #include <vector>

@@ -1,5 +1,7 @@
 #include "path_text.h"
 
+#include <model/utf8.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <utility>
@@ -32,20 +34,6 @@ int hexValue(char c) {
   }
   const char small = lower(c);
   return small >= 'a' && small <= 'f' ? small - 'a' + 10 : -1;
-}
-
-void appendUtf8(std::string& text, std::uint32_t code) {
-  const auto byte = [&text](std::uint32_t value) { text.push_back(static_cast<char>(value)); };
-  if (code < 0x80) {
-    byte(code);
-  } else if (code < 0x800) {
-    byte(0xc0 | code >> 6);
-    byte(0x80 | (code & 0x3f));
-  } else {
-    byte(0xe0 | code >> 12);
-    byte(0x80 | (code >> 6 & 0x3f));
-    byte(0x80 | (code & 0x3f));
-  }
 }
 
 class PathReader {
@@ -175,7 +163,7 @@ class PathReader {
     static constexpr std::string_view kNames = "btnfr\"'\\";
     static constexpr std::string_view kMeanings = "\b\t\n\f\r\"'\\";
     if (accept('x') || accept('X')) {
-      appendUtf8(value, readCodePoint());
+      cimom::appendUtf8(value, readCodePoint());
       return;
     }
     const std::size_t found = atEnd() ? std::string_view::npos : kNames.find(text_[at_]);

@@ -1,7 +1,7 @@
 #include "serve.h"
 
-#include <manager/cim_xml.h>
-#include <manager/http_server.h>
+#include <cim_xml/cim_xml_service.h>
+#include <http/http_server.h>
 #include <sys/eventfd.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -109,7 +109,7 @@ void serve(Session& session, const Options& options, const std::vector<std::stri
   stopAtSignals();
   const std::string hostName = session.hostName();
   const cimom::CimXmlSettings settings{.hostName = hostName.empty() ? nodeName() : hostName};
-  const cimom::CimXmlService service(session.classes(), session.manager().requests(), settings);
+  const cimom::CimXmlService service(session.classes(), session.manager(), settings);
   cimom::CimXmlHttpServer server(service);
   const int port = server.listen(options.address, options.port);
   const std::vector<std::string> served = session.manager().servedClasses();

@@ -1,7 +1,7 @@
 #include "session.h"
 
-#include <manager/error.h>
-#include <manager/repository.h>
+#include <model/cim_error.h>
+#include <mof/class_repository.h>
 #include <syslog.h>
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <manager/object_manager.h>
+#include <broker/object_manager.h>
 
 #include <memory>
 #include <string>

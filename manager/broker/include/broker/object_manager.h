@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cmpi/cmpi.h>
+
+#include <model/operations.h>
+#include <mof/class_repository.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cimom {
+
+/// An object manager inside the process: it loads CMPI providers from shared objects and carries
+/// requests to them.
+///
+///     ObjectManager manager(repository);
+///     manager.loadProvider("libpciprovider.so");
+///     for (const Instance& device : manager.enumerateInstances({.className = "Zelmar_PCIDevice"}))
+///
+/// Load providers first, from one thread; then any number of threads may send requests. Requests
+/// throw CimError with the provider's code and text. The namespace of a request is that of its
+/// path, "root/cimv2" where the path names none.
+class ObjectManager final : public Operations {
+ public:
+  explicit ObjectManager(std::shared_ptr<const ClassRepository> repository);
+  /// Cleans up every provider and closes the libraries.
+  ~ObjectManager() override;
+  ObjectManager(const ObjectManager&) = delete;
+  ObjectManager& operator=(const ObjectManager&) = delete;
+
+  /// Opens a provider library. It serves each class of the repository for which it exports a
+  /// factory; the first library that does so serves the class. Throws CimError (FAILED) naming the
+  /// file when it cannot be opened or serves no class.
+  void loadProvider(const std::filesystem::path& library);
+
+  /// The classes that the loaded libraries serve, in alphabetical order.
+  std::vector<std::string> servedClasses() const;
+
+  /// As their providers hand them over, narrowed to the listed properties (keys stay).
+  std::vector<Instance> enumerateInstances(const ObjectPath& classPath,
+                                           const PropertyList& properties = std::nullopt) override;
+  std::vector<ObjectPath> enumerateInstanceNames(const ObjectPath& classPath) override;
+
+  /// What the provider of the path's class hands over; the first, where there are several.
+  /// NOT_FOUND when it returns OK without an instance.
+  Instance getInstance(const ObjectPath& path,
+                       const PropertyList& properties = std::nullopt) override;
+
+  /// Association requests go to each association class that a provider serves, or, with a class
+  /// given (assocClass; for references resultClass), to it and its subclasses. Filters go to the
+  /// providers as they are, and nothing is filtered afterwards.
+  std::vector<Instance> associators(const ObjectPath& path, const AssociationFilter& filter,
+                                    const PropertyList& properties = std::nullopt) override;
+  std::vector<ObjectPath> associatorNames(const ObjectPath& path,
+                                          const AssociationFilter& filter) override;
+  std::vector<Instance> references(const ObjectPath& path, const AssociationFilter& filter,
+                                   const PropertyList& properties = std::nullopt) override;
+  std::vector<ObjectPath> referenceNames(const ObjectPath& path,
+                                         const AssociationFilter& filter) override;
+
+  /// The broker that providers of this manager receive. Lives as long as the manager.
+  const CMPIBroker* broker() const;
+
+ private:
+  class Dispatcher;
+  std::shared_ptr<const ClassRepository> repository_;
+  std::unique_ptr<Dispatcher> dispatcher_;
+};
+
+}  // namespace cimom

@@ -1,0 +1,151 @@
+#include <model/value.h>
+
+#include <cstring>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "array_object.h"
+#include "broker_tables.h"
+#include "cmpi_values.h"
+#include "instance_object.h"
+#include "not_supported.h"
+#include "object_text.h"
+#include "string_object.h"
+
+#include <syslog.h>
+
+namespace cimom {
+namespace {
+
+CMPIInstance* eftNewInstance(const CMPIBroker* broker, const CMPIObjectPath* path,
+                             CMPIStatus* status) {
+  if (!checkPath(path, status)) return nullptr;
+  const Broker::State& state = *stateOf(broker);
+  const ObjectPath& named = *pathOf(path);
+  if (state.repository->find(named.className) == nullptr) {
+    setStatus(status, {CMPI_RC_ERR_INVALID_CLASS, makeString("unknown class " + named.className)});
+    return nullptr;
+  }
+  setStatus(status, CMPI_RC_OK);
+  Instance instance{named, named.keys};
+  return makeInstance(std::move(instance), *state.repository);
+}
+
+CMPIObjectPath* eftNewObjectPath(const CMPIBroker*, const char* ns, const char* cn,
+                                 CMPIStatus* status) {
+  if (cn == nullptr) {
+    setStatus(status, CMPI_RC_ERR_INVALID_PARAMETER);
+    return nullptr;
+  }
+  setStatus(status, CMPI_RC_OK);
+  return makePath({"", orEmpty(ns), cn, {}});
+}
+
+CMPIString* eftNewString(const CMPIBroker*, const char* data, CMPIStatus* status) {
+  setStatus(status, CMPI_RC_OK);
+  return makeString(orEmpty(data));
+}
+
+CMPIArray* eftNewArray(const CMPIBroker*, CMPICount size, CMPIType type, CMPIStatus* status) {
+  const auto element = cimTypeOf(type);
+  if (!element || (type & CMPI_ARRAY) != 0) {
+    setStatus(status, CMPI_RC_ERR_INVALID_DATA_TYPE);
+    return nullptr;
+  }
+  setStatus(status, CMPI_RC_OK);
+  return makeArray(size, *element);
+}
+
+CMPIBoolean eftClassPathIsA(const CMPIBroker* broker, const CMPIObjectPath* path,
+                            const char* className, CMPIStatus* status) {
+  if (!checkPath(path, status)) return 0;
+  setStatus(status, CMPI_RC_OK);
+  if (className == nullptr) return 0;
+  return stateOf(broker)->repository->isA(pathOf(path)->className, className) ? 1 : 0;
+}
+
+CMPIString* eftToString(const CMPIBroker*, const void* object, CMPIStatus* status) {
+  const std::optional<std::string> text = objectText(object);
+  setStatus(status, text ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
+  return text ? makeString(*text) : nullptr;
+}
+
+CMPIString* eftGetType(const CMPIBroker*, const void* object, CMPIStatus* status) {
+  const char* type = objectTypeName(object);
+  setStatus(status, type != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
+  return type != nullptr ? makeString(type) : nullptr;
+}
+
+CMPIBoolean eftIsOfType(const CMPIBroker*, const void* object, const char* type,
+                        CMPIStatus* status) {
+  const char* actual = objectTypeName(object);
+  setStatus(status, actual != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_INVALID_HANDLE);
+  return actual != nullptr && type != nullptr && std::strcmp(actual, type) == 0 ? 1 : 0;
+}
+
+CMPIString* eftGetMessage(const CMPIBroker*, const char*, const char* defMsg, CMPIStatus* status,
+                          CMPICount, ...) {
+  setStatus(status, CMPI_RC_OK);
+  return makeString(orEmpty(defMsg));
+}
+
+CMPIString* eftGetMessage2(const CMPIBroker*, const char*, CMPIMsgFileHandle, const char* defMsg,
+                           CMPIStatus* status, CMPICount, ...) {
+  setStatus(status, CMPI_RC_OK);
+  return makeString(orEmpty(defMsg));
+}
+
+CMPIStatus log(int priority, const char* text, const CMPIString* string) {
+  const char* message = text;
+  if (message == nullptr && string != nullptr) message = string->ft->getCharPtr(string, nullptr);
+  if (message == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
+  syslog(priority, "%s", message);
+  return {CMPI_RC_OK, nullptr};
+}
+
+CMPIStatus eftLogMessage(const CMPIBroker*, CMPISeverity, const char*, const char* text,
+                         const CMPIString* string) {
+  return log(LOG_INFO, text, string);
+}
+
+CMPIStatus eftTrace(const CMPIBroker*, CMPILevel, const char*, const char* text,
+                    const CMPIString* string) {
+  return log(LOG_DEBUG, text, string);
+}
+
+CMPIBrokerEncFT makeTable() {
+  using FT = CMPIBrokerEncFT;
+  FT table{};
+  table.ftVersion = 200;
+  table.newInstance = eftNewInstance;
+  table.newObjectPath = eftNewObjectPath;
+  table.newArgs = notSupported<decltype(FT::newArgs)>();
+  table.newString = eftNewString;
+  table.newArray = eftNewArray;
+  table.newDateTime = notSupported<decltype(FT::newDateTime)>();
+  table.newDateTimeFromBinary = notSupported<decltype(FT::newDateTimeFromBinary)>();
+  table.newDateTimeFromChars = notSupported<decltype(FT::newDateTimeFromChars)>();
+  table.newSelectExp = notSupported<decltype(FT::newSelectExp)>();
+  table.classPathIsA = eftClassPathIsA;
+  table.toString = eftToString;
+  table.isOfType = eftIsOfType;
+  table.getType = eftGetType;
+  table.getMessage = eftGetMessage;
+  table.logMessage = eftLogMessage;
+  table.trace = eftTrace;
+  table.newCMPIError = notSupported<decltype(FT::newCMPIError)>();
+  table.openMessageFile = notSupported<decltype(FT::openMessageFile)>();
+  table.closeMessageFile = notSupported<decltype(FT::closeMessageFile)>();
+  table.getMessage2 = eftGetMessage2;
+  return table;
+}
+
+}  // namespace
+
+const CMPIBrokerEncFT& objectTable() {
+  static const CMPIBrokerEncFT table = makeTable();
+  return table;
+}
+
+}  // namespace cimom

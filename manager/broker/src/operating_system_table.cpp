@@ -1,0 +1,155 @@
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+
+#include "broker_tables.h"
+
+#include <pthread.h>
+#include <time.h>
+
+namespace cimom {
+
+namespace {
+
+// Threads travel as opaque words; a pthread_t fits one.
+static_assert(sizeof(pthread_t) == sizeof(void*));
+static_assert(sizeof(pthread_key_t) == sizeof(unsigned int));
+
+char* resolveFileName(const char* name) {
+  return name != nullptr ? strdup(name) : nullptr;
+}
+
+void* newThread(void* (*start)(void*), void* parameter, int detached) {
+  pthread_t thread{};
+  if (pthread_create(&thread, nullptr, start, parameter) != 0) return nullptr;
+  if (detached != 0) pthread_detach(thread);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface knows threads as opaque pointers.
+  return reinterpret_cast<void*>(thread);
+}
+
+pthread_t threadOf(void* thread) {
+  return reinterpret_cast<pthread_t>(thread);
+}
+
+int joinThread(void* thread, void** returnCode) {
+  return pthread_join(threadOf(thread), returnCode);
+}
+
+int exitThread(void* returnCode) {
+  pthread_exit(returnCode);
+}
+
+int cancelThread(void* thread) {
+  return pthread_cancel(threadOf(thread));
+}
+
+int threadSleep(CMPIUint32 milliseconds) {
+  timespec left{static_cast<time_t>(milliseconds / 1000),
+                static_cast<long>(milliseconds % 1000) * 1000000L};
+  while (nanosleep(&left, &left) != 0) {
+    if (errno != EINTR) return errno;
+  }
+  return 0;
+}
+
+int threadOnce(int* once, void (*init)(void)) {
+  static std::mutex guard;
+  const std::lock_guard<std::mutex> lock(guard);
+  if (*once == 0) {
+    *once = 1;
+    init();
+  }
+  return 0;
+}
+
+int createThreadKey(unsigned int* key, void (*cleanup)(void*)) {
+  return pthread_key_create(key, cleanup);
+}
+int destroyThreadKey(unsigned int key) {
+  return pthread_key_delete(key);
+}
+void* getThreadSpecific(unsigned int key) {
+  return pthread_getspecific(key);
+}
+int setThreadSpecific(unsigned int key, void* value) {
+  return pthread_setspecific(key, value);
+}
+
+pthread_mutex_t* mutexOf(void* mutex) {
+  return static_cast<pthread_mutex_t*>(mutex);
+}
+pthread_cond_t* conditionOf(void* condition) {
+  return static_cast<pthread_cond_t*>(condition);
+}
+
+void* newMutex(int) {
+  auto mutex = std::make_unique<pthread_mutex_t>();
+  if (pthread_mutex_init(mutex.get(), nullptr) != 0) return nullptr;
+  return mutex.release();
+}
+
+void destroyMutex(void* mutex) {
+  const std::unique_ptr<pthread_mutex_t> owned(mutexOf(mutex));
+  if (owned) pthread_mutex_destroy(owned.get());
+}
+
+void lockMutex(void* mutex) {
+  pthread_mutex_lock(mutexOf(mutex));
+}
+void unlockMutex(void* mutex) {
+  pthread_mutex_unlock(mutexOf(mutex));
+}
+
+void* newCondition(int) {
+  auto condition = std::make_unique<pthread_cond_t>();
+  if (pthread_cond_init(condition.get(), nullptr) != 0) return nullptr;
+  return condition.release();
+}
+
+void destroyCondition(void* condition) {
+  const std::unique_ptr<pthread_cond_t> owned(conditionOf(condition));
+  if (owned) pthread_cond_destroy(owned.get());
+}
+
+int condWait(void* condition, void* mutex) {
+  return pthread_cond_wait(conditionOf(condition), mutexOf(mutex));
+}
+
+int timedCondWait(void* condition, void* mutex, timespec* wait) {
+  return pthread_cond_timedwait(conditionOf(condition), mutexOf(mutex), wait);
+}
+
+int signalCondition(void* condition) {
+  return pthread_cond_signal(conditionOf(condition));
+}
+
+}  // namespace
+
+const CMPIBrokerExtFT& operatingSystemTable() {
+  static const CMPIBrokerExtFT table = {200,
+                                        resolveFileName,
+                                        newThread,
+                                        joinThread,
+                                        exitThread,
+                                        cancelThread,
+                                        threadSleep,
+                                        threadOnce,
+                                        createThreadKey,
+                                        destroyThreadKey,
+                                        getThreadSpecific,
+                                        setThreadSpecific,
+                                        newMutex,
+                                        destroyMutex,
+                                        lockMutex,
+                                        unlockMutex,
+                                        newCondition,
+                                        destroyCondition,
+                                        condWait,
+                                        timedCondWait,
+                                        signalCondition};
+  return table;
+}
+
+}  // namespace cimom

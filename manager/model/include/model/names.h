@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string_view>
+
+namespace cimom {
+
+/// Orders names as CIM compares them: ASCII letters regardless of case.
+struct NameLess {
+  using is_transparent = void;
+  bool operator()(std::string_view left, std::string_view right) const noexcept;
+};
+
+/// True when two CIM names are the same name, ASCII letters compared regardless of case.
+bool sameName(std::string_view left, std::string_view right) noexcept;
+
+}  // namespace cimom

@@ -1,0 +1,25 @@
+#include <model/names.h>
+
+#include <algorithm>
+
+namespace cimom {
+namespace {
+
+char lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+}  // namespace
+
+bool NameLess::operator()(std::string_view left, std::string_view right) const noexcept {
+  return std::ranges::lexicographical_compare(
+      left, right,
+      [](char a, char b) { return static_cast<unsigned char>(a) < static_cast<unsigned char>(b); },
+      lower, lower);
+}
+
+bool sameName(std::string_view left, std::string_view right) noexcept {
+  return std::ranges::equal(left, right, {}, lower, lower);
+}
+
+}  // namespace cimom

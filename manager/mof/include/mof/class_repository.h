@@ -1,0 +1,79 @@
+#pragma once
+
+#include <model/class_declaration.h>
+#include <mof/mof_error.h>
+#include <mof/mof_instance.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cimom {
+
+/// The classes that an object manager knows, read from MOF.
+///
+/// It is filled once by the load functions and cannot be changed afterwards: every reading
+/// function is then safe from any number of threads, and each reference or pointer handed out
+/// lives as long as the repository. All class names are compared regardless of case.
+class ClassRepository {
+ public:
+  ClassRepository();
+  ClassRepository(ClassRepository&&) noexcept;
+  ClassRepository& operator=(ClassRepository&&) noexcept;
+  ~ClassRepository();
+
+  /// Reads every *.mof file of a directory and of those below it, in any order. Throws MofError,
+  /// also when the directory cannot be read or holds no such file.
+  static ClassRepository loadDirectory(const std::filesystem::path& directory);
+
+  /// Reads several files and directories, and what they include, as one schema; a superclass may
+  /// stand in any of them, also after its subclasses. A class declared twice is an error, the same
+  /// file named twice is read once. Throws MofError.
+  static ClassRepository load(const std::vector<std::filesystem::path>& filesAndDirectories);
+
+  /// Reads MOF from memory; an include is an error there. Throws MofError.
+  static ClassRepository parse(std::string_view text, const std::string& sourceName = "<text>");
+
+  /// The class; null when there is none of that name.
+  const ClassDeclaration* find(std::string_view name) const;
+
+  /// True when `name` is `base` or inherits from it; false when either is unknown.
+  bool isA(std::string_view name, std::string_view base) const;
+
+  /// Names of the classes right below `name`, or, with `deep`, of all below it, each before its
+  /// own subclasses; in alphabetical order among sisters. Empty for an unknown class. An empty
+  /// `name` stands above the classes at the top.
+  std::vector<std::string> subclasses(std::string_view name, bool deep) const;
+
+  /// Names from the superclass of `name` up to the top; empty for an unknown class.
+  std::vector<std::string> superclasses(std::string_view name) const;
+
+  /// All properties of the class, inherited ones first, topmost class first. A property that a
+  /// subclass declares again stands at its first place with the subclass's type, default and
+  /// qualifiers, to which the overridden one's are added where the subclass does not name them.
+  /// Empty for an unknown class.
+  const std::vector<PropertyDeclaration>& allProperties(std::string_view name) const;
+
+  /// One of allProperties; null when the class or the property is unknown.
+  const PropertyDeclaration* findProperty(std::string_view className,
+                                          std::string_view propertyName) const;
+
+  /// Names of the key properties, in the order of allProperties; empty for an unknown class.
+  const std::vector<std::string>& keys(std::string_view name) const;
+
+  /// Names of all classes, in alphabetical order.
+  std::vector<std::string> classNames() const;
+
+  /// The instances that the text holds, in the order of reading.
+  const std::vector<MofInstance>& instances() const;
+
+ private:
+  struct Content;
+  explicit ClassRepository(std::unique_ptr<Content> content);
+
+  std::unique_ptr<Content> content_;
+};
+
+}  // namespace cimom
