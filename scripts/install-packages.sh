@@ -4,7 +4,7 @@
 set -euo pipefail
 
 declare -A groups=(
-  [build]="cmake ninja-build g++ pkgconf libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libcpp-httplib-dev"
+  [build]="cmake ninja-build g++ pkgconf libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libboost-dev libexpat1-dev"
   [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file sblim-wbemcli"
   [vm]="qemu-system-x86"
   [package]="dpkg-dev file"

@@ -1,12 +1,12 @@
 #include <cmpi/cmpi.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <httplib.h>
 
 #include <csignal>
 #include <string>
 
 #include "cim_request.h"
+#include "http_client.h"
 #include "served_process.h"
 
 namespace servetest {
@@ -41,17 +41,12 @@ TEST(FailingProvider, TheCommandSaysWhichProviderFailedAndHow) {
 
 TEST(FailingProvider, TheServerAnswersWithItsErrorsAndEndsCleanly) {
   ServedProcess server(kFailing);
-  httplib::Client client("127.0.0.1", server.port());
+  HttpClient client(server.port());
   for (const char* method : {"EnumerateInstanceNames", "EnumerateInstances"}) {
     const CimRequest request = CimRequest(method).className("ClassName", "Failing_Thing");
-    const cimom::CimXmlHeaders headers = request.headers();
-    const auto answer = client.Post("/cimom",
-                                    {{"CIMOperation", "MethodCall"},
-                                     {"CIMMethod", *headers.method},
-                                     {"CIMObject", *headers.object}},
-                                    request.body(), "application/xml");
+    const auto answer = client.post(request);
     ASSERT_TRUE(answer);
-    ASSERT_EQ(answer->status, 200) << answer->body;
+    ASSERT_EQ(answer->status, 200U) << answer->body;
     EXPECT_EQ(CimResponse(answer->body).errorCode(), CMPI_RC_ERR_FAILED);
     EXPECT_THAT(answer->body, HasSubstr("the provider of Failing_Thing failed"));
   }

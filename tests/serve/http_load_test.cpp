@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <httplib.h>
 
 #include <atomic>
 #include <chrono>
@@ -11,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "http_client.h"
 #include "raw_client.h"
 #include "running_server.h"
 
@@ -83,6 +83,51 @@ TEST(HttpLimits, ClientsBeyondThoseThatMayWaitAreTurnedAway) {
   EXPECT_THAT(asking(server)->receiveAll(), StartsWith(kOk));
 }
 
+TEST(HttpLimits, ConnectionsBeyondThoseThatMayBeOpenAreTurnedAway) {
+  const RunningServer server({.connections = 2});
+  const RawClient silent(server.port());
+  auto half = std::make_unique<RawClient>(server.port());
+  ASSERT_TRUE(half->send("POST /cimom HTTP/1.1\r\n"));
+  EXPECT_THAT(RawClient(server.port()).receiveAll(), StartsWith("HTTP/1.1 503 "));
+  half.reset();
+  // The server sees the end of the one that went in its own time.
+  std::string answer;
+  do {
+    answer = asking(server)->receiveAll();
+  } while (answer.starts_with("HTTP/1.1 503 "));
+  EXPECT_THAT(answer, StartsWith(kOk));
+}
+
+TEST(HttpLimits, TheConnectionThatHasWaitedLongestMakesRoom) {
+  const RunningServer server({.idleTime = seconds(60), .connections = 2});
+  RawClient first(server.port());
+  RawClient second(server.port());
+  for (RawClient* client : {&first, &second}) {
+    ASSERT_TRUE(client->send(wireText(getThing("a"))));
+    client->receiveUntil("</CIM>");
+  }
+  EXPECT_THAT(asking(server)->receiveAll(), StartsWith(kOk));
+  EXPECT_THAT(first.receiveAll(), IsEmpty());
+  ASSERT_TRUE(second.send(wireText(getThing("a"))));
+  EXPECT_THAT(second.receiveUntil("</CIM>"), StartsWith(kOk));
+}
+
+TEST(HttpLimits, ClientsThatAreSlowToAskHoldUpNobody) {
+  const RunningServer server({.requests = 1, .waiting = 1});
+  std::vector<std::unique_ptr<RawClient>> slow;
+  const std::string text = wireText(getThing("a"), "Connection: close\r\n");
+  for (int i = 0; i < 20; ++i) {
+    slow.push_back(std::make_unique<RawClient>(server.port()));
+    ASSERT_TRUE(slow.back()->send(text.substr(0, i % 2 == 0 ? 20 : text.size() - 1)));
+  }
+  EXPECT_THAT(asking(server)->receiveAll(), StartsWith(kOk));
+  for (int i = 0; i < 20; ++i) {
+    const auto& client = slow[static_cast<std::size_t>(i)];
+    ASSERT_TRUE(client->send(text.substr(i % 2 == 0 ? 20 : text.size() - 1)));
+    EXPECT_THAT(client->receiveAll(), StartsWith(kOk));
+  }
+}
+
 TEST(HttpLoad, RequestsAreAnsweredAtTheSameTime) {
   RunningServer server({.requests = 6});
   server.host.close();
@@ -101,16 +146,12 @@ TEST(HttpLoad, EveryClientGetsItsOwnAnswers) {
   std::vector<std::thread> clients;
   for (int c = 0; c < kClients; ++c) {
     clients.emplace_back([&, c] {
-      httplib::Client client("127.0.0.1", server.port());
-      client.set_keep_alive(c % 2 == 0);
+      HttpClient client(server.port());
+      client.keepAlive(c % 2 == 0);
       for (int i = 0; i < kRequests; ++i) {
         const std::string name = "Test_None" + std::to_string(c) + "_" + std::to_string(i);
         const CimRequest request = CimRequest("GetClass").className("ClassName", name);
-        const auto answer = client.Post("/cimom",
-                                        {{"CIMOperation", "MethodCall"},
-                                         {"CIMMethod", "GetClass"},
-                                         {"CIMObject", "root/cimv2"}},
-                                        request.body(), "text/xml");
+        const auto answer = client.post(request);
         const bool isOwn = answer && answer->status == 200 &&
                            CimResponse(answer->body).errorText() == "no class " + name;
         right += isOwn ? 1 : 0;

@@ -55,14 +55,32 @@ TEST_F(Messages, WhatIsNoXmlIsNotWellFormed) {
   const std::string body = request.body();
   const char* const cim = "<CIM CIMVERSION=\"2.0\"";
   for (const std::string& broken : std::vector<std::string>{
-           "", "hello", "<CIM", body.substr(0, body.size() - 1), body + "<more/>", body + "text",
-           replaced(body, "</SIMPLEREQ>", "</SIMPLEREP>"), replaced(body, "ID=\"42\"", "ID=42"),
+           "",
+           "hello",
+           "<CIM",
+           body.substr(0, body.size() - 1),
+           body + "<more/>",
+           body + "text",
+           replaced(body, "</SIMPLEREQ>", "</SIMPLEREP>"),
+           replaced(body, "ID=\"42\"", "ID=42"),
            replaced(body, "ID=\"42\"", "ID=\"42\" ID=\"43\""),
-           replaced(body, "ID=\"42\"", "ID=\"&nbsp;\""), replaced(body, "ID=\"42\"", "ID=\"&#0;\""),
-           replaced(body, "ID=\"42\"", "ID=\"\x80\""), replaced(body, "utf-8", "utf-16"),
+           replaced(body, "ID=\"42\"", "ID=\"&nbsp;\""),
+           replaced(body, "ID=\"42\"", "ID=\"&#0;\""),
+           replaced(body, "ID=\"42\"", "ID=\"\x80\""),
+           replaced(body, "utf-8", "utf-16"),
            replaced(body, cim, "<!DOCTYPE CIM [<!ENTITY a \"b\">]>" + std::string(cim)),
            replaced(body, cim, "<!DOCTYPE CIM []>" + std::string(cim)),
            replaced(body, cim, "<!DOCTYPE CIM [%a;]>" + std::string(cim)),
+           replaced(body, cim, "<!DOCTYPE>" + std::string(cim)),
+           replaced(body, cim, "<!DOCTYPECIM>" + std::string(cim)),
+           replaced(body, cim, "<!DOCTYPE CIM SYSTEM>" + std::string(cim)),
+           replaced(body, cim, "<!DOCTYPE CIM x.dtd>" + std::string(cim)),
+           replaced(body, cim, "<!DOCTYPE CIM><!DOCTYPE CIM>" + std::string(cim)),
+           replaced(body, cim, "<!DOCTYPE CIM><?xml version=\"1.0\"?>" + std::string(cim)),
+           replaced(replaced(body, cim, "<!DOCTYPE CIM SYSTEM \"x.dtd\">" + std::string(cim)),
+                    "ID=\"42\"", "ID=\"&nbsp;\""),
+           replaced(body, "<?xml version", "<?xmlversion"),
+           replaced(body, "<?xml version=\"1.0\"", "<?xml"),
            replaced(body, "</SIMPLEREQ>", "<![CDATA[</SIMPLEREQ>")}) {
     expectRefusal(request.headers(), broken, 400, "request-not-well-formed");
   }

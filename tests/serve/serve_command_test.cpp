@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <httplib.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -191,6 +190,15 @@ TEST(ServeCommand, SaysWhyItCannotServe) {
   expectFailure({"serve", "--port", "65536"}, 2, "65536");
   expectFailure({"serve", "--port", "-1"}, 2, "");
   expectFailure({"serve", "--port", "http"}, 2, "http");
+}
+
+TEST(ServeCommand, NoLibraryOfEncryptionOrCompressionIsLoaded) {
+  const Outcome loaded = clitest::runProgram("/usr/bin/ldd", {PCICIM_PROGRAM});
+  EXPECT_EQ(loaded.status, 0) << loaded.err;
+  EXPECT_THAT(loaded.out, HasSubstr("libexpat.so"));
+  for (const char* library : {"libssl", "libcrypto", "libbrotli", "libz.so", "httplib"}) {
+    EXPECT_THAT(loaded.out, Not(HasSubstr(library)));
+  }
 }
 
 TEST(ServeCommand, HelpNamesItsOptionsAndDefaults) {

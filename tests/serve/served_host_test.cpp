@@ -1,11 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <httplib.h>
 
 #include <string>
 #include <vector>
 
 #include "cim_request.h"
+#include "http_client.h"
 #include "odd/odd_values.h"
 #include "served_process.h"
 
@@ -19,12 +19,7 @@ using testing::SizeIs;
 class ServedOddValues : public testing::Test {
  protected:
   CimResponse ask(const CimRequest& request) {
-    const cimom::CimXmlHeaders headers = request.headers();
-    const auto answer = client_.Post("/cimom",
-                                     {{"CIMOperation", "MethodCall"},
-                                      {"CIMMethod", *headers.method},
-                                      {"CIMObject", *headers.object}},
-                                     request.body(), "application/xml");
+    const auto answer = client_.post(request);
     if (!answer || answer->status != 200) throw std::runtime_error("no answer");
     return CimResponse(answer->body);
   }
@@ -47,7 +42,7 @@ class ServedOddValues : public testing::Test {
   }
 
   ServedProcess server_{{"--provider", ODD_PROVIDER, "--schema", ODD_SCHEMA}};
-  httplib::Client client_{"127.0.0.1", server_.port()};
+  HttpClient client_{server_.port()};
 };
 
 TEST_F(ServedOddValues, EveryNameComesBackInGetInstance) {

@@ -191,16 +191,6 @@ CMPIData notFound(CMPIStatus* status, CMPIrc code, const std::string& text) {
   return data;
 }
 
-CMPIData dataAt(const std::vector<NamedValue>& values, CMPICount index, CMPIString** name,
-                CMPIStatus* status) {
-  if (index >= values.size()) {
-    return notFound(status, CMPI_RC_ERR_NO_SUCH_PROPERTY, "index out of range");
-  }
-  setStatus(status, CMPI_RC_OK);
-  if (name != nullptr) *name = makeString(values[index].name);
-  return dataFrom(values[index].value);
-}
-
 void putNamed(std::vector<NamedValue>& values, const char* name, Value value) {
   const auto found = std::find_if(values.begin(), values.end(), [&](const NamedValue& candidate) {
     return sameName(candidate.name, name);

@@ -28,9 +28,6 @@ CMPIData nullData(CMPIType type);
 /// What says that there is no value, with the reason as status.
 CMPIData notFound(CMPIStatus* status, CMPIrc code, const std::string& text);
 
-/// The value at that index, with its name where the caller wants it.
-CMPIData dataAt(const std::vector<NamedValue>& values, CMPICount index, CMPIString** name,
-                CMPIStatus* status);
 /// Sets the value of that name, in any case, or adds it.
 void putNamed(std::vector<NamedValue>& values, const char* name, Value value);
 

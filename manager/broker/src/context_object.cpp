@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "cmpi_values.h"
+#include "named_values.h"
 
 namespace cimom {
 namespace {
@@ -18,18 +19,6 @@ CMPIData contextGetEntry(const CMPIContext* handle, const char* name, CMPIStatus
     }
   }
   return notFound(status, CMPI_RC_ERR_NOT_FOUND, "the context has no such entry");
-}
-
-CMPIData contextGetEntryAt(const CMPIContext* handle, CMPICount index, CMPIString** name,
-                           CMPIStatus* status) {
-  const ContextObject* object = get<ContextObject>(handle);
-  if (object == nullptr) return notFound(status, CMPI_RC_ERR_INVALID_HANDLE, "no context");
-  return dataAt(object->entries, index, name, status);
-}
-
-CMPICount contextEntryCount(const CMPIContext* handle, CMPIStatus* status) {
-  const ContextObject* object = get<ContextObject>(handle, status);
-  return object != nullptr ? static_cast<CMPICount>(object->entries.size()) : 0;
 }
 
 CMPIStatus contextAddEntry(const CMPIContext* handle, const char* name, const CMPIValue* value,
@@ -48,8 +37,8 @@ const CMPIContextFT ContextObject::table = {200,
                                             releaseObject<ContextObject>,
                                             cloneObject<ContextObject>,
                                             contextGetEntry,
-                                            contextGetEntryAt,
-                                            contextEntryCount,
+                                            valueAt<ContextObject>,
+                                            valueCount<ContextObject>,
                                             contextAddEntry};
 
 }  // namespace cimom

@@ -20,6 +20,8 @@ struct ContextObject : BrokerObject {
   ContextObject(const ContextObject& other)
       : BrokerObject(other), handle{this, &table}, entries(other.entries) {}
   ContextObject& operator=(const ContextObject&) = delete;
+  const std::vector<NamedValue>& values() const { return entries; }
+
   Record handle;
   std::vector<NamedValue> entries;
 };

@@ -1,6 +1,5 @@
 #include "instance_object.h"
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -8,6 +7,7 @@
 #include <model/names.h>
 
 #include "cmpi_values.h"
+#include "named_values.h"
 #include "path_object.h"
 #include "string_object.h"
 
@@ -23,23 +23,6 @@ CMPIData instanceGetProperty(const CMPIInstance* handle, const char* name, CMPIS
   }
   setStatus(status, CMPI_RC_OK);
   return dataFrom(*value);
-}
-
-CMPIData instanceGetPropertyAt(const CMPIInstance* handle, CMPICount index, CMPIString** name,
-                               CMPIStatus* status) {
-  const InstanceObject* object = get<InstanceObject>(handle);
-  if (object == nullptr) return notFound(status, CMPI_RC_ERR_INVALID_HANDLE, "no instance");
-  return dataAt(object->instance.properties, index, name, status);
-}
-
-CMPICount instancePropertyCount(const CMPIInstance* handle, CMPIStatus* status) {
-  const InstanceObject* object = get<InstanceObject>(handle, status);
-  return object != nullptr ? static_cast<CMPICount>(object->instance.properties.size()) : 0;
-}
-
-bool listed(const std::vector<std::string>& names, const std::string& name) {
-  return std::any_of(names.begin(), names.end(),
-                     [&](const std::string& candidate) { return sameName(candidate, name); });
 }
 
 CMPIStatus instanceSetProperty(const CMPIInstance* handle, const char* name, const CMPIValue* value,
@@ -63,7 +46,7 @@ CMPIStatus instanceSetProperty(const CMPIInstance* handle, const char* name, con
                        std::string(typeName(declared->type)))};
   }
   if (declared->isKey) putNamed(object->instance.path.keys, declared->name.c_str(), *given);
-  if (object->filter && !listed(*object->filter, name)) return okStatus();
+  if (object->filter && !holdsName(*object->filter, name)) return okStatus();
   putNamed(object->instance.properties, name, std::move(*given));
   return okStatus();
 }
@@ -93,7 +76,7 @@ CMPIStatus instanceSetPropertyFilter(const CMPIInstance* handle, const char** pr
   appendNames(kept, properties);
   appendNames(kept, keys);
   std::erase_if(object->instance.properties,
-                [&](const NamedValue& property) { return !listed(kept, property.name); });
+                [&](const NamedValue& property) { return !holdsName(kept, property.name); });
   object->filter = std::move(kept);
   return okStatus();
 }
@@ -112,8 +95,8 @@ const CMPIInstanceFT InstanceObject::table = {200,
                                               releaseObject<InstanceObject>,
                                               cloneObject<InstanceObject>,
                                               instanceGetProperty,
-                                              instanceGetPropertyAt,
-                                              instancePropertyCount,
+                                              valueAt<InstanceObject>,
+                                              valueCount<InstanceObject>,
                                               instanceSetProperty,
                                               instanceGetObjectPath,
                                               instanceSetPropertyFilter,

@@ -25,6 +25,8 @@ struct InstanceObject : BrokerObject {
         repository(other.repository),
         filter(other.filter) {}
   InstanceObject& operator=(const InstanceObject&) = delete;
+  const std::vector<NamedValue>& values() const { return instance.properties; }
+
   Record handle;
   Instance instance;
   const ClassRepository* repository;

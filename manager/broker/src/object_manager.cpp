@@ -3,8 +3,8 @@
 #include <broker/property_array.h>
 #include <broker/request_scope.h>
 #include <model/cim_error.h>
+#include <model/names.h>
 
-#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -35,11 +35,6 @@ ObjectPath named(const ObjectPath& path, const std::string& className) {
 template <class Answer>
 void append(std::vector<Answer>& all, std::vector<Answer>&& more) {
   all.insert(all.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
-}
-
-bool holds(const std::vector<std::string>& names, const std::string& name) {
-  return std::ranges::any_of(
-      names, [&](const std::string& candidate) { return sameName(candidate, name); });
 }
 
 }  // namespace
@@ -74,43 +69,38 @@ class ObjectManager::Dispatcher {
   }
 
   template <class Operation>
-  std::vector<Instance> instance(const ObjectPath& path, const PropertyList& properties,
-                                 Operation operation) {
+  Instance instance(const ObjectPath& path, const PropertyList& properties, Operation operation) {
     checkRequest(path);
     const auto found = providers_.byClass().find(path.className);
     if (found == providers_.byClass().end() || !found->second.instance.exists()) {
       throwNoProvider(path);
     }
     RequestAnswers answers = call(found->second.instance, named(path, path.className), operation);
-    if (!answers.instances.empty()) answers.instances.resize(1);
+    if (answers.instances.empty()) throw CimError(CMPI_RC_ERR_NOT_FOUND, toText(path));
+    answers.instances.resize(1);
     narrow(answers.instances, properties);
-    return std::move(answers.instances);
+    return std::move(answers.instances.front());
   }
 
-  /// What the providers of the association class, or of all, hand over.
-  template <class Answer, class Operation>
-  std::vector<Answer> linked(const ObjectPath& path, const std::string& associationClass,
-                             std::vector<Answer> RequestAnswers::*answers, Operation operation) {
-    checkRequest(path);
-    if (!associationClass.empty()) requireClass(associationClass);
-    std::vector<Answer> all;
-    for (auto& [name, provider] : providers_.byClass()) {
-      if (!provider.association.exists()) continue;
-      if (!associationClass.empty() && !repository_.isA(name, associationClass)) continue;
-      append(all, call(provider.association, named(path, path.className), operation).*answers);
-    }
+  template <class Operation>
+  std::vector<ObjectPath> linkedNames(const ObjectPath& path, const std::string& associationClass,
+                                      Operation operation) {
+    std::vector<ObjectPath> all;
+    forEachAssociationProvider(path, associationClass, [&](ClassProvider& provider) {
+      append(all, call(provider.association, named(path, path.className), operation).paths);
+    });
     return all;
   }
 
-  /// Providers need not narrow their instances; the manager does what is left to do.
-  void narrow(std::vector<Instance>& instances, const PropertyList& wanted) const {
-    if (!wanted) return;
-    for (Instance& instance : instances) {
-      const auto& keys = repository_.keys(instance.path.className);
-      std::erase_if(instance.properties, [&](const NamedValue& property) {
-        return !holds(*wanted, property.name) && !holds(keys, property.name);
-      });
-    }
+  template <class Operation>
+  std::vector<Instance> linkedInstances(const ObjectPath& path, const std::string& associationClass,
+                                        const PropertyList& properties, Operation operation) {
+    std::vector<Instance> all;
+    forEachAssociationProvider(path, associationClass, [&](ClassProvider& provider) {
+      append(all, call(provider.association, named(path, path.className), operation).instances);
+    });
+    narrow(all, properties);
+    return all;
   }
 
  private:
@@ -139,6 +129,30 @@ class ObjectManager::Dispatcher {
       visit(name, provider);
     }
     if (!any) throwNoProvider(path);
+  }
+
+  /// Visits the providers of the association class and of its subclasses, or all where none is
+  /// given.
+  template <class Visit>
+  void forEachAssociationProvider(const ObjectPath& path, const std::string& associationClass,
+                                  Visit visit) {
+    checkRequest(path);
+    if (!associationClass.empty()) requireClass(associationClass);
+    for (auto& [name, provider] : providers_.byClass()) {
+      if (!provider.association.exists()) continue;
+      if (associationClass.empty() || repository_.isA(name, associationClass)) visit(provider);
+    }
+  }
+
+  /// Providers need not narrow their instances; the manager does what is left to do.
+  void narrow(std::vector<Instance>& instances, const PropertyList& wanted) const {
+    if (!wanted) return;
+    for (Instance& instance : instances) {
+      const auto& keys = repository_.keys(instance.path.className);
+      std::erase_if(instance.properties, [&](const NamedValue& property) {
+        return !holdsName(*wanted, property.name) && !holdsName(keys, property.name);
+      });
+    }
   }
 
   void checkRequest(const ObjectPath& path) const {
@@ -185,83 +199,62 @@ const CMPIBroker* ObjectManager::broker() const {
 std::vector<Instance> ObjectManager::enumerateInstances(const ObjectPath& classPath,
                                                         const PropertyList& properties) {
   PropertyArray list(properties);
-  return dispatcher_->instances(
-      classPath, properties,
-      [&](CMPIInstanceMI& mi, const CMPIContext* context, CMPIResult* result, CMPIObjectPath* cop) {
-        return mi.ft->enumerateInstances(&mi, context, result, cop, list.get());
-      });
+  return dispatcher_->instances(classPath, properties, [&](auto& mi, auto... request) {
+    return mi.ft->enumerateInstances(&mi, request..., list.get());
+  });
 }
 
 std::vector<ObjectPath> ObjectManager::enumerateInstanceNames(const ObjectPath& classPath) {
-  return dispatcher_->names(classPath, [](CMPIInstanceMI& mi, const CMPIContext* context,
-                                          CMPIResult* result, CMPIObjectPath* cop) {
-    return mi.ft->enumerateInstanceNames(&mi, context, result, cop);
+  return dispatcher_->names(classPath, [](auto& mi, auto... request) {
+    return mi.ft->enumerateInstanceNames(&mi, request...);
   });
 }
 
 Instance ObjectManager::getInstance(const ObjectPath& path, const PropertyList& properties) {
   PropertyArray list(properties);
-  std::vector<Instance> found = dispatcher_->instance(
-      path, properties,
-      [&](CMPIInstanceMI& mi, const CMPIContext* context, CMPIResult* result, CMPIObjectPath* cop) {
-        return mi.ft->getInstance(&mi, context, result, cop, list.get());
-      });
-  if (found.empty()) throw CimError(CMPI_RC_ERR_NOT_FOUND, toText(path));
-  return std::move(found.front());
+  return dispatcher_->instance(path, properties, [&](auto& mi, auto... request) {
+    return mi.ft->getInstance(&mi, request..., list.get());
+  });
 }
 
 std::vector<Instance> ObjectManager::associators(const ObjectPath& path,
                                                  const AssociationFilter& filter,
                                                  const PropertyList& properties) {
   PropertyArray list(properties);
-  std::vector<Instance> found = dispatcher_->linked(
-      path, filter.assocClass, &RequestAnswers::instances,
-      [&](CMPIAssociationMI& mi, const CMPIContext* context, CMPIResult* result,
-          CMPIObjectPath* cop) {
-        return mi.ft->associators(&mi, context, result, cop, filterText(filter.assocClass),
+  return dispatcher_->linkedInstances(
+      path, filter.assocClass, properties, [&](auto& mi, auto... request) {
+        return mi.ft->associators(&mi, request..., filterText(filter.assocClass),
                                   filterText(filter.resultClass), filterText(filter.role),
                                   filterText(filter.resultRole), list.get());
       });
-  dispatcher_->narrow(found, properties);
-  return found;
 }
 
 std::vector<ObjectPath> ObjectManager::associatorNames(const ObjectPath& path,
                                                        const AssociationFilter& filter) {
-  return dispatcher_->linked(path, filter.assocClass, &RequestAnswers::paths,
-                             [&](CMPIAssociationMI& mi, const CMPIContext* context,
-                                 CMPIResult* result, CMPIObjectPath* cop) {
-                               return mi.ft->associatorNames(
-                                   &mi, context, result, cop, filterText(filter.assocClass),
-                                   filterText(filter.resultClass), filterText(filter.role),
-                                   filterText(filter.resultRole));
-                             });
+  return dispatcher_->linkedNames(path, filter.assocClass, [&](auto& mi, auto... request) {
+    return mi.ft->associatorNames(&mi, request..., filterText(filter.assocClass),
+                                  filterText(filter.resultClass), filterText(filter.role),
+                                  filterText(filter.resultRole));
+  });
 }
 
 std::vector<Instance> ObjectManager::references(const ObjectPath& path,
                                                 const AssociationFilter& filter,
                                                 const PropertyList& properties) {
   PropertyArray list(properties);
-  std::vector<Instance> found = dispatcher_->linked(
-      path, filter.resultClass, &RequestAnswers::instances,
-      [&](CMPIAssociationMI& mi, const CMPIContext* context, CMPIResult* result,
-          CMPIObjectPath* cop) {
-        return mi.ft->references(&mi, context, result, cop, filterText(filter.resultClass),
+  return dispatcher_->linkedInstances(
+      path, filter.resultClass, properties, [&](auto& mi, auto... request) {
+        return mi.ft->references(&mi, request..., filterText(filter.resultClass),
                                  filterText(filter.role), list.get());
       });
-  dispatcher_->narrow(found, properties);
-  return found;
 }
 
 std::vector<ObjectPath> ObjectManager::referenceNames(const ObjectPath& path,
                                                       const AssociationFilter& filter) {
-  return dispatcher_->linked(path, filter.resultClass, &RequestAnswers::paths,
-                             [&](CMPIAssociationMI& mi, const CMPIContext* context,
-                                 CMPIResult* result, CMPIObjectPath* cop) {
-                               return mi.ft->referenceNames(&mi, context, result, cop,
-                                                            filterText(filter.resultClass),
-                                                            filterText(filter.role));
-                             });
+  return dispatcher_->linkedNames(path, filter.resultClass, [&](auto& mi, auto... request) {
+    return mi.ft->referenceNames(&mi, request..., filterText(filter.resultClass),
+                                 filterText(filter.role));
+  });
 }
 
 }  // namespace cimom

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cmpi_values.h"
+#include "named_values.h"
 #include "not_supported.h"
 #include "string_object.h"
 
@@ -48,18 +49,6 @@ CMPIData pathGetKey(const CMPIObjectPath* handle, const char* name, CMPIStatus* 
   return dataFrom(*key);
 }
 
-CMPIData pathGetKeyAt(const CMPIObjectPath* handle, CMPICount index, CMPIString** name,
-                      CMPIStatus* status) {
-  const PathObject* object = get<PathObject>(handle);
-  if (object == nullptr) return notFound(status, CMPI_RC_ERR_INVALID_HANDLE, "no path");
-  return dataAt(object->path.keys, index, name, status);
-}
-
-CMPICount pathKeyCount(const CMPIObjectPath* handle, CMPIStatus* status) {
-  const PathObject* object = get<PathObject>(handle, status);
-  return object != nullptr ? static_cast<CMPICount>(object->path.keys.size()) : 0;
-}
-
 CMPIStatus pathCopyNameSpace(const CMPIObjectPath* handle, const CMPIObjectPath* source) {
   PathObject* object = get<PathObject>(handle);
   const PathObject* from = get<PathObject>(source);
@@ -95,8 +84,8 @@ const CMPIObjectPathFT PathObject::table = {
     getPathText<&ObjectPath::className>,
     pathAddKey,
     pathGetKey,
-    pathGetKeyAt,
-    pathKeyCount,
+    valueAt<PathObject>,
+    valueCount<PathObject>,
     pathCopyNameSpace,
     pathCopyHostAndNameSpace,
     notSupported<decltype(CMPIObjectPathFT::getClassQualifier)>(),

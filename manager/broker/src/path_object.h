@@ -18,6 +18,8 @@ struct PathObject : BrokerObject {
   PathObject(const PathObject& other)
       : BrokerObject(other), handle{this, &table}, path(other.path) {}
   PathObject& operator=(const PathObject&) = delete;
+  const std::vector<NamedValue>& values() const { return path.keys; }
+
   Record handle;
   ObjectPath path;
 };

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include <model/names.h>
+
 #include "value_elements.h"
 
 namespace cimom {
@@ -123,8 +125,7 @@ const PropertyDeclaration* ownProperty(const ClassDeclaration& declaration, std:
 }
 
 bool isWanted(const PropertyList& list, std::string_view name) {
-  return !list || std::ranges::any_of(
-                      *list, [name](const std::string& wanted) { return sameName(wanted, name); });
+  return !list || holdsName(*list, name);
 }
 
 /// A class from the inside: its own elements and those that it inherits.

@@ -16,7 +16,7 @@
 #include <model/names.h>
 #include <model/utf8.h>
 
-#include "xml_check.h"
+#include "xml_character.h"
 
 namespace cimom {
 namespace {

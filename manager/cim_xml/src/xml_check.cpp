@@ -1,213 +1,121 @@
 #include "xml_check.h"
 
+#include <expat.h>
+
 #include <algorithm>
-#include <array>
-#include <charconv>
-#include <cstdint>
-#include <system_error>
-#include <vector>
+#include <memory>
+#include <new>
+#include <optional>
+#include <type_traits>
 
 #include <model/names.h>
-
-#include <model/utf8.h>
 
 namespace cimom {
 namespace {
 
-constexpr std::string_view kSpace = " \t\r\n";
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
-bool isSpace(char c) {
-  return kSpace.find(c) != std::string_view::npos;
-}
-
-bool startsName(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' ||
-         static_cast<unsigned char>(c) > 0x7f;
-}
-
-bool continuesName(char c) {
-  return startsName(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
-}
-
+/// Runs one text through expat, with the rules that go beyond well-formedness.
 class XmlChecker {
  public:
-  explicit XmlChecker(std::string_view text) : text_(text) {}
+  /// `offset` is where the text begins in what errors speak of. Only the beginning of a document
+  /// may hold a declaration and a document type.
+  XmlChecker(std::string_view text, std::size_t offset, bool isBeginning)
+      : text_(text),
+        offset_(offset),
+        isBeginning_(isBeginning),
+        parser_(XML_ParserCreate("UTF-8")) {
+    if (!parser_) throw std::bad_alloc();
+    XML_SetUserData(parser_.get(), this);
+    XML_SetXmlDeclHandler(parser_.get(), onDeclaration);
+    XML_SetDoctypeDeclHandler(parser_.get(), onDocumentType, onDocumentTypeEnd);
+    XML_SetElementHandler(parser_.get(), onStart, onEnd);
+  }
 
-  void run() {
-    checkCharacters();
-    takeIf("\xef\xbb\xbf");
-    skipSpace();
-    if (at("<?xml") && isSpace(peek(5))) checkDeclaration();
-    while (place_ < text_.size()) {
-      at("<") ? markup() : characterData();
-    }
-    require(sawRoot_ && open_.empty(), "the document ends too early");
+  /// Returns where the document type declaration ends, if there is one: nothing behind it has been
+  /// checked then.
+  std::optional<std::size_t> run() {
+    const bool isRead = XML_Parse(parser_.get(), text_.data(), static_cast<int>(text_.size()),
+                                  XML_TRUE) == XML_STATUS_OK;
+    if (refusal_ != nullptr) fail(refusal_);
+    if (documentTypeEnd_) return documentTypeEnd_;
+    if (!isRead) fail(XML_ErrorString(XML_GetErrorCode(parser_.get())));
+    return std::nullopt;
   }
 
  private:
-  [[noreturn]] void fail(const std::string& reason) const { throw XmlError(reason, place_); }
-  void require(bool holds, const char* reason) const {
-    if (!holds) fail(reason);
+  [[noreturn]] void fail(const char* reason) const { throw XmlError(reason, offset_ + place()); }
+  std::size_t place() const {
+    return static_cast<std::size_t>(std::max<XML_Index>(XML_GetCurrentByteIndex(parser_.get()), 0));
+  }
+  void stop() { XML_StopParser(parser_.get(), XML_FALSE); }
+  void refuseIf(bool holds, const char* reason) {
+    if (!holds || refusal_ != nullptr) return;
+    refusal_ = reason;
+    stop();
   }
 
-  char peek(std::size_t ahead = 0) const {
-    return place_ + ahead < text_.size() ? text_[place_ + ahead] : '\0';
-  }
-  bool at(std::string_view word) const { return text_.substr(place_).starts_with(word); }
-  bool takeIf(std::string_view word) {
-    if (!at(word)) return false;
-    place_ += word.size();
-    return true;
-  }
-  bool skipSpace() {
-    const std::size_t start = place_;
-    while (isSpace(peek())) ++place_;
-    return place_ != start;
-  }
-  /// Takes what stands before `end`, and `end` itself.
-  std::string_view takeUntil(std::string_view end) {
-    const std::size_t found = text_.find(end, place_);
-    if (found == std::string_view::npos) fail("'" + std::string(end) + "' is missing");
-    const std::string_view taken = text_.substr(place_, found - place_);
-    place_ = found + end.size();
-    return taken;
-  }
-  std::string_view takeName() {
-    require(startsName(peek()), "a name is missing");
-    const std::size_t start = place_;
-    while (continuesName(peek())) ++place_;
-    return text_.substr(start, place_ - start);
+  static XmlChecker& of(void* data) { return *static_cast<XmlChecker*>(data); }
+
+  static void XMLCALL onDeclaration(void* data, const XML_Char* /*version*/,
+                                    const XML_Char* encoding, int /*standalone*/) {
+    const std::string_view name = encoding != nullptr ? encoding : "utf-8";
+    of(data).refuseIf(!of(data).isBeginning_, "an XML declaration out of place");
+    of(data).refuseIf(!sameName(name, "utf-8") && !sameName(name, "us-ascii"),
+                      "an encoding other than UTF-8");
   }
 
-  void checkCharacters() {
-    for (; place_ < text_.size();) {
-      const auto [code, length] = firstCharacter(text_.substr(place_));
-      require(length != 0, "bytes that are no UTF-8");
-      require(isXmlCharacter(code), "a character that XML cannot hold");
-      place_ += length;
-    }
-    place_ = 0;
+  static void XMLCALL onDocumentType(void* data, const XML_Char* /*name*/,
+                                     const XML_Char* /*system*/, const XML_Char* /*publicId*/,
+                                     int hasInternalSubset) {
+    of(data).refuseIf(!of(data).isBeginning_, "a second document type declaration");
+    of(data).refuseIf(hasInternalSubset != 0, "declarations inside the document are refused");
   }
 
-  void checkDeclaration() {
-    const std::string_view declaration = takeUntil("?>");
-    const std::size_t encoding = declaration.find("encoding");
-    if (encoding == std::string_view::npos) return;
-    const std::size_t quote = declaration.find_first_of("\"'", encoding);
-    require(quote != std::string_view::npos, "the encoding is not in quotes");
-    const std::string_view rest = declaration.substr(quote + 1);
-    const std::string_view name = rest.substr(0, rest.find(declaration[quote]));
-    require(sameName(name, "utf-8") || sameName(name, "us-ascii"), "an encoding other than UTF-8");
+  static void XMLCALL onDocumentTypeEnd(void* data) {
+    XmlChecker& checker = of(data);
+    if (checker.refusal_ != nullptr) return;
+    checker.documentTypeEnd_ = checker.place() + 1;
+    checker.stop();
   }
 
-  void markup() {
-    if (takeIf("<!--")) {
-      takeUntil("--");
-      require(takeIf(">"), "a comment holds '--'");
-    } else if (takeIf("<![CDATA[")) {
-      require(!open_.empty(), "text outside the root element");
-      takeUntil("]]>");
-    } else if (takeIf("<!DOCTYPE")) {
-      checkDocumentType();
-    } else if (takeIf("<?")) {
-      require(!sameName(takeName(), "xml"), "a second XML declaration");
-      takeUntil("?>");
-    } else if (takeIf("</")) {
-      endTag();
-    } else {
-      takeIf("<");
-      startTag();
-    }
+  static void XMLCALL onStart(void* data, const XML_Char* /*name*/,
+                              const XML_Char** /*attributes*/) {
+    of(data).refuseIf(++of(data).depth_ > kDeepestXml, "elements nest too deep");
   }
 
-  void checkDocumentType() {
-    require(!sawRoot_ && !sawDocumentType_, "a document type declaration out of place");
-    sawDocumentType_ = true;
-    const std::string_view declaration = takeUntil(">");
-    require(declaration.find_first_of("[<&%") == std::string_view::npos,
-            "declarations inside the document are refused");
-  }
+  static void XMLCALL onEnd(void* data, const XML_Char* /*name*/) { --of(data).depth_; }
 
-  void startTag() {
-    require(!sawRoot_ || !open_.empty(), "a second root element");
-    sawRoot_ = true;
-    require(open_.size() < kDeepestXml, "elements nest too deep");
-    open_.push_back(takeName());
-    std::vector<std::string_view> names;
-    for (bool spaced = skipSpace(); !at(">") && !at("/>"); spaced = skipSpace()) {
-      require(spaced, "an attribute is not set apart");
-      names.push_back(takeName());
-      attributeValue();
-    }
-    std::ranges::sort(names);
-    require(std::ranges::adjacent_find(names) == names.end(), "an attribute stands twice");
-    if (takeIf("/")) open_.pop_back();
-    takeIf(">");
-  }
-
-  void attributeValue() {
-    skipSpace();
-    require(takeIf("="), "an attribute has no value");
-    skipSpace();
-    const char quote = peek();
-    require(quote == '"' || quote == '\'', "an attribute's value is not in quotes");
-    ++place_;
-    while (peek() != quote) {
-      require(place_ < text_.size() && peek() != '<', "an attribute's value does not end");
-      at("&") ? checkReference() : static_cast<void>(++place_);
-    }
-    ++place_;
-  }
-
-  void endTag() {
-    const std::string_view name = takeName();
-    require(!open_.empty() && open_.back() == name, "an end tag without its start");
-    open_.pop_back();
-    skipSpace();
-    require(takeIf(">"), "an end tag does not end");
-  }
-
-  void characterData() {
-    require(!at("]]>"), "']]>' outside its section");
-    require(!open_.empty() || isSpace(peek()), "text outside the root element");
-    at("&") ? checkReference() : static_cast<void>(++place_);
-  }
-
-  void checkReference() {
-    takeIf("&");
-    if (takeIf("#")) return checkCharacterReference();
-    constexpr std::array<std::string_view, 5> kKnown = {"lt;", "gt;", "amp;", "quot;", "apos;"};
-    require(std::ranges::any_of(kKnown, [this](std::string_view name) { return takeIf(name); }),
-            "an entity that is not declared");
-  }
-
-  void checkCharacterReference() {
-    const int base = takeIf("x") ? 16 : 10;
-    const char* end = text_.data() + text_.size();
-    std::uint32_t code = 0;
-    const auto [stop, error] = std::from_chars(text_.data() + place_, end, code, base);
-    require(error == std::errc() && stop != end && *stop == ';' && isXmlCharacter(code),
-            "a reference to no character");
-    place_ = static_cast<std::size_t>(stop - text_.data()) + 1;
-  }
+  struct Free {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+  };
 
   std::string_view text_;
-  std::size_t place_ = 0;
-  std::vector<std::string_view> open_;
-  bool sawRoot_ = false;
-  bool sawDocumentType_ = false;
+  std::size_t offset_;
+  bool isBeginning_;
+  std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> parser_;
+  std::size_t depth_ = 0;
+  const char* refusal_ = nullptr;
+  std::optional<std::size_t> documentTypeEnd_;
 };
+
+std::size_t lengthBeforeDeclaration(std::string_view text) {
+  std::size_t length = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
+  length = text.find_first_not_of(" \t\r\n", length);
+  return std::min(length, text.size());
+}
 
 }  // namespace
 
-bool isXmlCharacter(char32_t code) {
-  if (code < 0x20) return code == '\t' || code == '\n' || code == '\r';
-  const bool isSurrogate = code >= 0xd800 && code <= 0xdfff;
-  return code <= 0x10ffff && !isSurrogate && code != 0xfffe && code != 0xffff;
-}
-
 void checkXml(std::string_view text) {
-  XmlChecker(text).run();
+  if (text.size() > kLargestXml) throw XmlError("the document is too large", kLargestXml);
+  const std::size_t start = lengthBeforeDeclaration(text);
+  const auto end = XmlChecker(text.substr(start), start, true).run();
+  if (!end) return;
+  // After a document type that lies elsewhere, expat takes an entity that it does not know for one
+  // that is declared there. What follows is a document of its own without that declaration.
+  const std::size_t rest = start + *end;
+  XmlChecker(text.substr(rest), rest, false).run();
 }
 
 }  // namespace cimom

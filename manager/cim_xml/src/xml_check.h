@@ -16,15 +16,14 @@ class XmlError : public std::runtime_error {
 
 /// Elements within each other that are still read.
 constexpr std::size_t kDeepestXml = 64;
+/// Bytes of a document that is still read.
+constexpr std::size_t kLargestXml = std::size_t{64} << 20;
 
-/// True for the characters that an XML 1.0 document can hold.
-bool isXmlCharacter(char32_t code);
-
-/// Throws XmlError unless the text is one well-formed XML 1.0 document in UTF-8 whose elements
-/// nest no deeper than kDeepestXml. A document type declaration that declares anything itself is
-/// refused, and with it every entity beyond the five that XML knows: nothing that is read later
-/// can grow or lead elsewhere. White space before the declaration is let pass, since some clients
-/// send it. Safe from any thread.
+/// Throws XmlError unless the text is one well-formed XML 1.0 document in UTF-8 of at most
+/// kLargestXml bytes whose elements nest no deeper than kDeepestXml. A document type declaration
+/// that declares anything itself is refused, and with it every entity beyond the five that XML
+/// knows: nothing that is read later can grow or lead elsewhere. White space before the declaration
+/// is let pass, since some clients send it. Safe from any thread.
 void checkXml(std::string_view text);
 
 }  // namespace cimom

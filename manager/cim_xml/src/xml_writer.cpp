@@ -6,7 +6,7 @@
 
 #include <model/utf8.h>
 
-#include "xml_check.h"
+#include "xml_character.h"
 
 namespace cimom {
 namespace {

@@ -1,17 +1,32 @@
 #include "http_connection.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/error.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/string.hpp>
+#include <boost/beast/http/error.hpp>
+#include <boost/beast/http/write.hpp>
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <string_view>
+#include <system_error>
 #include <utility>
-
-#include <poll.h>
-#include <sys/socket.h>
 
 namespace cimom {
 namespace {
 
+namespace net = boost::asio;
+namespace http = boost::beast::http;
+using http::status;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+
+constexpr std::size_t kRequestsPerConnection = 100;
+constexpr std::size_t kReadBytes = std::size_t{16} << 10;
 
 /// A client that reads slower than this loses the answer.
 constexpr std::size_t kSlowestBytesPerSecond = std::size_t{64} << 10;
@@ -20,119 +35,283 @@ constexpr std::size_t kSlowestBytesPerSecond = std::size_t{64} << 10;
 constexpr milliseconds kFinishTime{1000};
 constexpr std::size_t kFinishBytes = std::size_t{8} << 20;
 
-constexpr std::string_view kHeadEnd = "\r\n\r\n";
+/// Chunks of a byte each take six bytes: room for a body as large as is allowed in most forms.
+std::size_t bodyBytesOnTheWire(const HttpLimits& limits) {
+  return limits.bodyBytes * 2 + kHttpHeadBytes;
+}
 
-/// Rounded up, so that whoever has waited for so long finds the deadline passed.
-int millisecondsUntil(HttpConnection::Clock::time_point deadline) {
-  const auto left = std::chrono::ceil<milliseconds>(deadline - HttpConnection::Clock::now());
-  return static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, 1'000'000));
+bool asksFirst(const HttpRequest& head) {
+  return head.version() >= 11 && boost::beast::iequals(head[http::field::expect], "100-continue");
 }
 
 }  // namespace
 
-HttpConnection::HttpConnection(Descriptor socket, int stopDescriptor)
-    : socket_(std::move(socket)), stopDescriptor_(stopDescriptor) {}
-
-bool HttpConnection::waitFor(short event, Clock::time_point deadline, bool stoppable) const {
-  // A negative descriptor is one that poll passes over.
-  pollfd waited[] = {{socket_.number(), event, 0}, {stoppable ? stopDescriptor_ : -1, POLLIN, 0}};
-  int count = 0;
-  do {
-    count = poll(waited, 2, millisecondsUntil(deadline));
-  } while (count < 0 && errno == EINTR);
-  return count > 0 && waited[0].revents != 0;
+HttpConnection::HttpConnection(Socket socket, HttpSharedState& shared, HttpConnections& registry)
+    : socket_(std::move(socket)),
+      timer_(socket_.get_executor()),
+      shared_(shared),
+      registry_(registry) {
+  Error ignored;
+  socket_.set_option(net::ip::tcp::no_delay(true), ignored);
 }
 
-bool HttpConnection::waitForRequest(milliseconds time) {
-  return !buffer_.empty() || waitFor(POLLIN, Clock::now() + time, true);
+HttpConnection::~HttpConnection() {
+  registry_.remove(this);
 }
 
-bool HttpConnection::fill() {
-  char bytes[4096];
-  if (ended_) return false;
-  if (!waitFor(POLLIN, readDeadline_, true)) {
-    tooSlow_ = Clock::now() >= readDeadline_;
-    return false;
-  }
-  const ssize_t count = recv(socket_.number(), bytes, sizeof bytes, MSG_DONTWAIT);
-  if (count < 0 && (errno == EAGAIN || errno == EINTR)) return true;
-  ended_ = count <= 0;
-  if (!ended_) buffer_.append(bytes, static_cast<std::size_t>(count));
-  return !ended_;
+void HttpConnection::serve() {
+  net::post(socket_.get_executor(), [self = shared_from_this()] { self->awaitRequest(); });
 }
 
-HttpConnection::HeadResult HttpConnection::readHead(seconds requestTime) {
-  requestTime_ = requestTime;
-  readDeadline_ = Clock::now() + requestTime;
-  head_.clear();
-  std::size_t end = buffer_.find(kHeadEnd);
-  while (end == std::string::npos && buffer_.size() <= kHttpHeadBytes) {
-    const std::size_t seen = buffer_.size();
-    if (!fill()) return tooSlow_ ? HeadResult::kTooSlow : HeadResult::kNobody;
-    end = buffer_.find(kHeadEnd, seen - std::min(seen, kHeadEnd.size()));
-  }
-  if (end > kHttpHeadBytes) return HeadResult::kTooLarge;
-  replaceHead(buffer_.substr(0, end + kHeadEnd.size()));
-  buffer_.erase(0, end + kHeadEnd.size());
-  writeDeadline_ = Clock::time_point::max();
-  return HeadResult::kRead;
+void HttpConnection::turnAway() {
+  net::post(socket_.get_executor(), [self = shared_from_this()] {
+    self->refuse(status::service_unavailable, "The server is busy.");
+  });
 }
 
-ssize_t HttpConnection::read(char* target, std::size_t size) {
-  if (headPlace_ < head_.size()) {
-    const std::size_t count = head_.copy(target, size, headPlace_);
-    headPlace_ += count;
-    return static_cast<ssize_t>(count);
-  }
-  size = std::min(size, bodyBytes_);
-  if (size == 0) return -1;
-  while (buffer_.empty()) {
-    if (!fill()) return ended_ ? 0 : -1;
-  }
-  const std::size_t count = buffer_.copy(target, size);
-  buffer_.erase(0, count);
-  bodyBytes_ -= count;
-  return static_cast<ssize_t>(count);
-}
-
-bool HttpConnection::write(std::string_view text) {
-  // The time for the answer starts with its first byte.
-  if (writeDeadline_ == Clock::time_point::max()) writeDeadline_ = Clock::now() + requestTime_;
-  writeDeadline_ += seconds(text.size() / kSlowestBytesPerSecond);
-  while (!text.empty()) {
-    const ssize_t count =
-        send(socket_.number(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (count > 0) {
-      text.remove_prefix(static_cast<std::size_t>(count));
-      continue;
+void HttpConnection::stop() {
+  net::post(socket_.get_executor(), [self = shared_from_this()] {
+    if (self->state_ < State::kAnswering) return self->close();
+    // From now on only a client that goes on reading is waited for.
+    if (self->state_ == State::kWriting) {
+      self->expireAt(std::min(self->writeDeadline_, Clock::now() + kFinishTime));
     }
-    const bool passes = errno == EAGAIN || errno == EINTR;
-    if (!passes || !waitToWrite()) return false;
+  });
+}
+
+void HttpConnection::makeRoom() {
+  net::post(socket_.get_executor(), [self = shared_from_this()] {
+    if (self->state_ < State::kAnswering) self->close();
+  });
+}
+
+// --- Reading
+
+void HttpConnection::awaitRequest() {
+  if (shared_.stopping) return finish();
+  parser_.emplace();
+  parser_->eager(false);
+  parser_->header_limit(static_cast<std::uint32_t>(kHttpHeadBytes));
+  // A body beyond the limit is refused behind the head, where the head can be refused first.
+  parser_->body_limit(std::numeric_limits<std::uint64_t>::max());
+  parsedBytes_ = 0;
+  if (buffer_.size() > 0) {
+    state_ = State::kReadingHead;
+    expireAt(Clock::now() + shared_.limits.requestTime);
+    return parse();
   }
-  return true;
+  state_ = State::kIdle;
+  expireAt(Clock::now() + shared_.limits.idleTime);
+  if (requests_ > 0) registry_.setIdle(this, true);
+  read();
 }
 
-bool HttpConnection::waitToWrite() {
-  if (waitFor(POLLOUT, writeDeadline_, true)) return true;
-  // Once all is to end, only a client that goes on reading is waited for.
-  writeDeadline_ = std::min(writeDeadline_, Clock::now() + kFinishTime);
-  return waitFor(POLLOUT, writeDeadline_, false);
+void HttpConnection::read() {
+  socket_.async_read_some(buffer_.prepare(kReadBytes),
+                          [self = shared_from_this()](const Error& error, std::size_t count) {
+                            self->onRead(error, count);
+                          });
 }
 
-void HttpConnection::replaceHead(std::string head) {
-  head_ = std::move(head);
-  headPlace_ = 0;
+void HttpConnection::onRead(const Error& error, std::size_t count) {
+  if (state_ == State::kClosed) return;
+  if (error || tooSlow_) {
+    return error == net::error::eof || tooSlow_ ? onLastRead() : close();
+  }
+  buffer_.commit(count);
+  if (state_ == State::kIdle) {
+    registry_.setIdle(this, false);
+    state_ = State::kReadingHead;
+    expireAt(Clock::now() + shared_.limits.requestTime);
+  }
+  parse();
+}
+
+/// The end of what the client sends, or of the time that it has for it.
+void HttpConnection::onLastRead() {
+  if (state_ == State::kIdle) return close();
+  if (tooSlow_) return refuse(status::request_timeout, "The request did not arrive in time.");
+  if (state_ == State::kReadingHead) return close();
+  refuse(status::bad_request, "The request is incomplete.");
+}
+
+/// Parses what there is, up to the end of the head or of the request.
+HttpConnection::Error HttpConnection::feedParser(bool inHead) {
+  Error error;
+  while (!error && !parser_->is_done() && !(inHead && parser_->is_header_done())) {
+    if (buffer_.size() == 0) return http::error::need_more;
+    const std::size_t used = parser_->put(buffer_.data(), error);
+    buffer_.consume(used);
+    parsedBytes_ += used;
+  }
+  return error;
+}
+
+void HttpConnection::parse() {
+  const bool inHead = state_ == State::kReadingHead;
+  const Error error = feedParser(inHead);
+  const bool needsMore = error == http::error::need_more;
+  const std::size_t bytes = parsedBytes_ + (needsMore ? buffer_.size() : 0);
+  if (inHead && bytes > kHttpHeadBytes) {
+    return refuse(status::request_header_fields_too_large, "The request's head is too large.");
+  }
+  if (!inHead && bytes > bodyBytesOnTheWire(shared_.limits)) {
+    return refuse(status::payload_too_large, "The request is too large.");
+  }
+  if (needsMore) return read();
+  if (error) return onUnreadable(error);
+  inHead ? onHead() : onRequest();
+}
+
+void HttpConnection::onUnreadable(const Error& error) {
+  if (error == http::error::header_limit) {
+    return refuse(status::request_header_fields_too_large, "The request's head is too large.");
+  }
+  if (error == http::error::body_limit || isNumberTooLarge(error)) {
+    return refuse(status::payload_too_large, "The request is too large.");
+  }
+  refuse(status::bad_request, "This is no HTTP request: " + error.message() + ".");
+}
+
+/// The parser does not tell a length that is no number from one that it cannot hold. The line that
+/// it stopped at is the next in the buffer.
+bool HttpConnection::isNumberTooLarge(const Error& error) const {
+  if (error != http::error::bad_content_length) return false;
+  const std::string_view rest(static_cast<const char*>(buffer_.data().data()), buffer_.size());
+  const std::string_view line = rest.substr(0, rest.find('\r'));
+  const std::size_t start = line.find_first_not_of(" \t", line.find(':') + 1);
+  const std::size_t end = line.find_last_not_of(" \t") + 1;
+  if (start >= end) return false;
+  std::uint64_t number = 0;
+  const auto [stop, reason] = std::from_chars(line.data() + start, line.data() + end, number);
+  return reason == std::errc::result_out_of_range && stop == line.data() + end;
+}
+
+void HttpConnection::onHead() {
+  ++requests_;
+  parsedBytes_ = 0;
+  state_ = State::kReadingBody;
+  const HttpRequest& head = parser_->get();
+  if (auto refused = refusalByHead(head, shared_.limits)) return respond(std::move(*refused));
+  if (head.method() == http::verb::options) return respond(optionsResponse());
+  // Taken here, since fields may follow a body in chunks, too.
+  cimHeaders_ = cimHeaders(head);
+  parser_->body_limit(shared_.limits.bodyBytes);
+  if (asksFirst(head) && buffer_.size() == 0 && !parser_->is_done()) return inviteBody();
+  parse();
+}
+
+void HttpConnection::inviteBody() {
+  static constexpr std::string_view kInvitation = "HTTP/1.1 100 Continue\r\n\r\n";
+  net::async_write(socket_, net::buffer(kInvitation),
+                   [self = shared_from_this()](const Error& error, std::size_t) {
+                     if (error || self->state_ == State::kClosed) return self->close();
+                     self->read();
+                   });
+}
+
+// --- Answering
+
+void HttpConnection::onRequest() {
+  state_ = State::kAnswering;
+  timer_.cancel();
+  // The server runs as long as somebody is at work for it.
+  auto work = [self = shared_from_this(), running = net::make_work_guard(socket_.get_executor())] {
+    try {
+      CimXmlReply reply =
+          self->shared_.service.answer(self->cimHeaders_, self->parser_->get().body());
+      net::post(self->socket_.get_executor(), [self, reply = std::move(reply)]() mutable {
+        self->respond(cimResponse(std::move(reply)));
+      });
+    } catch (...) {
+      // For want of memory alone; the connection ends with its last owner, this work.
+    }
+  };
+  if (!shared_.workers.offer(std::move(work))) {
+    refuse(status::service_unavailable, "The server is busy.");
+  }
+}
+
+void HttpConnection::refuse(status code, const std::string& reason) {
+  respond(refusal(code, reason));
+}
+
+bool HttpConnection::mayGoOn(const HttpResponse& response) const {
+  return response.result_int() < 400 && parser_ && parser_->get().version() >= 11 &&
+         parser_->get().keep_alive() && requests_ < kRequestsPerConnection && !shared_.stopping;
+}
+
+void HttpConnection::respond(HttpResponse response) {
+  state_ = State::kWriting;
+  tooSlow_ = false;
+  response_ = std::move(response);
+  goesOn_ = mayGoOn(response_);
+  response_.keep_alive(goesOn_);
+  if (goesOn_) {
+    response_.set(http::field::keep_alive,
+                  "timeout=" + std::to_string(shared_.limits.idleTime.count()) +
+                      ", max=" + std::to_string(kRequestsPerConnection - requests_));
+  }
+  response_.prepare_payload();
+  writeDeadline_ = Clock::now() + shared_.limits.requestTime +
+                   seconds(response_.body().size() / kSlowestBytesPerSecond);
+  expireAt(writeDeadline_);
+  serializer_.emplace(response_);
+  write();
+}
+
+void HttpConnection::write() {
+  if (shared_.stopping) expireAt(std::min(writeDeadline_, Clock::now() + kFinishTime));
+  http::async_write_some(socket_, *serializer_,
+                         [self = shared_from_this()](const Error& error, std::size_t) {
+                           if (error || self->tooSlow_) return self->close();
+                           self->serializer_->is_done() ? self->onWritten() : self->write();
+                         });
+}
+
+void HttpConnection::onWritten() {
+  serializer_.reset();
+  response_ = {};
+  goesOn_ ? awaitRequest() : finish();
 }
 
 void HttpConnection::finish() {
-  shutdown(socket_.number(), SHUT_WR);
+  state_ = State::kFinishing;
+  parser_.reset();
+  Error ignored;
+  socket_.shutdown(Socket::shutdown_send, ignored);
+  expireAt(Clock::now() + kFinishTime);
+  drain();
+}
+
+void HttpConnection::drain() {
   buffer_.clear();
-  readDeadline_ = Clock::now() + kFinishTime;
-  std::size_t dropped = 0;
-  while (dropped < kFinishBytes && fill()) {
-    dropped += buffer_.size();
-    buffer_.clear();
-  }
+  socket_.async_read_some(buffer_.prepare(kReadBytes),
+                          [self = shared_from_this()](const Error& error, std::size_t count) {
+                            self->droppedBytes_ += count;
+                            const bool isEnough = self->droppedBytes_ > kFinishBytes;
+                            if (error || self->tooSlow_ || isEnough) return self->close();
+                            self->drain();
+                          });
+}
+
+void HttpConnection::close() {
+  state_ = State::kClosed;
+  timer_.cancel();
+  Error ignored;
+  socket_.close(ignored);
+}
+
+/// Sets the time of the current step. What is under way when it comes ends.
+void HttpConnection::expireAt(Clock::time_point time) {
+  timer_.expires_at(time);
+  timer_.async_wait([self = shared_from_this()](const Error& error) {
+    // A time that was set anew while this one was on its way has not come yet.
+    if (error || self->timer_.expiry() > Clock::now()) return;
+    self->tooSlow_ = true;
+    Error ignored;
+    self->socket_.cancel(ignored);
+  });
 }
 
 }  // namespace cimom

@@ -42,29 +42,24 @@ class WorkQueue {
     return true;
   }
 
-  /// True when there is work that no thread has begun.
-  bool hasWaiting() const {
-    const std::lock_guard lock(mutex_);
-    return waiting_.size() > idle_;
-  }
-
  private:
   void run() {
     std::unique_lock lock(mutex_);
     for (;;) {
       changed_.wait(lock, [this] { return ending_ || !waiting_.empty(); });
       if (waiting_.empty()) return;
-      const Work work = std::move(waiting_.front());
+      Work work = std::move(waiting_.front());
       waiting_.pop_front();
       --idle_;
       lock.unlock();
       work();
+      work = nullptr;
       lock.lock();
       ++idle_;
     }
   }
 
-  mutable std::mutex mutex_;
+  std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Work> waiting_;
   std::size_t idle_;

@@ -22,4 +22,9 @@ bool sameName(std::string_view left, std::string_view right) noexcept {
   return std::ranges::equal(left, right, {}, lower, lower);
 }
 
+bool holdsName(const std::vector<std::string>& names, std::string_view name) noexcept {
+  return std::ranges::any_of(
+      names, [name](const std::string& candidate) { return sameName(candidate, name); });
+}
+
 }  // namespace cimom

@@ -21,8 +21,11 @@ struct HttpLimits {
   std::chrono::seconds idleTime{5};
   /// Requests answered at the same time, at least 1; each takes a thread.
   unsigned requests = 8;
-  /// Connections that wait beyond those; the next is answered with 503.
+  /// Whole requests that wait beyond those; the next is answered with 503.
   unsigned waiting = 32;
+  /// Open connections, at least 1. The one that has waited longest for its next request makes room
+  /// for a new one; where there is none such, the new one is answered with 503.
+  unsigned connections = 128;
 };
 
 /// Serves CIM-XML over HTTP/1.1 without encryption and without asking who the client is.
@@ -30,6 +33,10 @@ struct HttpLimits {
 /// Takes POST at /cimom and at /; OPTIONS tells what the server can do, other methods are answered
 /// with 405 (M-POST with 501, upon which clients use POST). A request head of more than 16 KiB is
 /// answered with 431, a body in an encoding with 415, one of unknown length with 411.
+///
+///     CimXmlHttpServer server(service);
+///     const int port = server.listen("127.0.0.1", 5988);
+///     server.run(stopDescriptor);
 class CimXmlHttpServer {
  public:
   /// The service outlives the server.
@@ -39,12 +46,12 @@ class CimXmlHttpServer {
   CimXmlHttpServer& operator=(const CimXmlHttpServer&) = delete;
 
   /// Starts to listen at a numeric address or a host's name, at any free port for port 0, and
-  /// answers the port. Throws std::runtime_error that names the address and the reason. Once only.
+  /// returns the port. Throws std::runtime_error that names the address and the reason. Once only.
   int listen(const std::string& address, int port);
 
   /// Serves until the descriptor can be read, which it leaves unread: then takes no more
-  /// connections, finishes the requests that have arrived whole, and returns. Call after listen().
-  /// Throws std::system_error when no more connections can be taken at all.
+  /// connections, finishes the requests that have arrived whole, and returns. Call after listen(),
+  /// once only. Throws std::system_error when no more connections can be taken at all.
   void run(int stopDescriptor);
 
  private:

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace cimom {
 
@@ -12,5 +14,8 @@ struct NameLess {
 
 /// True when two CIM names are the same name, ASCII letters compared regardless of case.
 bool sameName(std::string_view left, std::string_view right) noexcept;
+
+/// True when the list holds that name.
+bool holdsName(const std::vector<std::string>& names, std::string_view name) noexcept;
 
 }  // namespace cimom

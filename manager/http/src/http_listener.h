@@ -1,0 +1,45 @@
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/system/error_code.hpp>
+#include <functional>
+#include <string>
+
+namespace cimom {
+
+/// Takes connections at one address and hands them over. For the thread that runs the context.
+class HttpListener {
+ public:
+  using Socket = boost::asio::ip::tcp::socket;
+  /// Takes a connection whose handlers run on a strand of its own. Must not throw.
+  using Take = std::function<void(Socket)>;
+  /// Told why no more connections can be taken.
+  using Fail = std::function<void(const boost::system::error_code&)>;
+
+  explicit HttpListener(boost::asio::io_context& context);
+
+  /// Binds to the first address that the name has and that works; returns the port. Throws
+  /// std::runtime_error with the reason.
+  int listen(const std::string& address, int port);
+
+  void start(Take take, Fail fail);
+  /// Takes no more connections and closes the port.
+  void close();
+
+ private:
+  using Tcp = boost::asio::ip::tcp;
+
+  boost::system::error_code open(const Tcp::endpoint& endpoint);
+  void accept();
+  void onAccept(const boost::system::error_code& error, Socket socket);
+
+  boost::asio::io_context& context_;
+  Tcp::acceptor acceptor_;
+  boost::asio::steady_timer pause_;
+  Take take_;
+  Fail fail_;
+};
+
+}  // namespace cimom
