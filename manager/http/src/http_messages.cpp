@@ -37,11 +37,13 @@ std::string_view mediaType(std::string_view contentType) {
 
 bool isUtf8(std::string_view contentType) {
   constexpr std::string_view kParameter = "charset=";
-  const auto found = std::ranges::search(contentType, kParameter, [](char a, char b) {
-    return sameName({&a, 1}, {&b, 1});
-  });
-  if (found.empty()) return true;
-  const std::string_view name(found.end(), contentType.end());
+  const auto* found = std::search(contentType.begin(), contentType.end(), kParameter.begin(),
+                                  kParameter.end(), [](char a, char b) {
+                                    return sameName({&a, 1}, {&b, 1});
+                                  });
+  if (found == contentType.end()) return true;
+  const std::string_view name =
+      contentType.substr(static_cast<std::size_t>(found - contentType.begin()) + kParameter.size());
   return sameName(name.substr(0, 5), "utf-8") || sameName(name.substr(0, 6), "\"utf-8") ||
          sameName(name.substr(0, 8), "us-ascii");
 }
