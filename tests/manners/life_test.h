@@ -6,6 +6,7 @@
 #include <broker/request_scope.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <machine_requests.h>
 
 #include <cstdlib>
 
@@ -40,10 +41,9 @@ inline requests::Request listingOf(
 inline requests::Request navigationOf(
     const std::string& className,
     requests::Operation operation = requests::Operation::kAssociators) {
-  const cimom::ObjectPath source =
-      className == "Zelmar_PCIHostedCollection"
-          ? requests::pathOf("Zelmar_PCIPortGroup", {{"InstanceID", "Zelmar:bus-2"}})
-          : requests::byDeviceId("Zelmar_PCIPort", "0000:02:00.0-ep");
+  const cimom::ObjectPath source = className == "Zelmar_PCIHostedCollection"
+                                       ? scripted::groupPath("Zelmar:bus-2")
+                                       : scripted::portPath("0000:02:00.0-ep");
   return {operation, className, source};
 }
 

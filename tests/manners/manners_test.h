@@ -49,10 +49,9 @@ inline std::vector<requests::Request> oddRequests() {
     const std::string& className = instance.className;
     all.push_back({Operation::kGetInstance, className, pathOf(className)});
     all.push_back({Operation::kGetInstance, className, withLongIds(instance)});
-    for (const auto& source :
-         {portPath("unknown-ep"), portPath("P-ep"), plainDevicePath("D"), portPath(longId()),
-          byDeviceId("Zelmar_PCIBridge", longId()), byDeviceId("Zelmar_PCIeSwitch", "U"),
-          groupPath("nothing"), pathOf("Zelmar_PCIPort"), instance}) {
+    for (const auto& source : {portPath("unknown-ep"), portPath("P-ep"), plainDevicePath("D"),
+                               portPath(longId()), bridgePath(longId()), switchPath("U"),
+                               groupPath("nothing"), pathOf("Zelmar_PCIPort"), instance}) {
       for (const Operation operation : associationOperations()) {
         all.push_back({operation, className, source});
       }

@@ -1,5 +1,7 @@
 // Drives the built provider library through the C interface, as an object manager does, over a
 // saved machine with two cascaded switches.
+#include "provider_requests.h"
+
 #include <broker/object_manager.h>
 #include <broker/request_scope.h>
 #include <cmpi/cmpi.h>
@@ -19,6 +21,9 @@ using cimom::ObjectPath;
 using cimom::RequestAnswers;
 using cimom::RequestScope;
 using cimom::Value;
+using requests::pathOf;
+using requests::propertyNames;
+using requests::textOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -28,24 +33,6 @@ constexpr char kRootPort[] = "0000:00:04.0";
 
 using InstanceFactory = CMPIInstanceMI* (*)(const CMPIBroker*, const CMPIContext*);
 using AssociationFactory = CMPIAssociationMI* (*)(const CMPIBroker*, const CMPIContext*);
-
-ObjectPath pathOf(const std::string& className,
-                  std::vector<std::pair<std::string, std::string>> keys = {}) {
-  ObjectPath path{"", "root/cimv2", className, {}};
-  for (auto& [name, text] : keys) path.keys.push_back({name, Value::text(text)});
-  return path;
-}
-
-std::vector<std::string> propertyNames(const Instance& instance) {
-  std::vector<std::string> names;
-  for (const auto& property : instance.properties) names.push_back(property.name);
-  return names;
-}
-
-std::string textOf(const Instance& instance, const std::string& property) {
-  const Value* value = instance.findProperty(property);
-  return value != nullptr && !value->isNull ? cimom::toText(value->elements.front()) : "(unset)";
-}
 
 std::string deviceId(const ObjectPath& path) {
   const Value* key = path.findKey("DeviceID");

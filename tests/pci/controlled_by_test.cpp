@@ -1,9 +1,5 @@
-// Ports and what controls them, where the snapshot and the source's class alone decide.
-#include "machine_requests.h"
-#include "scripted_machine.h"
-
-#include <decorated_broker.h>
-#include <qarctl/HostCtlException.h>
+// Requests to the association of ports with what controls them.
+#include "association_fixture.h"
 
 #include <syslog.h>
 
@@ -13,285 +9,196 @@ using namespace requests;
 using namespace scripted;
 using cimom::Instance;
 using cimom::ObjectPath;
-using test_support::DecoratedBroker;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
+using testing::SizeIs;
 
-using Names = std::vector<std::string>;
-
-constexpr char kControlledBy[] = "Zelmar_PCIControlledBy";
-const Names kDone{"done"};
-
-ObjectPath device(const std::string& id) {
-  return byDeviceId("Zelmar_PCIDevice", id);
-}
-ObjectPath bridge(const std::string& id) {
-  return byDeviceId("Zelmar_PCIBridge", id);
-}
-ObjectPath pcieSwitch(const std::string& id) {
-  return byDeviceId("Zelmar_PCIeSwitch", id);
-}
-
-Names ports(const Names& names) {
-  return each("Zelmar_PCIPort:", names);
-}
-Names bracketed(const Names& names) {
-  return each("[", names, "]");
-}
-
-/// The pairs of one controller with each of the ports.
-Names pairs(const std::string& controller, const Names& portNames) {
-  return each(std::string(kControlledBy) + "(" + controller + ",Zelmar_PCIPort:", portNames, ")");
-}
-
-/// The reference of a pair.
-const ObjectPath& end(const ObjectPath& pair, const char* role) {
-  return *std::get<std::shared_ptr<const ObjectPath>>(pair.findKey(role)->elements.at(0));
-}
-
-std::string keyText(const ObjectPath& path, const char* key) {
-  return cimom::toText(path.findKey(key)->elements.at(0));
-}
-
-/// Sources whose id can be read on the second try alone: their class decides, and the worker of
-/// that class reads the id.
-class ControllersByClass : public RequestTest {
- protected:
-  Outcome ask(Operation operation, const ObjectPath& source) {
-    const Request request{operation, kControlledBy, source};
-    provider.send(request, &broker);
-    logLines().clear();
-    broker.clear();
-    broker.failCall("objectPath.getKey", 1, CMPI_RC_ERR_FAILED);
-    Outcome outcome = provider.send(request, &broker);
-    broker.failNothing();
-    EXPECT_EQ(outcome.status, CMPI_RC_OK) << nameOf(operation) << ' ' << briefOf(source);
-    return outcome;
+Names controlledByEnds() {
+  Names ends;
+  for (const auto& [controller, name] :
+       std::vector<std::pair<std::string, std::string>>{{"Zelmar_PCIBridge:B", "B-pri"},
+                                                        {"Zelmar_PCIBridge:B", "B-sec"},
+                                                        {"Zelmar_PCIBridge:O", "O-pri"},
+                                                        {"Zelmar_PCIBridge:O", "O-sec"},
+                                                        {"Zelmar_PCIBridge:R", "R-pri"},
+                                                        {"Zelmar_PCIBridge:R", "R-sec"},
+                                                        {"Zelmar_PCIDevice:X", "X-ep"},
+                                                        {"Zelmar_PCIDevice:N", "N-ep"},
+                                                        {"Zelmar_PCIeSwitch:U", "U-up"},
+                                                        {"Zelmar_PCIDevice:P", "P-ep"},
+                                                        {"Zelmar_PCIDevice:Q", "Q-ep"},
+                                                        {"Zelmar_PCIDevice:K", "K-ep"},
+                                                        {"Zelmar_PCIDevice:D", "D-ep"}}) {
+    ends.push_back(controller + ",Zelmar_PCIPort:" + name);
   }
-
-  void expectAssociators(const ObjectPath& source, const Names& instances, const Names& names) {
-    EXPECT_THAT(ask(Operation::kAssociators, source).events,
-                ElementsAreArray(bracketed(instances) + kDone))
-        << briefOf(source);
-    EXPECT_THAT(ask(Operation::kAssociatorNames, source).events, ElementsAreArray(names + kDone))
-        << briefOf(source);
-  }
-
-  /// Both reference operations give the same pairs and end as told.
-  void expectReferences(const ObjectPath& source, const Names& expected, const Names& end) {
-    EXPECT_THAT(ask(Operation::kReferences, source).events,
-                ElementsAreArray(bracketed(expected) + end))
-        << briefOf(source);
-    EXPECT_THAT(ask(Operation::kReferenceNames, source).events, ElementsAreArray(expected + end))
-        << briefOf(source);
-  }
-
-  DecoratedBroker broker{provider.manager().broker()};
-};
-
-TEST_F(ControllersByClass, ABridgeLeadsToThePortsUnderItWithoutItsOwn) {
-  expectAssociators(bridge("B"), ports({"K-ep"}), ports({"K-ep"}));
-  expectAssociators(bridge("O"), {}, {});
-  expectReferences(bridge("B"), pairs("Zelmar_PCIBridge:B", {"K-ep"}), kDone);
-  expectReferences(bridge("O"), {}, kDone);
+  return ends;
 }
 
-TEST_F(ControllersByClass, APartOfABridgesAddressLeadsToItsPortsButToNoPairs) {
-  host().functions = {{"0:B", 0, 0x0604, 4, "", 1}, {"K", 1, 0x0604, 6, "0:B"}};
-  expectAssociators(bridge("0:"), ports({"K-ep"}), ports({"K-ep"}));
-  expectReferences(bridge("0:"), {}, kDone);
-  expectReferences(bridge("0:B"), pairs("Zelmar_PCIBridge:0:B", {"K-ep"}), kDone);
+TEST_F(AssociationRequests, EveryPortIsControlledByItsOwnFunction) {
+  expectListings(kControlledBy, controlledByEnds());
 }
 
-TEST_F(ControllersByClass, ASwitchLeadsToThePortsUnderItWithoutItsOwn) {
-  expectAssociators(pcieSwitch("U"), ports({"P-ep", "Q-ep"}), ports({"P-ep", "Q-ep"}));
-  expectReferences(pcieSwitch("U"), pairs("Zelmar_PCIeSwitch:U", {"P-ep", "Q-ep"}), kDone);
-  EXPECT_THAT(logLines(), IsEmpty());
-}
-
-TEST_F(ControllersByClass, ASearchForASwitchIsLoggedByTheAssociatorsAlone) {
-  ask(Operation::kAssociators, pcieSwitch("U"));
-  EXPECT_THAT(logLines(), ElementsAre(logged(LOG_CRIT, "ListSwitchPorts searching U (p:2) for U")));
-  ask(Operation::kAssociatorNames, pcieSwitch("none"));
-  EXPECT_THAT(logLines(),
-              ElementsAre(logged(LOG_CRIT, "ListSwitchPortsRef searching U (p:2) for none")));
-  ask(Operation::kReferences, pcieSwitch("none"));
-  EXPECT_THAT(logLines(), IsEmpty());
-}
-
-TEST_F(ControllersByClass, ADeviceLeadsToAllItsPortsButToTheNameOfTheFirst) {
-  expectAssociators(device("B"), ports({"B-pri", "B-sec"}), ports({"B-pri"}));
-  expectAssociators(device("U"), ports({"U-up"}), ports({"U-up"}));
-  expectAssociators(device("D"), ports({"D-ep"}), ports({"D-ep"}));
-  // Its port is counted to the switch.
-  expectAssociators(device("P"), {}, {});
-  EXPECT_THAT(logLines(), IsEmpty());
-}
-
-TEST_F(ControllersByClass, ADeviceIsPairedWithItsConnectedPortAndThatPortsPeer) {
-  expectReferences(device("B"), pairs("Zelmar_PCIDevice:B", {"B-pri", "B-sec"}), kDone);
-  expectReferences(device("D"), pairs("Zelmar_PCIDevice:D", {"D-ep"}), kDone);
-  EXPECT_THAT(logLines(),
-              ElementsAre(logged(LOG_DEBUG, "FindConnectedPort looking for lowest busid 3"),
-                          logged(LOG_DEBUG, "FindConnectedPort returning bus 3")));
-}
-
-TEST_F(ControllersByClass, ADevicesConnectedPortIsTheOneOnTheLowestBus) {
-  host().functions = {{"U", 5, 0x0604, 5}, {"P", 2, 0x0604, 6, "U"}, {"Q", 2, 0x0604, 6, "U"}};
-  expectReferences(device("U"), pairs("Zelmar_PCIDevice:U", {"P-ep"}), kDone);
-}
-
-TEST_F(ControllersByClass, ADeviceWithoutPortsIsPairedWithNoneOfThoseBelowIt) {
-  host().functions = {{"I", 0, 0x0601}, {"P", 1, 0x0604, 6, "I"}};
-  expectReferences(device("I"), {}, kDone);
-  EXPECT_THAT(logLines(), IsEmpty());
-  // Its name is known, though nothing is counted to it.
-  expectReferences(device("P"), {}, kDone);
-  expectReferences(device("none"), {}, kDone);
-  EXPECT_THAT(logLines(), IsEmpty());
-}
-
-TEST_F(ControllersByClass, APortLeadsToItsDeviceUnderThePlainCreationClass) {
-  const Names controllers{"Zelmar_PCIBridge:B"};
-  expectAssociators(portPath("B-sec"), controllers, controllers);
-  for (const auto& [id, className] :
-       std::vector<std::pair<std::string, std::string>>{{"B-sec", "Zelmar_PCIBridge"},
-                                                        {"U-up", "Zelmar_PCIeSwitch"},
-                                                        {"P-ep", "Zelmar_PCIDevice"},
-                                                        {"D-ep", "Zelmar_PCIDevice"}}) {
-    const Instance instance = ask(Operation::kAssociators, portPath(id)).instances.at(0);
-    const ObjectPath path = ask(Operation::kAssociatorNames, portPath(id)).paths.at(0);
-    EXPECT_EQ(instance.path.className, className);
-    EXPECT_EQ(path.className, className);
-    EXPECT_EQ(keyText(instance.path, "CreationClassName"), "Zelmar_PCIDevice");
-    EXPECT_EQ(keyText(path, "CreationClassName"), "Zelmar_PCIDevice");
-    EXPECT_EQ(textOf(instance, "ElementName"), "Acme Widget #3");
+TEST_F(AssociationRequests, ControllersAreNamedByTheirOwnClassThroughout) {
+  for (const Instance& pair : enumerate(kControlledBy).instances) {
+    const ObjectPath& controller = endOf(pair.path, "Antecedent");
+    EXPECT_EQ(toText(controller.findKey("CreationClassName")->elements[0]), controller.className);
   }
 }
 
-TEST_F(ControllersByClass, AnUnknownPortIsLoggedByTheNameOfTheSearch) {
-  expectAssociators(portPath("none-ep"), {}, {});
-  EXPECT_THAT(logLines(),
-              ElementsAre(logged(LOG_DEBUG, "ListControllersRef cop=none-ep not found")));
-  ask(Operation::kAssociators, portPath("none-ep"));
-  EXPECT_THAT(logLines(), ElementsAre(logged(LOG_DEBUG, "ListControllers cop=none-ep not found")));
+TEST_F(AssociationRequests, ADevicesIdLeadsToThePortsOfItsFunction) {
+  for (const auto& [source, ports] :
+       std::vector<std::pair<ObjectPath, Names>>{{bridgePath("B"), {"B-pri", "B-sec"}},
+                                                 {switchPath("U"), {"U-up"}},
+                                                 {devicePath("P"), {"P-ep"}},
+                                                 {devicePath("D"), {"D-ep"}}}) {
+    expectAssociators(kControlledBy, source, each("Zelmar_PCIPort:", ports), kDone);
+  }
 }
 
-TEST_F(ControllersByClass, APortIsPairedAsItsOwnersFirstAndEndsTwice) {
-  const Names twice{"done", "done"};
-  expectReferences(portPath("P-ep"), pairs("Zelmar_PCIeSwitch:U", {"U-up"}), twice);
-  expectReferences(portPath("K-ep"), pairs("Zelmar_PCIBridge:B", {"B-pri"}), twice);
-  expectReferences(portPath("B-sec"), pairs("Zelmar_PCIBridge:B", {"B-pri"}), twice);
-  expectReferences(portPath("D-ep"), pairs("Zelmar_PCIDevice:D", {"D-ep"}), twice);
+TEST_F(AssociationRequests, ADevicesIdLeadsToTheNameOfItsLastPortAndThePeer) {
+  for (const auto& [source, ports] :
+       std::vector<std::pair<ObjectPath, Names>>{{bridgePath("B"), {"B-sec", "B-pri"}},
+                                                 {switchPath("U"), {"U-up"}},
+                                                 {devicePath("P"), {"P-ep"}},
+                                                 {devicePath("D"), {"D-ep"}}}) {
+    expectAssociatorNames(kControlledBy, source, each("Zelmar_PCIPort:", ports), kDone);
+  }
+}
+
+TEST_F(AssociationRequests, APortsNameLeadsToItsController) {
+  for (const auto& [id, controller] :
+       std::vector<std::pair<std::string, std::string>>{{"B-sec", "Zelmar_PCIBridge:B"},
+                                                        {"U-up", "Zelmar_PCIeSwitch:U"},
+                                                        {"P-ep", "Zelmar_PCIDevice:P"},
+                                                        {"D-ep", "Zelmar_PCIDevice:D"}}) {
+    expectAssociators(kControlledBy, portPath(id), {controller}, kDone);
+    expectAssociatorNames(kControlledBy, portPath(id), {controller}, kDone);
+  }
+  const Instance controller = associators(kControlledBy, portPath("B-sec")).instances.at(0);
+  EXPECT_EQ(textOf(controller, "ElementName"), "Acme Widget #3");
+  EXPECT_EQ(textOf(controller, "CreationClassName"), "Zelmar_PCIBridge");
+  EXPECT_EQ(controller.findProperty("BridgeType"), nullptr);
+}
+
+TEST_F(AssociationRequests, APortOfADuplicateFunctionIsControlledByTheLast) {
+  host().functions = {{"D", 1}, {"D", 2}};
+  const Instance controller = associators(kControlledBy, portPath("D-ep")).instances.at(0);
+  EXPECT_EQ(textOf(controller, "BusNumber"), "2");
+}
+
+TEST_F(AssociationRequests, AnIdDecidesWhateverTheClass) {
+  for (const std::string className :
+       {"Zelmar_PCIPort", "Zelmar_PCIDevice", "Zelmar_PCIPortGroup", "CIM_Other"}) {
+    expectAssociatorNames(kControlledBy, byDeviceId(className, "B"),
+                          {"Zelmar_PCIPort:B-sec", "Zelmar_PCIPort:B-pri"}, kDone);
+    expectAssociatorNames(kControlledBy, byDeviceId(className, "B-pri"), {"Zelmar_PCIBridge:B"},
+                          kDone);
+  }
+}
+
+TEST_F(AssociationRequests, IdsLeadToTheirPairs) {
+  expectReferences(
+      kControlledBy, bridgePath("B"),
+      {"Zelmar_PCIBridge:B,Zelmar_PCIPort:B-sec", "Zelmar_PCIBridge:B,Zelmar_PCIPort:B-pri"},
+      kDone);
+  expectReferences(kControlledBy, switchPath("U"), {"Zelmar_PCIeSwitch:U,Zelmar_PCIPort:U-up"},
+                   kDone);
+  expectReferences(kControlledBy, devicePath("P"), {"Zelmar_PCIDevice:P,Zelmar_PCIPort:P-ep"},
+                   kDone);
+  expectReferences(kControlledBy, portPath("B-pri"), {"Zelmar_PCIBridge:B,Zelmar_PCIPort:B-pri"},
+                   kDone);
+}
+
+TEST_F(AssociationRequests, AnIdOfNothingIndexedLeadsNowhere) {
+  startLog();
+  for (const ObjectPath& source :
+       {bridgePath("H"), devicePath("none"), portPath("none-ep"), portPath("H-pri")}) {
+    expectAssociators(kControlledBy, source, {}, kDone);
+    expectAssociatorNames(kControlledBy, source, {}, kDone);
+    expectReferences(kControlledBy, source, {}, kDone);
+  }
   EXPECT_THAT(logLines(), IsEmpty());
 }
 
-TEST_F(ControllersByClass, APortWithoutAPairIsLoggedByTheNamesAloneAndEndsOnce) {
-  host().functions.push_back({"G", 7, 0x0604, 6, "gone"});
-  for (const auto& [id, text] : std::vector<std::pair<std::string, std::string>>{
-           {"none-ep", "PCIControlledBy rin: lookup item 'none-ep' not found"},
-           {"G-ep", "PCIControlledBy gi FAILED LookupPortEntry(parentID) = "}}) {
-    EXPECT_THAT(ask(Operation::kReferences, portPath(id)).events, ElementsAreArray(kDone));
+TEST_F(AssociationRequests, AnEmptyIdLeavesTheClassToDecideAndFindsNothing) {
+  for (const ObjectPath& source : {bridgePath(""), switchPath(""), devicePath("")}) {
+    startLog();
+    expectAssociators(kControlledBy, source, {}, kDone);
+    expectAssociatorNames(kControlledBy, source, {}, kDone);
+    expectReferences(kControlledBy, source, {}, kDone);
     EXPECT_THAT(logLines(), IsEmpty());
-    EXPECT_THAT(ask(Operation::kReferenceNames, portPath(id)).events, ElementsAreArray(kDone));
-    EXPECT_THAT(logLines(), ElementsAre(logged(LOG_DEBUG, text)));
   }
 }
 
-TEST_F(ControllersByClass, TheControllerIsTheRequestsOwnPathAndThatOfAPortTheSnapshots) {
-  for (ObjectPath source : {bridge("B"), pcieSwitch("U"), device("D")}) {
-    source.keys.push_back({"SystemName", cimom::Value::text("as it came")});
-    const Instance instance = ask(Operation::kReferences, source).instances.at(0);
-    const ObjectPath pair = ask(Operation::kReferenceNames, source).paths.at(0);
-    EXPECT_EQ(cimom::toText(end(instance.path, "Antecedent")), cimom::toText(source));
-    EXPECT_EQ(cimom::toText(end(pair, "Antecedent")), cimom::toText(source));
-    EXPECT_EQ(keyText(end(pair, "Dependent"), "SystemName"), "hosta01");
-  }
-  const ObjectPath pair = ask(Operation::kReferenceNames, portPath("P-ep")).paths.at(0);
-  EXPECT_EQ(keyText(end(pair, "Antecedent"), "SystemName"), "hosta01");
-  EXPECT_EQ(keyText(end(pair, "Antecedent"), "CreationClassName"), "Zelmar_PCIeSwitch");
+TEST_F(AssociationRequests, AnEmptyPortNameIsLoggedByTheNamesAlone) {
+  startLog();
+  EXPECT_THAT(references(kControlledBy, portPath("")).events, ElementsAreArray(kDone));
+  EXPECT_THAT(associators(kControlledBy, portPath("")).events, ElementsAreArray(kDone));
+  EXPECT_THAT(logLines(), IsEmpty());
+  EXPECT_THAT(referenceNames(kControlledBy, portPath("")).events, ElementsAreArray(kDone));
+  EXPECT_THAT(logLines(),
+              ElementsAre(logged(LOG_DEBUG, "PCIControlledBy rin: lookup item '' not found")));
 }
 
-/// A function that calls itself otherwise once its ports have their names, so that they are sorted
-/// under it as those of another function: the only ports under a bridge or switch with a peer.
-class RenamedFunction : public ControllersByClass {
- protected:
-  RenamedFunction() {
-    host().functions = {{"F", 0, 0x0604, 5}};
-    host().addressNow = [asked = 0](const std::string& address) mutable {
-      return ++asked > 3 ? "renamed" : address;
-    };
-  }
-  static Names peersOf(const char* className) {
-    return pairs(std::string(className) + ":F", {"F-pri", "F-sec", "F-sec", "F-pri"});
-  }
-};
-
-TEST_F(RenamedFunction, ThatIsABridgeIsPairedWithItsPortsAndTheirPeers) {
-  host().functions[0].pcieType = 4;
-  expectReferences(bridge("F"), peersOf("Zelmar_PCIBridge"), kDone);
-}
-
-TEST_F(RenamedFunction, ThatIsASwitchIsPairedWithItsPortsAndTheirPeers) {
-  // Classed as a switch, it looks like a bridge when its ports are made.
-  host().onCall = [addresses = 0](const std::string& call) mutable {
-    addresses += call == "GetAddress" ? 1 : 0;
-    if (addresses > 1 && call == "HasCapability") {
-      throw HostCtl::Lib::HostCtlException("broken host");
+TEST_F(AssociationRequests, ASourceOfAServedClassWithoutAnIdIsTheBindingsError) {
+  for (const char* className :
+       {"Zelmar_PCIBridge", "Zelmar_PCIeSwitch", "Zelmar_PCIDevice", "Zelmar_PCIPort"}) {
+    for (const Operation operation : associationOperations()) {
+      const Outcome outcome = ask(kControlledBy, operation, pathOf(className));
+      EXPECT_NE(outcome.status, CMPI_RC_OK) << className << " " << nameOf(operation);
+      EXPECT_THAT(outcome.events, IsEmpty());
     }
-  };
-  expectReferences(pcieSwitch("F"), peersOf("Zelmar_PCIeSwitch"), kDone);
+  }
 }
 
-/// The classes of controllers are those that they had when the snapshot was made.
-class StoredClass : public RequestTest {
- protected:
-  StoredClass() {
-    send({Operation::kEnumInstanceNames, kControlledBy, pathOf(kControlledBy)});
-    logLines().clear();
-    host().onCall = [](const std::string& call) {
-      if (call == "HasCapability" || call == "GetClassCode" || call == "GetPcieDeviceType") {
-        throw HostCtl::Lib::HostCtlException("broken host");
-      }
-    };
-  }
+ObjectPath controlledBy(const std::string& portName) {
+  return pairOf(kControlledBy, "Antecedent", devicePath("anything"), "Dependent",
+                portPath(portName));
+}
 
-  Outcome ask(Operation operation, const ObjectPath& source) {
-    return send({operation, kControlledBy, source});
-  }
-};
-
-TEST_F(StoredClass, NamesTheControllersOfAListingWhileThePlatformFails) {
-  for (const Operation operation : {Operation::kEnumInstanceNames, Operation::kEnumInstances}) {
-    const Outcome outcome = ask(operation, pathOf(kControlledBy));
+TEST_F(AssociationRequests, AControlledPortIsAnsweredWithItsOwnersPair) {
+  for (const auto& [id, ends] : std::vector<std::pair<std::string, std::string>>{
+           {"P-ep", "Zelmar_PCIeSwitch:U,Zelmar_PCIPort:U-up"},
+           {"K-ep", "Zelmar_PCIBridge:B,Zelmar_PCIPort:B-pri"},
+           {"B-sec", "Zelmar_PCIBridge:B,Zelmar_PCIPort:B-pri"},
+           {"D-ep", "Zelmar_PCIDevice:D,Zelmar_PCIPort:D-ep"}}) {
+    startLog();
+    const Outcome outcome = get(controlledBy(id));
     EXPECT_EQ(outcome.status, CMPI_RC_OK);
-    Names controllers;
-    for (const Instance& pair : outcome.instances) {
-      controllers.push_back(briefOf(end(pair.path, "Antecedent")));
-    }
-    for (const ObjectPath& pair : outcome.paths) {
-      controllers.push_back(briefOf(end(pair, "Antecedent")));
-    }
-    EXPECT_THAT(
-        controllers,
-        ElementsAreArray(each("Zelmar_PCIBridge:", {"B", "B", "O", "O", "R", "R"}) +
-                         Names{"Zelmar_PCIDevice:X", "Zelmar_PCIDevice:N", "Zelmar_PCIeSwitch:U"} +
-                         each("Zelmar_PCIDevice:", {"P", "Q", "K", "D"})));
+    EXPECT_THAT(outcome.events, ElementsAreArray(bracketed(pairs(kControlledBy, {ends})) + kDone));
+    EXPECT_THAT(logLines(), ElementsAre(logged(
+                                LOG_DEBUG, "GetInstance for " + cimom::toText(controlledBy(id)))));
   }
-  EXPECT_THAT(logLines(), IsEmpty());
 }
 
-TEST_F(StoredClass, NamesTheControllerOfAnIdWhileThePlatformFails) {
-  for (const ObjectPath& source : {pcieSwitch("U"), portPath("U-up")}) {
-    EXPECT_THAT(ask(Operation::kReferenceNames, source).answers(),
-                ElementsAreArray(pairs("Zelmar_PCIeSwitch:U", {"U-up"})));
-    EXPECT_THAT(ask(Operation::kReferences, source).answers(),
-                ElementsAreArray(bracketed(pairs("Zelmar_PCIeSwitch:U", {"U-up"}))));
-  }
-  EXPECT_THAT(ask(Operation::kAssociatorNames, portPath("B-sec")).answers(),
-              ElementsAre("Zelmar_PCIBridge:B"));
-  EXPECT_THAT(logLines(), IsEmpty());
+TEST_F(AssociationRequests, TheAntecedentOfAControlledPortIsNotRead) {
+  ObjectPath path = controlledBy("D-ep");
+  path.keys.erase(path.keys.begin());
+  EXPECT_THAT(get(path).answers(), SizeIs(1));
+}
+
+TEST_F(AssociationRequests, AnUnknownControlledPortIsNotFound) {
+  startLog();
+  const Outcome outcome = get(controlledBy("none-ep"));
+  EXPECT_EQ(outcome.status, CMPI_RC_ERR_NOT_FOUND);
+  EXPECT_THAT(outcome.events, IsEmpty());
+  EXPECT_THAT(
+      logLines(),
+      ElementsAre(logged(LOG_DEBUG, "GetInstance for " + cimom::toText(controlledBy("none-ep"))),
+                  logged(LOG_DEBUG, "PCIControlledBy gi: lookup item 'none-ep' not found")));
+}
+
+TEST_F(AssociationRequests, AControlledPortWhoseOwnerIsGoneIsNotFound) {
+  host().functions.push_back({"G", 7, 0x0604, 6, "gone"});
+  startLog();
+  const Outcome outcome = get(controlledBy("G-ep"));
+  EXPECT_EQ(outcome.status, CMPI_RC_ERR_NOT_FOUND);
+  EXPECT_THAT(outcome.events, IsEmpty());
+  EXPECT_THAT(
+      logLines(),
+      Contains(logged(LOG_DEBUG, "PCIControlledBy gi FAILED LookupPortEntry(parentID) = ")));
 }
 
 }  // namespace

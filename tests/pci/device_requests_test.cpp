@@ -1,4 +1,5 @@
 // Requests for devices, bridges and switches over a scripted host.
+#include "machine_requests.h"
 #include "scripted_machine.h"
 
 #include <syslog.h>
@@ -208,10 +209,10 @@ TEST_F(DeviceRequests, CapabilitiesPastTheTwoHundredFiftySixthOverwriteTheFirst)
 }
 
 TEST_F(DeviceRequests, ThePlatformIsAskedInOneOrder) {
-  send({Operation::kGetInstance, kDevice, byDeviceId(kDevice, "N")});
+  send({Operation::kGetInstance, kDevice, devicePath("N")});
   std::vector<std::string> calls;
   host().onCall = [&](const std::string& call) { calls.push_back(call); };
-  send({Operation::kGetInstance, kDevice, byDeviceId(kDevice, "N")});
+  send({Operation::kGetInstance, kDevice, devicePath("N")});
   EXPECT_THAT(calls, ElementsAre("GetAddress", "GetVendorName", "GetDeviceName", "GetDeviceNumber",
                                  "GetParent", "GetCapabilities", "GetClassCode", "GetBusNumber",
                                  "GetDeviceNumber", "GetFunctionNumber", "GetSubsystemId",

@@ -180,8 +180,7 @@ TEST_F(HandedOn, ConnectionsOfAPortAreNarrowed) {
 
 TEST_F(HandedOn, AnswersByTheSourcesClassAreNarrowed) {
   for (const ObjectPath& source :
-       {byDeviceId("Zelmar_PCIBridge", "B"), byDeviceId("Zelmar_PCIeSwitch", "U"),
-        byDeviceId("Zelmar_PCIDevice", "B"), portPath("B-sec")}) {
+       {bridgePath("B"), switchPath("U"), devicePath("B"), portPath("B-sec")}) {
     for (const Operation operation : {Operation::kAssociators, Operation::kReferences}) {
       const Request request{operation, "Zelmar_PCIControlledBy", source, {}, {{"Caption"}}};
       const Outcome outcome = askByClass(request);

@@ -1,5 +1,6 @@
 // The host's computer system, which another provider serves: what its clients hear where the object
 // manager does not give it.
+#include "machine_requests.h"
 #include "scripted_machine.h"
 
 #include <decorated_broker.h>
@@ -21,14 +22,12 @@ using testing::IsEmpty;
 constexpr char kPrefix[] = "no OMC_UnitaryComputerSystem could be fetched: ";
 
 /// The requests that need the system from the object manager.
-const Request kSystemOfADevice{Operation::kAssociators, "Zelmar_PCISystemDevice",
-                               byDeviceId("Zelmar_PCIDevice", "D")};
-const Request kSystemOfAPort{Operation::kAssociators, "Zelmar_PCISystemDevice",
-                             byDeviceId("Zelmar_PCIPort", "D-ep")};
+const Request kSystemOfADevice{Operation::kAssociators, "Zelmar_PCISystemDevice", devicePath("D")};
+const Request kSystemOfAPort{Operation::kAssociators, "Zelmar_PCISystemDevice", portPath("D-ep")};
 const Request kSystemOfAGroup{Operation::kAssociators, "Zelmar_PCIHostedCollection",
-                              pathOf("Zelmar_PCIPortGroup", {{"InstanceID", "Zelmar:bus-0"}})};
+                              groupPath("Zelmar:bus-0")};
 const Request kSystemNameOfAGroup{Operation::kAssociatorNames, "Zelmar_PCIHostedCollection",
-                                  pathOf("Zelmar_PCIPortGroup", {{"InstanceID", "Zelmar:bus-0"}})};
+                                  groupPath("Zelmar:bus-0")};
 
 const std::vector<Request>& requestsForTheSystem() {
   static const std::vector<Request> all{kSystemOfADevice, kSystemOfAPort, kSystemOfAGroup,

@@ -18,18 +18,34 @@ ObjectPath groupPath(const std::string& id) {
   return pathOf("Zelmar_PCIPortGroup", {{"InstanceID", id}});
 }
 
+ObjectPath devicePath(const std::string& id) {
+  return byDeviceId("Zelmar_PCIDevice", id);
+}
+
+ObjectPath bridgePath(const std::string& id) {
+  return byDeviceId("Zelmar_PCIBridge", id);
+}
+
+ObjectPath switchPath(const std::string& id) {
+  return byDeviceId("Zelmar_PCIeSwitch", id);
+}
+
+ObjectPath fullDevicePath(const std::string& className, const std::string& id) {
+  return pathOf(className, {{"SystemCreationClassName", "OMC_UnitaryComputerSystem"},
+                            {"SystemName", "hosta01"},
+                            {"CreationClassName", className},
+                            {"DeviceID", id}});
+}
+
 ObjectPath plainDevicePath(const std::string& id) {
-  return pathOf("Zelmar_PCIDevice", {{"SystemCreationClassName", "OMC_UnitaryComputerSystem"},
-                                     {"SystemName", "hosta01"},
-                                     {"CreationClassName", "Zelmar_PCIDevice"},
-                                     {"DeviceID", id}});
+  return fullDevicePath("Zelmar_PCIDevice", id);
 }
 
 std::vector<ObjectPath> knownInstances() {
   const ObjectPath group = groupPath("Zelmar:bus-0");
   return {plainDevicePath("D"),
-          byDeviceId("Zelmar_PCIBridge", "B"),
-          byDeviceId("Zelmar_PCIeSwitch", "U"),
+          bridgePath("B"),
+          switchPath("U"),
           portPath("B-sec"),
           group,
           pairOf("Zelmar_PCISystemDevice", "GroupComponent", systemPath(), "PartComponent",
@@ -55,8 +71,7 @@ std::vector<ObjectPath> sourcesOf(const std::string& association) {
   if (association == "Zelmar_PCIMemberOfCollection") {
     return {portPath("B-sec"), groupPath("Zelmar:bus-0")};
   }
-  return {portPath("B-sec"), byDeviceId("Zelmar_PCIBridge", "B"),
-          byDeviceId("Zelmar_PCIBridge", ""), portPath("")};
+  return {portPath("B-sec"), bridgePath("B"), bridgePath(""), portPath("")};
 }
 
 }  // namespace

@@ -5,10 +5,17 @@
 /// Requests over the scripted machine that every class answers.
 namespace scripted {
 
-/// Paths of the machine's host system, of one of its ports, port groups and plain devices.
+/// The path of the machine's host system, with all keys.
 cimom::ObjectPath systemPath();
+/// Paths of its ports, port groups and functions by their id alone, as clients may send them.
 cimom::ObjectPath portPath(const std::string& id);
 cimom::ObjectPath groupPath(const std::string& id);
+cimom::ObjectPath devicePath(const std::string& id);
+cimom::ObjectPath bridgePath(const std::string& id);
+cimom::ObjectPath switchPath(const std::string& id);
+/// The path of a function with all keys, as an enumeration of its class returns it.
+cimom::ObjectPath fullDevicePath(const std::string& className, const std::string& id);
+/// The same for a plain device.
 cimom::ObjectPath plainDevicePath(const std::string& id);
 
 /// An instance that each class answers when it is asked for it.

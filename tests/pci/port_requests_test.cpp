@@ -1,4 +1,5 @@
 // Requests for ports and port groups over a scripted host.
+#include "machine_requests.h"
 #include "scripted_machine.h"
 
 #include <algorithm>
@@ -27,11 +28,10 @@ class PortRequests : public RequestTest {
     return send({Operation::kEnumInstanceNames, className, pathOf(className)});
   }
   Outcome get(const std::string& id, cimom::PropertyList properties = std::nullopt) {
-    return send({Operation::kGetInstance, kPort, byDeviceId(kPort, id), {}, properties});
+    return send({Operation::kGetInstance, kPort, portPath(id), {}, properties});
   }
   Outcome getGroup(const std::string& id, cimom::PropertyList properties = std::nullopt) {
-    return send(
-        {Operation::kGetInstance, kGroup, pathOf(kGroup, {{"InstanceID", id}}), {}, properties});
+    return send({Operation::kGetInstance, kGroup, groupPath(id), {}, properties});
   }
 };
 

@@ -49,9 +49,7 @@ TEST_F(RenamedLater, AFarPortIsFoundByTheAddressOfNow) {
 TEST_F(RenamedLater, AControllerIsFoundByItsFormerAddressAndNamedByTheNewOne) {
   const auto pairOfA = "Zelmar_PCIControlledBy(Zelmar_PCIDevice:gone,Zelmar_PCIPort:A-ep)";
   const auto ask = [&](const std::string& id) {
-    return send({Operation::kReferenceNames, "Zelmar_PCIControlledBy",
-                 byDeviceId("Zelmar_PCIDevice", id)})
-        .answers();
+    return send({Operation::kReferenceNames, "Zelmar_PCIControlledBy", devicePath(id)}).answers();
   };
   EXPECT_THAT(ask("A"), ElementsAre(pairOfA));
   EXPECT_THAT(ask("gone"), ElementsAre());
@@ -66,9 +64,7 @@ TEST_F(RenamedInTheBuild, AControllerIsIndexedByTheAddressThatItHasThen) {
     return ++asked > 4 ? "renamed" : address;
   };
   const auto ask = [&](const std::string& id) {
-    return send({Operation::kAssociatorNames, "Zelmar_PCIControlledBy",
-                 byDeviceId("Zelmar_PCIDevice", id)})
-        .answers();
+    return send({Operation::kAssociatorNames, "Zelmar_PCIControlledBy", devicePath(id)}).answers();
   };
   EXPECT_THAT(ask("renamed"), ElementsAre("Zelmar_PCIPort:D-ep"));
   EXPECT_THAT(ask("D"), ElementsAre());
