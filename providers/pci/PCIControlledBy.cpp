@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciKeys.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPorts.h"
@@ -325,7 +326,7 @@ CmpiObjectPath ControllerPath(const ControlledByEntry& entry) {
   return MakeDevicePath(entry.device, entry.className);
 }
 
-bool IsPortName(const std::string& deviceId) {
+bool LooksLikePortName(const std::string& deviceId) {
   return deviceId.find('-') != std::string::npos;
 }
 
@@ -345,18 +346,19 @@ void WalkEntries(const PairSink& give) {
   }
 }
 
-void GivePortAndPeer(const CmpiObjectPath& device, const PortEntry& port, const PairSink& give) {
+void GiveControlledPortAndPeer(const CmpiObjectPath& device, const PortEntry& port,
+                               const PairSink& give) {
   give(device, MakePCIPortRef(port.portName));
   if (!port.peerPortName.empty()) give(device, MakePCIPortRef(port.peerPortName));
 }
 
 void GivePairsOf(const std::string& deviceId, const PairSink& give) {
-  if (IsPortName(deviceId)) {
+  if (LooksLikePortName(deviceId)) {
     if (const ControlledByEntry* entry = Find(cbPortMap, deviceId)) {
       give(ControllerPath(*entry), MakePCIPortRef(entry->port->portName));
     }
   } else if (const ControlledByEntry* entry = Find(cbDevMap, deviceId)) {
-    GivePortAndPeer(ControllerPath(*entry), *entry->port, give);
+    GiveControlledPortAndPeer(ControllerPath(*entry), *entry->port, give);
   }
 }
 
@@ -428,13 +430,13 @@ void GiveConnectedPort(const CmpiObjectPath& source, const PairSink& give) {
   const std::string id = KeyText(source, kDeviceIdKey);
   if (BuildPortFromDevice(id).empty()) return;
   const PortEntry& port = FindConnectedPort(id);
-  if (port.device != nullptr) GivePortAndPeer(source, port, give);
+  if (port.device != nullptr) GiveControlledPortAndPeer(source, port, give);
 }
 
 void GivePortsUnder(const CmpiObjectPath& source, const PairSink& give,
                     const PortPointers& (*lookup)(const std::string&)) {
   for (const PortEntry* port : lookup(KeyText(source, kDeviceIdKey))) {
-    GivePortAndPeer(source, *port, give);
+    GiveControlledPortAndPeer(source, *port, give);
   }
 }
 
@@ -505,14 +507,13 @@ CmpiStatus PCIControlledBy::associators(const CmpiContext&, CmpiResult& result,
                                         const char*, const char*, const char** properties) {
   const std::string id = DeviceIdOrEmpty(source);
   if (id.empty()) {
-    return AnswerBySourceClass(
-        result, source, "PCIControlledBy ai ignoring",
-        {{kBridgeClass, [&] { ListBridgePorts(source, properties, result); }},
-         {kSwitchClass, [&] { ListSwitchPorts(source, properties, result); }},
-         {kDeviceClass, [&] { ListPorts(source, properties, result); }},
-         {kPortClass, [&] { ListControllers(source, properties, result); }}});
+    return ServeBySourceClass(result, source, "PCIControlledBy ai ignoring",
+                              {{kBridgeClass, [&] { ListBridgePorts(source, properties, result); }},
+                               {kSwitchClass, [&] { ListSwitchPorts(source, properties, result); }},
+                               {kDeviceClass, [&] { ListPorts(source, properties, result); }},
+                               {kPortClass, [&] { ListControllers(source, properties, result); }}});
   }
-  if (!IsPortName(id)) {
+  if (!LooksLikePortName(id)) {
     if (const ControlledByEntry* entry = Find(cbDevMap, id)) {
       std::set<std::string> seen;
       MakePortsForDevice(entry->port->device, result, seen, properties);
@@ -528,13 +529,13 @@ CmpiStatus PCIControlledBy::associatorNames(const CmpiContext&, CmpiResult& resu
                                             const char*, const char*) {
   const std::string id = DeviceIdOrEmpty(source);
   if (id.empty()) {
-    return AnswerBySourceClass(result, source, "PCIControlledBy ai ignoring",
-                               {{kBridgeClass, [&] { ListBridgePortsRef(source, result); }},
-                                {kSwitchClass, [&] { ListSwitchPortsRef(source, result); }},
-                                {kDeviceClass, [&] { ListPortsRef(source, result); }},
-                                {kPortClass, [&] { ListControllersRef(source, result); }}});
+    return ServeBySourceClass(result, source, "PCIControlledBy ai ignoring",
+                              {{kBridgeClass, [&] { ListBridgePortsRef(source, result); }},
+                               {kSwitchClass, [&] { ListSwitchPortsRef(source, result); }},
+                               {kDeviceClass, [&] { ListPortsRef(source, result); }},
+                               {kPortClass, [&] { ListControllersRef(source, result); }}});
   }
-  if (!IsPortName(id)) {
+  if (!LooksLikePortName(id)) {
     if (const ControlledByEntry* entry = Find(cbDevMap, id)) {
       const PortEntry& port = *entry->port;
       result.returnData(MakePCIPortRef(port.portName));
@@ -554,7 +555,7 @@ CmpiStatus PCIControlledBy::references(const CmpiContext&, CmpiResult& result,
     GivePairsOf(id, Pairs::Instances(result, properties));
     return Done(result);
   }
-  return AnswerBySourceClass(
+  return ServeBySourceClass(
       result, source, "PCIControlledBy reference unsupported class",
       {{kBridgeClass, [&] { GetCBInstancesByBridge(result, source, properties); }},
        {kSwitchClass, [&] { GetCBInstancesBySwitch(result, source, properties); }},
@@ -569,11 +570,11 @@ CmpiStatus PCIControlledBy::referenceNames(const CmpiContext&, CmpiResult& resul
     GivePairsOf(id, Pairs::Paths(result));
     return Done(result);
   }
-  return AnswerBySourceClass(result, source, "PCIControlledBy reference unsupported class",
-                             {{kBridgeClass, [&] { GetCBInstancesByBridgeRef(result, source); }},
-                              {kSwitchClass, [&] { GetCBInstancesBySwitchRef(result, source); }},
-                              {kDeviceClass, [&] { GetCBInstanceByDeviceRef(result, source); }},
-                              {kPortClass, [&] { GetCBInstanceByPortRef(result, source); }}});
+  return ServeBySourceClass(result, source, "PCIControlledBy reference unsupported class",
+                            {{kBridgeClass, [&] { GetCBInstancesByBridgeRef(result, source); }},
+                             {kSwitchClass, [&] { GetCBInstancesBySwitchRef(result, source); }},
+                             {kDeviceClass, [&] { GetCBInstanceByDeviceRef(result, source); }},
+                             {kPortClass, [&] { GetCBInstanceByPortRef(result, source); }}});
 }
 
 }  // namespace pciprovider

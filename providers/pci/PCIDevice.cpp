@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciKeys.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPorts.h"
@@ -20,7 +21,6 @@ namespace pciprovider {
 
 using HostCtl::Lib::HostCtlException;
 using zelInt::CmpiArray;
-using zelInt::CmpiString;
 
 namespace {
 
@@ -220,26 +220,6 @@ CmpiInstance MakeDeviceInstance(const PciDevice* device, const CmpiObjectPath& p
   PopulateDeviceDetails(device, instance);
   instance.setPropertyFilter(properties, nullptr);
   return instance;
-}
-
-std::string KeyText(const CmpiObjectPath& path, const char* key) {
-  return CmpiString(path.getKey(key)).charPtr();
-}
-
-std::optional<CmpiData> FindKey(const CmpiObjectPath& path, const char* key) {
-  try {
-    return path.getKey(key);
-  } catch (const CmpiStatus& failure) {
-    // Object managers differ in how they say that a key is not there.
-    const CMPIrc code = failure.rc();
-    if (code == CMPI_RC_ERR_NOT_FOUND || code == CMPI_RC_ERR_NO_SUCH_PROPERTY) return std::nullopt;
-    throw;
-  }
-}
-
-std::string KeyTextOrEmpty(const CmpiObjectPath& path, const char* key) {
-  const std::optional<CmpiData> value = FindKey(path, key);
-  return value ? CmpiString(*value).charPtr() : std::string();
 }
 
 void DeviceList(CmpiResult& result, const char** properties) {

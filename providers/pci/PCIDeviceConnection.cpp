@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciKeys.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
@@ -34,7 +35,7 @@ CmpiInstance MakePCIDeviceConnection(const CmpiObjectPath& antecedent,
 
 using Pairs = PairSinks<MakePCIDeviceConnection, MakePCIDeviceConnectionRef>;
 
-bool IsPortName(const std::string& name) {
+bool IsKnownPortName(const std::string& name) {
   return GetPortNames().count(name) != 0;
 }
 
@@ -53,7 +54,7 @@ std::string ParentAddress(const PciDevice& device) {
 void WalkConnections(const PairSink& give) {
   for (const auto& device : GetDevicesCache()) {
     const std::string parent = ParentAddress(*device);
-    if (parent.empty() || !IsPortName(parent)) continue;
+    if (parent.empty() || !IsKnownPortName(parent)) continue;
     const PortEntry* upper = WithDevice(LookupPortEntry(parent));
     if (upper == nullptr) continue;
     const PortEntry* lower = WithDevice(FindConnectedPort(device->GetAddress()));
@@ -71,7 +72,7 @@ struct Home {
 
 Home FindHome(const PortEntry& port) {
   std::string name = BuildPortFromDevice(port.ownerAddress);
-  if (name.empty() || !IsPortName(name)) return {std::move(name), nullptr};
+  if (name.empty() || !IsKnownPortName(name)) return {std::move(name), nullptr};
   const PortEntry* home = WithDevice(LookupPortEntry(name));
   return {std::move(name), home};
 }
@@ -95,7 +96,7 @@ Ends FindEnds(const CmpiObjectPath& source, FarPortOf which) {
 
 /// Gives the answer and ends the result, or answers not found and leaves it open.
 template <class Give>
-CmpiStatus AnswerEnds(CmpiResult& result, const Ends& ends, Give give) {
+CmpiStatus GiveIfConnected(CmpiResult& result, const Ends& ends, Give give) {
   if (ends.far == nullptr) return NotFound();
   give(ends);
   return Done(result);
@@ -104,7 +105,7 @@ CmpiStatus AnswerEnds(CmpiResult& result, const Ends& ends, Give give) {
 // Associated is what connects to the home port's device: all its ports as instances ...
 CmpiStatus GetRelatedPort(CmpiResult& result, const CmpiObjectPath& source,
                           const char** properties) {
-  return AnswerEnds(result, FindEnds(source, FarPortOf::kHomeDevice), [&](const Ends& ends) {
+  return GiveIfConnected(result, FindEnds(source, FarPortOf::kHomeDevice), [&](const Ends& ends) {
     std::set<std::string> seen;
     MakePortsForDevice(ends.far->device, result, seen, properties);
   });
@@ -112,14 +113,14 @@ CmpiStatus GetRelatedPort(CmpiResult& result, const CmpiObjectPath& source,
 
 // ... but the far port alone as a name.
 CmpiStatus GetRelatedPortRef(CmpiResult& result, const CmpiObjectPath& source) {
-  return AnswerEnds(result, FindEnds(source, FarPortOf::kHomeDevice), [&](const Ends& ends) {
+  return GiveIfConnected(result, FindEnds(source, FarPortOf::kHomeDevice), [&](const Ends& ends) {
     result.returnData(MakePCIPortRef(ends.far->portName));
   });
 }
 
 // References pair the home port with what connects to the source's own device.
 CmpiStatus GiveConnection(CmpiResult& result, const CmpiObjectPath& source, const PairSink& give) {
-  return AnswerEnds(result, FindEnds(source, FarPortOf::kSourceDevice), [&](const Ends& ends) {
+  return GiveIfConnected(result, FindEnds(source, FarPortOf::kSourceDevice), [&](const Ends& ends) {
     give(MakePCIPortRef(ends.home->portName), MakePCIPortRef(ends.far->portName));
   });
 }
@@ -143,7 +144,7 @@ std::string PortNameInRole(const CmpiObjectPath& pair, const char* role) {
 void LogMissingHome(const Home& home, const std::string& item) {
   if (home.name.empty()) {
     syslog(LOG_DEBUG, "PCIDeviceConnection gi item %s not found", LogText(item).c_str());
-  } else if (!IsPortName(home.name)) {
+  } else if (!IsKnownPortName(home.name)) {
     syslog(LOG_DEBUG, "PCIDeviceConnection gi no portNames, found using '%s'", home.name.c_str());
   } else {
     syslog(LOG_DEBUG, "PCIDeviceConnection gi FAILED LookupPortEntry(parentID) = %s",
@@ -199,29 +200,29 @@ CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& resu
 CmpiStatus PCIDeviceConnection::associators(const CmpiContext&, CmpiResult& result,
                                             const CmpiObjectPath& source, const char*, const char*,
                                             const char*, const char*, const char** properties) {
-  return AnswerBySourceClass(result, source, "PCIDeviceConnection ai ignoring",
-                             {{kPortClass, [&] { GetRelatedPort(result, source, properties); }}});
+  return ServeBySourceClass(result, source, "PCIDeviceConnection ai ignoring",
+                            {{kPortClass, [&] { GetRelatedPort(result, source, properties); }}});
 }
 
 CmpiStatus PCIDeviceConnection::associatorNames(const CmpiContext&, CmpiResult& result,
                                                 const CmpiObjectPath& source, const char*,
                                                 const char*, const char*, const char*) {
-  return AnswerBySourceClass(result, source, "PCIDeviceConnection ain ignoring",
-                             {{kPortClass, [&] { GetRelatedPortRef(result, source); }}});
+  return ServeBySourceClass(result, source, "PCIDeviceConnection ain ignoring",
+                            {{kPortClass, [&] { GetRelatedPortRef(result, source); }}});
 }
 
 CmpiStatus PCIDeviceConnection::references(const CmpiContext&, CmpiResult& result,
                                            const CmpiObjectPath& source, const char*, const char*,
                                            const char** properties) {
-  return AnswerBySourceClass(result, source, "PCIDeviceConnection reference unsupported class",
-                             {{kPortClass, [&] { GetDevConnByPort(result, source, properties); }}});
+  return ServeBySourceClass(result, source, "PCIDeviceConnection reference unsupported class",
+                            {{kPortClass, [&] { GetDevConnByPort(result, source, properties); }}});
 }
 
 CmpiStatus PCIDeviceConnection::referenceNames(const CmpiContext&, CmpiResult& result,
                                                const CmpiObjectPath& source, const char*,
                                                const char*) {
-  return AnswerBySourceClass(result, source, "PCIDeviceConnection rin unsupported class",
-                             {{kPortClass, [&] { GetDevConnByPortRef(result, source); }}});
+  return ServeBySourceClass(result, source, "PCIDeviceConnection rin unsupported class",
+                            {{kPortClass, [&] { GetDevConnByPortRef(result, source); }}});
 }
 
 }  // namespace pciprovider

@@ -87,7 +87,7 @@ CmpiStatus PCIHostedCollection::getInstance(const CmpiContext&, CmpiResult& resu
 CmpiStatus PCIHostedCollection::associators(const CmpiContext& context, CmpiResult& result,
                                             const CmpiObjectPath& source, const char*, const char*,
                                             const char*, const char*, const char** properties) {
-  return AnswerBySourceClass(
+  return ServeBySourceClass(
       result, source, "PCIHostedCollection ai ignoring",
       {{kPortGroupClass,
         [&] { result.returnData(FetchHostSystem(getBroker(), context, properties)); }},
@@ -97,7 +97,7 @@ CmpiStatus PCIHostedCollection::associators(const CmpiContext& context, CmpiResu
 CmpiStatus PCIHostedCollection::associatorNames(const CmpiContext& context, CmpiResult& result,
                                                 const CmpiObjectPath& source, const char*,
                                                 const char*, const char*, const char*) {
-  return AnswerBySourceClass(
+  return ServeBySourceClass(
       result, source, "PCIHostedCollection ain ignoring",
       {{kPortGroupClass, [&] { result.returnData(FetchHostSystemPath(getBroker(), context)); }},
        {kSystemClass, [&] { ListPortGroupRefs(result, source); }}});
@@ -106,17 +106,17 @@ CmpiStatus PCIHostedCollection::associatorNames(const CmpiContext& context, Cmpi
 CmpiStatus PCIHostedCollection::references(const CmpiContext&, CmpiResult& result,
                                            const CmpiObjectPath& source, const char*, const char*,
                                            const char** properties) {
-  return AnswerBySourceClass(result, source, "PCIHostedCollection reference unsupported class",
-                             {{kPortGroupClass, [&] { GetInstance(result, source, properties); }},
-                              {kSystemClass, [&] { EnumInstances(result, source, properties); }}});
+  return ServeBySourceClass(result, source, "PCIHostedCollection reference unsupported class",
+                            {{kPortGroupClass, [&] { GetInstance(result, source, properties); }},
+                             {kSystemClass, [&] { EnumInstances(result, source, properties); }}});
 }
 
 CmpiStatus PCIHostedCollection::referenceNames(const CmpiContext&, CmpiResult& result,
                                                const CmpiObjectPath& source, const char*,
                                                const char*) {
-  return AnswerBySourceClass(result, source, "PCIHostedCollection reference unsupported class",
-                             {{kPortGroupClass, [&] { GetInstanceRef(result, source); }},
-                              {kSystemClass, [&] { EnumInstanceRefs(result, source); }}});
+  return ServeBySourceClass(result, source, "PCIHostedCollection reference unsupported class",
+                            {{kPortGroupClass, [&] { GetInstanceRef(result, source); }},
+                             {kSystemClass, [&] { EnumInstanceRefs(result, source); }}});
 }
 
 }  // namespace pciprovider

@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciKeys.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
@@ -38,7 +39,7 @@ CmpiInstance MakePCIMemberOfCollection(const CmpiObjectPath& group, const CmpiOb
 using Pairs = PairSinks<MakePCIMemberOfCollection, MakePCIMemberOfCollectionRef>;
 
 /// The port and its peer as members of the group of the port's own bus.
-void GivePortAndPeer(const PortEntry& port, const PairSink& give) {
+void GiveMemberAndPeer(const PortEntry& port, const PairSink& give) {
   give(MakePortGroupRef(port.busNumber), MakePCIPortRef(port.portName));
   if (!port.peerPortName.empty()) {
     give(MakePortGroupRef(port.busNumber), MakePCIPortRef(port.peerPortName));
@@ -46,7 +47,7 @@ void GivePortAndPeer(const PortEntry& port, const PairSink& give) {
 }
 
 /// The port, and for a bridge's secondary port the primary, found by its name alone.
-void GivePortAndPrimary(const PortEntry& port, const PairSink& give) {
+void GiveMemberAndPrimary(const PortEntry& port, const PairSink& give) {
   give(MakePortGroupRef(port.busNumber), MakePCIPortRef(port.portName));
   const std::size_t suffix = port.portName.rfind("-sec");
   if (suffix == std::string::npos) return;
@@ -55,7 +56,7 @@ void GivePortAndPrimary(const PortEntry& port, const PairSink& give) {
 
 // A bridge's ports come twice, each as itself and as the other's peer.
 void WalkMembers(const PairSink& give) {
-  for (const PortEntry& port : GetPortsCache()) GivePortAndPeer(port, give);
+  for (const PortEntry& port : GetPortsCache()) GiveMemberAndPeer(port, give);
 }
 
 const PortEntry& SourcePort(const CmpiObjectPath& source) {
@@ -85,7 +86,7 @@ CmpiStatus GiveMembershipOf(CmpiResult& result, const CmpiObjectPath& source,
     syslog(LOG_DEBUG, "MemberOfCollection ri: lookup item '%s' not found", LogText(name).c_str());
     return NotFound();
   }
-  GivePortAndPeer(port, give);
+  GiveMemberAndPeer(port, give);
   return Done(result);
 }
 
@@ -132,7 +133,7 @@ CmpiStatus GetMBInstanceByGroup(CmpiResult& result, const CmpiObjectPath& group,
   const PairSink give = Pairs::Instances(result, properties);
   return WalkGroup(result, group, [&](const PciDevice* device) {
     const PortEntry& port = LookupPortByDeviceEntry(device->GetAddress());
-    if (!port.portName.empty()) GivePortAndPeer(port, give);
+    if (!port.portName.empty()) GiveMemberAndPeer(port, give);
   });
 }
 
@@ -141,7 +142,7 @@ CmpiStatus GetMBInstanceByGroupRef(CmpiResult& result, const CmpiObjectPath& gro
   const PairSink give = Pairs::Paths(result);
   return WalkGroup(result, group, [&](const PciDevice* device) {
     const PortEntry& port = LookupPortByDeviceEntry(device->GetAddress());
-    if (!port.portName.empty()) GivePortAndPrimary(port, give);
+    if (!port.portName.empty()) GiveMemberAndPrimary(port, give);
   });
 }
 
@@ -180,7 +181,7 @@ CmpiStatus PCIMemberOfCollection::associators(const CmpiContext&, CmpiResult& re
                                               const CmpiObjectPath& source, const char*,
                                               const char*, const char*, const char*,
                                               const char** properties) {
-  return AnswerBySourceClass(
+  return ServeBySourceClass(
       result, source, kUnservedAssociator,
       {{kPortClass, [&] { PortToPortGroup(result, source, properties); }},
        {kPortGroupClass, [&] { PortGroupToPorts(result, source, properties); }}});
@@ -189,15 +190,15 @@ CmpiStatus PCIMemberOfCollection::associators(const CmpiContext&, CmpiResult& re
 CmpiStatus PCIMemberOfCollection::associatorNames(const CmpiContext&, CmpiResult& result,
                                                   const CmpiObjectPath& source, const char*,
                                                   const char*, const char*, const char*) {
-  return AnswerBySourceClass(result, source, kUnservedAssociator,
-                             {{kPortClass, [&] { PortToPortGroupRef(result, source); }},
-                              {kPortGroupClass, [&] { PortGroupToPortsRef(result, source); }}});
+  return ServeBySourceClass(result, source, kUnservedAssociator,
+                            {{kPortClass, [&] { PortToPortGroupRef(result, source); }},
+                             {kPortGroupClass, [&] { PortGroupToPortsRef(result, source); }}});
 }
 
 CmpiStatus PCIMemberOfCollection::references(const CmpiContext&, CmpiResult& result,
                                              const CmpiObjectPath& source, const char*, const char*,
                                              const char** properties) {
-  return AnswerBySourceClass(
+  return ServeBySourceClass(
       result, source, kUnservedReference,
       {{kPortClass, [&] { GetMBInstanceByPort(result, source, properties); }},
        {kPortGroupClass, [&] { GetMBInstanceByGroup(result, source, properties); }}});
@@ -206,9 +207,9 @@ CmpiStatus PCIMemberOfCollection::references(const CmpiContext&, CmpiResult& res
 CmpiStatus PCIMemberOfCollection::referenceNames(const CmpiContext&, CmpiResult& result,
                                                  const CmpiObjectPath& source, const char*,
                                                  const char*) {
-  return AnswerBySourceClass(result, source, kUnservedReference,
-                             {{kPortClass, [&] { GetMBInstanceByPortRef(result, source); }},
-                              {kPortGroupClass, [&] { GetMBInstanceByGroupRef(result, source); }}});
+  return ServeBySourceClass(result, source, kUnservedReference,
+                            {{kPortClass, [&] { GetMBInstanceByPortRef(result, source); }},
+                             {kPortGroupClass, [&] { GetMBInstanceByGroupRef(result, source); }}});
 }
 
 }  // namespace pciprovider

@@ -1,5 +1,6 @@
 #include "PciAnswers.h"
 #include "PciDevices.h"
+#include "PciKeys.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPorts.h"
@@ -53,27 +54,18 @@ PCIPortType EndpointPortType(const PciDevice* device) {
   return PCIPortTypeUnknown;
 }
 
-/// What to do for each kind of function that has ports.
-struct PortKinds {
-  std::function<void()> downstream;
-  std::function<void()> upstream;
-  std::function<void()> bridge;
-  std::function<void()> endpoint;
-};
+/// Which ports a function has. None only where host control's replies do not fit together.
+enum class PortKind { kSwitchDownstream, kSwitchUpstream, kBridge, kEndpoint, kNone };
 
-void ByPortKind(const PciDevice* device, const PortKinds& kinds) {
-  if (IsPortOnSwitch(device) && !IsUpstreamPortOnSwitch(device)) {
-    kinds.downstream();
-  } else if (IsPortOnSwitch(device) && IsUpstreamPortOnSwitch(device)) {
-    kinds.upstream();
-  } else if (IsBridge(device)) {
-    kinds.bridge();
-  } else if (!IsPortOnSwitch(device)) {
-    kinds.endpoint();
-  }
+PortKind PortKindOf(const PciDevice* device) {
+  if (IsPortOnSwitch(device) && !IsUpstreamPortOnSwitch(device)) return PortKind::kSwitchDownstream;
+  if (IsPortOnSwitch(device) && IsUpstreamPortOnSwitch(device)) return PortKind::kSwitchUpstream;
+  if (IsBridge(device)) return PortKind::kBridge;
+  if (!IsPortOnSwitch(device)) return PortKind::kEndpoint;
+  return PortKind::kNone;
 }
 
-/// The port of a device that stands for itself.
+/// The port of a device that is its own controller.
 void AppendOwnPort(const PciDevice* device, const char* suffix, std::vector<PortEntry>& ports) {
   const std::string address = device->GetAddress();
   ports.push_back(MakePCIPortTRef(address + suffix, address, device));
@@ -193,10 +185,18 @@ void MakePCIEndpointPortTRef(const PciDevice* device, std::vector<PortEntry>& po
 }
 
 void MakePortEntryfromDevice(const PciDevice* device, std::vector<PortEntry>& ports) {
-  ByPortKind(device, {.downstream = [&] { MakePCIeDownstreamPortTRef(device, ports); },
-                      .upstream = [&] { MakePCIeUpstreamPortTRef(device, ports); },
-                      .bridge = [&] { MakePCIBridgePortTRef(device, ports); },
-                      .endpoint = [&] { MakePCIEndpointPortTRef(device, ports); }});
+  switch (PortKindOf(device)) {
+    case PortKind::kSwitchDownstream:
+      return MakePCIeDownstreamPortTRef(device, ports);
+    case PortKind::kSwitchUpstream:
+      return MakePCIeUpstreamPortTRef(device, ports);
+    case PortKind::kBridge:
+      return MakePCIBridgePortTRef(device, ports);
+    case PortKind::kEndpoint:
+      return MakePCIEndpointPortTRef(device, ports);
+    case PortKind::kNone:
+      return;
+  }
 }
 
 void BuildPortDefs(std::vector<PortEntry>& ports) {
@@ -304,10 +304,18 @@ void MakePCIBridgePortsRef(const PciDevice* device, std::set<std::string>& seen,
 void MakePortsForDevice(const PciDevice* device, CmpiResult& result, std::set<std::string>& seen,
                         const char** properties) {
   if (device == nullptr) return;
-  ByPortKind(device, {.downstream = [&] { MakePCIeDownstreamPort(device, result, properties); },
-                      .upstream = [&] { MakePCIeUpstreamPort(device, result, properties); },
-                      .bridge = [&] { MakePCIBridgePorts(device, result, seen, properties); },
-                      .endpoint = [&] { MakePCIEndpointPort(device, result, properties); }});
+  switch (PortKindOf(device)) {
+    case PortKind::kSwitchDownstream:
+      return MakePCIeDownstreamPort(device, result, properties);
+    case PortKind::kSwitchUpstream:
+      return MakePCIeUpstreamPort(device, result, properties);
+    case PortKind::kBridge:
+      return MakePCIBridgePorts(device, result, seen, properties);
+    case PortKind::kEndpoint:
+      return MakePCIEndpointPort(device, result, properties);
+    case PortKind::kNone:
+      return;
+  }
 }
 
 void MakePortsForDeviceRef(const PciDevice* device, std::set<std::string>& seen,
@@ -316,10 +324,18 @@ void MakePortsForDeviceRef(const PciDevice* device, std::set<std::string>& seen,
     syslog(LOG_CRIT, "ignoring null device");
     return;
   }
-  ByPortKind(device, {.downstream = [&] { MakePCIeDownstreamPortRef(device, result); },
-                      .upstream = [&] { MakePCIeUpstreamPortRef(device, result); },
-                      .bridge = [&] { MakePCIBridgePortsRef(device, seen, result); },
-                      .endpoint = [&] { MakePCIEndpointPortRef(device, result); }});
+  switch (PortKindOf(device)) {
+    case PortKind::kSwitchDownstream:
+      return MakePCIeDownstreamPortRef(device, result);
+    case PortKind::kSwitchUpstream:
+      return MakePCIeUpstreamPortRef(device, result);
+    case PortKind::kBridge:
+      return MakePCIBridgePortsRef(device, seen, result);
+    case PortKind::kEndpoint:
+      return MakePCIEndpointPortRef(device, result);
+    case PortKind::kNone:
+      return;
+  }
 }
 
 void PortList(CmpiResult& result, const char** properties) {

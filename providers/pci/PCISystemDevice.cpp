@@ -127,8 +127,8 @@ CmpiStatus PCISystemDevice::associators(const CmpiContext& context, CmpiResult& 
     if (wanted.ports) PortList(result, properties);
     if (wanted.devices) DeviceList(result, properties);
   };
-  return AnswerBySourceClass(result, source, "PCISystemDevice ai ignoring",
-                             {{kPortClass, system}, {kDeviceClass, system}, {kSystemClass, parts}});
+  return ServeBySourceClass(result, source, "PCISystemDevice ai ignoring",
+                            {{kPortClass, system}, {kDeviceClass, system}, {kSystemClass, parts}});
 }
 
 // Names the system itself: unlike the instance, its path needs no other provider.
@@ -141,15 +141,15 @@ CmpiStatus PCISystemDevice::associatorNames(const CmpiContext&, CmpiResult& resu
     if (wanted.ports) PortListRef(result);
     if (wanted.devices) DeviceListRef(result);
   };
-  return AnswerBySourceClass(result, source, "PCISystemDevice ai ignoring",
-                             {{kPortClass, system}, {kDeviceClass, system}, {kSystemClass, parts}});
+  return ServeBySourceClass(result, source, "PCISystemDevice ai ignoring",
+                            {{kPortClass, system}, {kDeviceClass, system}, {kSystemClass, parts}});
 }
 
 // Only the source's class counts: the references of one device are those of all devices.
 CmpiStatus PCISystemDevice::references(const CmpiContext&, CmpiResult& result,
                                        const CmpiObjectPath& source, const char*, const char*,
                                        const char** properties) {
-  return AnswerBySourceClass(
+  return ServeBySourceClass(
       result, source, "PCISystemDevice reference unsupported class",
       {{kDeviceClass, [&] { LoadSysDevices(PciCreateSystemRef(), properties, result); }},
        {kPortClass, [&] { LoadSysPorts(PciCreateSystemRef(), properties, result); }},
@@ -158,7 +158,7 @@ CmpiStatus PCISystemDevice::references(const CmpiContext&, CmpiResult& result,
 
 CmpiStatus PCISystemDevice::referenceNames(const CmpiContext&, CmpiResult& result,
                                            const CmpiObjectPath& source, const char*, const char*) {
-  return AnswerBySourceClass(
+  return ServeBySourceClass(
       result, source, "PCISystemDevice reference unsupported class",
       {{kDeviceClass, [&] { LoadSysDevicesRef(PciCreateSystemRef(), result); }},
        {kPortClass, [&] { LoadSysPortsRef(PciCreateSystemRef(), result); }},

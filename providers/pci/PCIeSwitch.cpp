@@ -1,5 +1,6 @@
 #include "PciAnswers.h"
 #include "PciDevices.h"
+#include "PciKeys.h"
 #include "PciNames.h"
 #include "PciProviders.h"
 #include "PciTopologyCache.h"

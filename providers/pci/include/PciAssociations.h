@@ -62,9 +62,9 @@ struct ServedSource {
 /// Answers an association operation: the first served class that the source belongs to decides,
 /// and a source that none serves is logged with `unservedText` before it. Always ends with
 /// `returnDone` and OK: a source without counterpart is no error to a client that navigates.
-inline CmpiStatus AnswerBySourceClass(CmpiResult& result, const CmpiObjectPath& source,
-                                      const char* unservedText,
-                                      std::initializer_list<ServedSource> served) {
+inline CmpiStatus ServeBySourceClass(CmpiResult& result, const CmpiObjectPath& source,
+                                     const char* unservedText,
+                                     std::initializer_list<ServedSource> served) {
   bool answered = false;
   for (const ServedSource& candidate : served) {
     if (!source.classPathIsA(candidate.className)) continue;

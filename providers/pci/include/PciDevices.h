@@ -3,8 +3,7 @@
 #include "PciAnswers.h"
 #include "PciTopologyCache.h"
 
-#include <optional>
-#include <string>
+#include <cstdint>
 
 /// What device classes and their users share: which class a function belongs to, its path and
 /// its properties, and the walks over the cached devices. All are safe on any thread. Unless
@@ -37,13 +36,6 @@ void PopulateDeviceDetails(const PciDevice* device, CmpiInstance& instance);
 /// The instance of `path` with the shared properties, narrowed to `properties`.
 CmpiInstance MakeDeviceInstance(const PciDevice* device, const CmpiObjectPath& path,
                                 const char** properties);
-
-/// The text of a path's key; null is empty. Throws CmpiStatus as the binding does.
-std::string KeyText(const CmpiObjectPath& path, const char* key);
-/// The key, if the path has it. Other failures of the binding pass through.
-std::optional<CmpiData> FindKey(const CmpiObjectPath& path, const char* key);
-/// Its text, empty for a key that is null or that the path lacks.
-std::string KeyTextOrEmpty(const CmpiObjectPath& path, const char* key);
 
 /// Every plain device, as instances and as paths.
 void DeviceList(CmpiResult& result, const char** properties);
