@@ -1,3 +1,14 @@
+// The process-wide snapshot of the host's PCI topology (PciTopologyCache.h), and the association of
+// ports with the functions that control them, which is served from indexes of the snapshot.
+//
+// LoadCache runs GetPCIData once: it reads every function from host control, derives the ports, and
+// sorts both into indexes. Afterwards nothing changes them, so that lookups are plain reads, safe
+// on any number of threads without a lock. The association follows the source's device id where it
+// has one, else the source's class.
+//
+// Invariants: pciDevices and pciPorts do not grow or move once an index points into them. Where two
+// functions share an address or two ports a name, deviceNameMap and portNameMap lead to the first;
+// portByDeviceMap, cbPortMap and cbDevMap lead to the last.
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
@@ -72,7 +83,7 @@ void PCICacheSystemName() {
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
 }
 
-// In both maps the last port of a name or device stands for it.
+// Both maps hold the last port of a name or device.
 void CacheControlledBy() {
   // The maps point into the vector: it must not grow under them.
   cbEntries.reserve(pciPorts.size());
@@ -186,7 +197,7 @@ void CacheBuild::SortPortUnderOwner(const PortEntry& port) {
   }
 }
 
-// Whatever goes wrong, what has been read so far is served: a client is better off with a part of
+// After any failure, what has been read so far is served: a client is better off with a part of
 // the topology than with none.
 void GetPCIData() {
   // Support raises the build's trace by this file where debug lines are not kept.
@@ -326,12 +337,13 @@ CmpiObjectPath ControllerPath(const ControlledByEntry& entry) {
   return MakeDevicePath(entry.device, entry.className);
 }
 
+/// Whether an id has the form of a port's name; addresses have no '-'.
 bool LooksLikePortName(const std::string& deviceId) {
   return deviceId.find('-') != std::string::npos;
 }
 
 /// The source's device id; empty when it has none, which sends the request to the source's class.
-/// Whatever keeps it from being read does, so that the workers meet the failure.
+/// One that cannot be read counts as none, so that the workers meet the failure.
 std::string DeviceIdOrEmpty(const CmpiObjectPath& source) {
   try {
     return KeyText(source, kDeviceIdKey);
@@ -346,6 +358,7 @@ void WalkEntries(const PairSink& give) {
   }
 }
 
+/// Pairs the device with the port, and with the port's peer where it has one.
 void GiveControlledPortAndPeer(const CmpiObjectPath& device, const PortEntry& port,
                                const PairSink& give) {
   give(device, MakePCIPortRef(port.portName));
@@ -404,8 +417,8 @@ void LogOwnerSearch(const OwnerSearch& search, const char* operation) {
   }
 }
 
-// The pair is the owner's and its first port, which need not be the port asked about: a switch
-// answers for its downstream ports.
+// The pair is the owner's and its first port, which need not be the requested port: the pair of a
+// downstream port is its switch's.
 bool GiveOwnerPair(const OwnerSearch& search, CmpiResult& result, const PairSink& give) {
   if (search.end != OwnerSearch::End::kFound) return false;
   const PciDevice* device = search.ownerPort->device;
@@ -501,7 +514,7 @@ CmpiStatus PCIControlledBy::getInstance(const CmpiContext& context, CmpiResult& 
   return GetInstance(context, result, cop, properties);
 }
 
-// A device id decides alone, whatever the source's class; only without one does the class count.
+// A device id decides alone, for a source of any class; only without one does the class count.
 CmpiStatus PCIControlledBy::associators(const CmpiContext&, CmpiResult& result,
                                         const CmpiObjectPath& source, const char*, const char*,
                                         const char*, const char*, const char** properties) {

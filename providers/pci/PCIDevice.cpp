@@ -1,3 +1,13 @@
+// Plain devices: the class Zelmar_PCIDevice, and what the classes of devices and the association
+// with the host system share (PciDevices.h).
+//
+// A function's class follows from its PCI Express capability and its class code, which host control
+// is asked for on each request; paths and properties come from the function too. Walks go over the
+// snapshot's functions in the host's order and over its ports behind them.
+//
+// Safe on any thread: nothing here is kept between requests, and the snapshot is only read.
+// Invariants: MakePlainDevicePath alone names plain devices, so that enumerations and the system's
+// association name them alike; host control's failures pass through, but those that are logged.
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
@@ -30,7 +40,7 @@ constexpr std::int32_t kSwitchUpstreamPort = 5;
 constexpr std::int32_t kSwitchDownstreamPort = 6;
 constexpr unsigned kBridgeBaseClass = 6;
 
-/// Runs a test of a function; a host-control failure is logged and answers false.
+/// Runs a test of a function; a host-control failure is logged and returns false.
 template <class Test>
 bool TestOrFalse(const char* failureText, Test test) {
   try {
@@ -86,7 +96,7 @@ CmpiObjectPath MakePlainDevicePath(const PciDevice* device) {
   return path;
 }
 
-/// The path of a port's controller: its class tells bridge, switch and device apart, while its
+/// The path of a port's controller: its class is that of a bridge, switch or device, while its
 /// creation class is always that of plain devices. Clients rely on both.
 CmpiObjectPath MakeControllerPath(const PciDevice* device) {
   CmpiObjectPath path(kNameSpace, SetClassName(device));
@@ -304,7 +314,7 @@ CmpiStatus PCIDevice::enumInstances(const CmpiContext&, CmpiResult& result, cons
   return Done(result);
 }
 
-// Any known function is answered as a plain device, a bridge too; an unknown one is an empty
+// Any known function is returned as a plain device, a bridge too; an unknown one is an empty
 // answer, not an error.
 CmpiStatus PCIDevice::getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& cop,
                                   const char** properties) {

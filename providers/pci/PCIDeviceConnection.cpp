@@ -35,6 +35,7 @@ CmpiInstance MakePCIDeviceConnection(const CmpiObjectPath& antecedent,
 
 using Pairs = PairSinks<MakePCIDeviceConnection, MakePCIDeviceConnectionRef>;
 
+/// Whether a port of the snapshot has that name.
 bool IsKnownPortName(const std::string& name) {
   return GetPortNames().count(name) != 0;
 }
@@ -49,7 +50,7 @@ std::string ParentAddress(const PciDevice& device) {
   return parent ? parent->GetAddress() : std::string();
 }
 
-// The parent's address is looked up as a port name as it stands: only where an address is itself
+// The parent's address is looked up as a port name, unchanged: only where an address is itself
 // a port name does a pair come out.
 void WalkConnections(const PairSink& give) {
   for (const auto& device : GetDevicesCache()) {
@@ -77,7 +78,7 @@ Home FindHome(const PortEntry& port) {
   return {std::move(name), home};
 }
 
-/// A source's home port and the far port that answers for it; null where there is none.
+/// A source's home port and the far port that it connects to; null where there is none.
 struct Ends {
   const PortEntry* home = nullptr;
   const PortEntry* far = nullptr;
@@ -94,7 +95,7 @@ Ends FindEnds(const CmpiObjectPath& source, FarPortOf which) {
   return {home, WithDevice(FindConnectedPort(device->GetAddress()))};
 }
 
-/// Gives the answer and ends the result, or answers not found and leaves it open.
+/// Runs `give` and ends the result; without a far port returns not found and leaves it open.
 template <class Give>
 CmpiStatus GiveIfConnected(CmpiResult& result, const Ends& ends, Give give) {
   if (ends.far == nullptr) return NotFound();
@@ -168,8 +169,8 @@ CmpiStatus PCIDeviceConnection::enumInstances(const CmpiContext&, CmpiResult& re
   return Done(result);
 }
 
-// Checks that both named ports exist, not that they are connected. The answer pairs the home port
-// of the given Dependent with the given Antecedent, so it need not be the pair asked for.
+// Checks that both named ports exist, not that they are connected. The returned pair is of the
+// home port of the given Dependent and the given Antecedent, so it need not be the requested one.
 CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& result,
                                             const CmpiObjectPath& cop, const char** properties) {
   LogPath("PCIDeviceConnection gi using item '", cop, "'");

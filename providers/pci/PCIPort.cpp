@@ -1,3 +1,13 @@
+// Ports: the class Zelmar_PCIPort, and what all listings of ports share (PciPorts.h).
+//
+// Host control knows functions, not ports. PortKindOf sorts a function, and each kind has its
+// makers: of entries for the snapshot (MakePCI...TRef), and of instances and paths for requests,
+// made anew from the function each time. Listings walk the snapshot's ports and run a maker on each
+// function.
+//
+// Safe on any thread: requests read the snapshot alone, and what one has returned so far is in a
+// set of its own. Invariants: a bridge's two ports come together, the primary first, and once in
+// each request; only the operations of the class end a result.
 #include "PciAnswers.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
@@ -24,7 +34,7 @@ constexpr std::uint8_t kPciExpressCapability = 0x10;
 constexpr std::uint8_t kPciXCapability = 0x07;
 
 constexpr char kUpstreamSuffix[] = "-up";
-// A switch's downstream ports carry it too; their owner tells them apart.
+// A switch's downstream ports carry it too; their owner distinguishes them.
 constexpr char kEndpointSuffix[] = "-ep";
 constexpr char kPrimarySuffix[] = "-pri";
 constexpr char kSecondarySuffix[] = "-sec";
@@ -99,7 +109,7 @@ std::optional<std::pair<std::string, BridgePortTypes>> TakeUnseenBridge(
   return std::make_pair(std::move(address), *types);
 }
 
-/// Returns a device's ports in whatever form the request asks for.
+/// Returns a device's ports in the form that the request asks for.
 using PortMaker = std::function<void(const PciDevice*)>;
 
 /// Makers for one request: one set of seen bridges serves the whole of it.
@@ -204,7 +214,7 @@ void BuildPortDefs(std::vector<PortEntry>& ports) {
   // Most functions have one port; the rest is room for the bridges of a usual host.
   ports.reserve(devices.size() + 20);
   for (const auto& device : devices) {
-    // A function that cannot even tell its address ends the build here, before it has ports.
+    // A function without even an address to read ends the build here, before it has ports.
     device->GetAddress();
     MakePortEntryfromDevice(device.get(), ports);
   }

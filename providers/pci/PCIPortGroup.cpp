@@ -38,7 +38,7 @@ CmpiInstance MakeFilteredPortGroup(unsigned char bus, const char** properties) {
   return group;
 }
 
-// Lenient on purpose: what stands before the '-' and after the digits does not count.
+// Lenient on purpose: text before the '-' and after the digits does not count.
 bool ParseBusID(const CmpiObjectPath& path, unsigned char& bus) {
   const std::string id = KeyText(path, "InstanceID");
   const char* separator = std::strchr(id.c_str(), '-');

@@ -71,7 +71,7 @@ CmpiStatus PCIeSwitch::enumInstances(const CmpiContext&, CmpiResult& result, con
   return Done(result);
 }
 
-// Any known function is answered as a switch with the count of its children, and done is never
+// Any known function is returned as a switch with the count of its children, and done is never
 // signalled.
 CmpiStatus PCIeSwitch::getInstance(const CmpiContext&, CmpiResult& result,
                                    const CmpiObjectPath& cop, const char** properties) {

@@ -47,7 +47,7 @@ CmpiObjectPath MakeSystemPath(const std::string& name) {
   return path;
 }
 
-/// System, release and machine as the kernel tells them; empty when it does not.
+/// System, release and machine by the kernel's own account; empty when it has none.
 std::string KernelText() {
   utsname node{};
   if (uname(&node) != 0) return {};
@@ -62,7 +62,7 @@ CmpiInstance MakeSystem(const char** properties) {
   instance.setProperty("Caption", CmpiData("Computer System"));
   instance.setProperty("Description", CmpiData(kernel.c_str()));
   instance.setProperty("NameFormat", CmpiData("Other"));
-  // It answers, so it is on; nobody can ask it for another state here.
+  // A system that runs this is on, and no client can request another state here.
   instance.setProperty("EnabledState", CmpiData(kEnabled));
   instance.setProperty("RequestedState", CmpiData(kNotApplicable));
   instance.setPropertyFilter(properties, nullptr);

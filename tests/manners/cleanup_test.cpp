@@ -73,7 +73,7 @@ TEST_P(Cleanups, LeaveTheFactoriesToBeCalledAgain) {
   close();
 }
 
-/// Whoever cleans up too often is told that the provider is gone, and asks the factory for another.
+/// After a cleanup too many the provider is gone, so requests fail until the factory makes another.
 TEST_P(Cleanups, LeaveRecordsThatAnswerOrFail) {
   open();
   for (const std::string& className : associationClasses()) {

@@ -174,7 +174,7 @@ TEST_F(RepeatedAddress, IsNotForRecordsThatServedAnotherClass) {
   EXPECT_EQ(request(record), CMPI_RC_OK);
   EXPECT_EQ(cleanUp(record), CMPI_RC_OK);
   EXPECT_FALSE(isRoomTaken);
-  // Both classes are there again for whoever asks their factories.
+  // Both classes are there again for callers of their factories.
   EXPECT_EQ(request(makePlainly(old.associations, old.associationTable, old.holder)), CMPI_RC_OK);
 }
 

@@ -1,5 +1,8 @@
 // Drives the built provider library through the C interface, as an object manager does, over a
-// saved machine with two cascaded switches.
+// saved machine with two cascaded switches: the answers of each class, and the records' own rules.
+// Requests go to the library's records directly where the test is about one provider, and through
+// an object manager where several classes, or one with the computer system's, have to work
+// together. Each test runs in a process of its own, since the library reads its host once.
 #include "provider_requests.h"
 
 #include <broker/object_manager.h>

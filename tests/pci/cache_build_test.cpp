@@ -1,4 +1,6 @@
-// The one-time build of the snapshot: what it holds, what it logs, and what a failure leaves.
+// The one-time build of the snapshot: what it holds, what it logs, and what a failure leaves. Each
+// test scripts a host, has the snapshot made of it, and reads it through the functions that the
+// provider's classes use. A process makes its snapshot once, so each test has a process of its own.
 #include "unit_fixture.h"
 
 #include <PciPorts.h>

@@ -1,4 +1,8 @@
-// Ports and what controls them, where the snapshot and the source's class alone decide.
+// Ports and what controls them, where the snapshot and the source's class alone decide. A source's
+// id decides as long as it can be read, so these tests make the first reading fail, through a
+// decorated broker: the operation then goes by the class, whose worker reads the id again. The last
+// tests have host control fail after the snapshot was made, which must not change the classes in
+// it. The notation of expected answers is that of association_fixture.h.
 #include "association_fixture.h"
 
 #include <decorated_broker.h>

@@ -163,7 +163,7 @@ TEST_F(ConnectionNotFound, WhenTheDependentsOwnerHasNoPort) {
 
 TEST_F(ConnectionNotFound, WhenTheOwnersPortIsNotInTheSnapshot) {
   startLog();
-  // The switch cannot be told from a bridge any more, so its port gets another name.
+  // The switch looks like a bridge from now on, so its port gets another name.
   host().onCall = [](const std::string& call) {
     if (call == "GetPcieDeviceType") throw HostCtl::Lib::HostCtlException("broken host");
   };

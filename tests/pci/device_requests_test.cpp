@@ -1,4 +1,8 @@
-// Requests for devices, bridges and switches over a scripted host.
+// Requests for devices, bridges and switches over a scripted host: which functions each class
+// lists, their paths and properties, and what a get request returns for ids of other kinds.
+// Requests go through the C interface to the built library, which takes its host from the test; a
+// test may put other functions in the machine's place, or have calls fail, before its first
+// request.
 #include "machine_requests.h"
 #include "scripted_machine.h"
 

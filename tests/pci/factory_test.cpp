@@ -1,4 +1,6 @@
-// The library as an object manager meets it: its symbols, factories, records and provider life.
+// The library as an object manager meets it: its symbols, factories, records and provider life. The
+// symbols come from the built file, records from its factories, called from one thread or from
+// many; that the snapshot is made once shows in the calls that reach the scripted host.
 #include "scripted_machine.h"
 
 #include <broker/request_scope.h>

@@ -1,5 +1,5 @@
 // Every request with every call of the broker, and of the platform, failing in turn: nothing
-// crashes, nothing is made up, and the failure is told.
+// crashes, nothing is made up, and the failure is reported.
 #include "machine_requests.h"
 #include "scripted_machine.h"
 
@@ -26,7 +26,7 @@ bool isStartOf(const std::vector<std::string>& events, const std::vector<std::st
 
 class FailingBroker : public RequestTest, public testing::WithParamInterface<int> {
  protected:
-  /// Calls whose failure a provider has nobody to tell: what it handed over is out of its hands.
+  /// Calls whose failure a provider cannot report: what it handed over is out of its hands.
   static bool mayFailSilently(const std::string& function, const Request& request) {
     static const std::set<std::string> always{"result.returnInstance", "result.returnObjectPath",
                                               "result.returnDone"};

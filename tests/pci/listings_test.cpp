@@ -1,4 +1,7 @@
-// The listings that requests are answered with, called as the provider's operations call them.
+// The listings that requests are served from, called as the provider's operations call them: what
+// controls a port, which ports a bridge, switch or device has, and how the name of a group is read.
+// Most tests share one machine with bridges, switches and ports on several buses, which the fixture
+// reads into the snapshot; a test calls a listing and compares the ids that it hands over.
 #include "unit_fixture.h"
 
 #include <PciDevices.h>

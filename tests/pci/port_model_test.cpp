@@ -99,7 +99,7 @@ TEST(PortModel, EveryFunctionIsAskedForItsAddressFirst) {
 
 TEST(PortModel, AFunctionIsTestedOnceMoreBeforeItCountsAsAnEndpoint) {
   load({{"D", 7, 0x0200, 5}});
-  // Not to be told from an endpoint until the last test.
+  // Looks like an endpoint until the last test.
   scripted::host().onCall = [asked = 0](const std::string& call) mutable {
     if (call == "HasCapability" && ++asked < 4) {
       throw HostCtl::Lib::HostCtlException("broken host");

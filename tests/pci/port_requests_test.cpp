@@ -1,4 +1,7 @@
-// Requests for ports and port groups over a scripted host.
+// Requests for ports and port groups over a scripted host: which ports a function has, their paths
+// and properties, the groups of the buses, and ids that name none. Requests go through the C
+// interface to the built library, which takes its host from the test; a test may put other
+// functions in the machine's place before its first request.
 #include "machine_requests.h"
 #include "scripted_machine.h"
 

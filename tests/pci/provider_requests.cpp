@@ -1,3 +1,10 @@
+// Requests to records of the C interface, and what came of them as text.
+//
+// A request's objects are made by the test object manager's broker in a scope of their own, and a
+// RecordingResult is between the provider and the broker's result: it hands everything on and
+// notes what the broker took, in its order. Libraries are opened on their own, and their factories
+// called once for each class, under a lock; requests may come from any number of threads, each with
+// its own scope and result. A record outlives its requests, and a library its records.
 #include "provider_requests.h"
 
 #include <broker/property_array.h>

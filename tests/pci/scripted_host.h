@@ -36,7 +36,7 @@ struct Host {
   std::string name = "HostA01";
   std::vector<Function> functions;
   std::function<void(const std::string& call)> onCall = [](const std::string&) {};
-  /// Told when an object that the host handed out is released: "HardwareInfo" or "PciInfo".
+  /// Called when an object that the host handed out is released: "HardwareInfo" or "PciInfo".
   std::function<void(const std::string& object)> onRelease = [](const std::string&) {};
   /// What the function of an address calls itself when it is asked.
   std::function<std::string(const std::string& address)> addressNow =
@@ -58,7 +58,7 @@ struct LogLine {
 };
 
 /// Whether the thread sanitizer runs. Its own pthread_once does not notice an exception that leaves
-/// the routine, and lets nobody in again.
+/// the routine, and lets no call in again.
 #if defined(__SANITIZE_THREAD__)
 inline constexpr bool kOnceForgetsExceptions = true;
 #else

@@ -1,5 +1,5 @@
 // A bus that has ports, but none that is found by its name: no bus number is listed for it, and
-// its group is there all the same for whoever asks for it.
+// its group is there all the same for a request that names it.
 #include "machine_requests.h"
 #include "scripted_machine.h"
 

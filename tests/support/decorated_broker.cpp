@@ -1,3 +1,15 @@
+// A broker that records every call, and can fail any, around another that does the work.
+//
+// Each table of the wrapped broker, and of the objects that pass through its calls, is copied once
+// into a DecoratedTable, and hookAll fills the copy's slots. A hook writes the arguments as text,
+// notes the call, fails where a fault is set for it, and else calls the function beneath, which is
+// the wrapped one or one that a manner put in its place. Objects that come back get the copy of
+// their own table, so that calls on them pass through hooks too.
+//
+// Thread rule: one mutex guards the calls, counts, faults and tables; it is not held during a
+// wrapped call, so that calls nest and run side by side. Invariants: the handle of an object is
+// never changed, only its table; `beneath` and `original` of a table are those of one wrapped
+// table, to which `originals_` leads back; tables live as long as the broker.
 #include "decorated_broker.h"
 
 #include <algorithm>
@@ -75,7 +87,7 @@ class DecoratedBroker::State {
   std::vector<Call> calls() const;
   void clear();
 
-  /// Notes a call; answers the fault that it has to end in.
+  /// Notes a call; returns the fault that it has to end in.
   std::optional<Fault> note(Call call);
 
   /// Gives the object the recording table in place of its own.
@@ -167,7 +179,7 @@ requires std::is_arithmetic_v<Number> std::string describe(const State&, Number 
 std::string describe(const State&, CMPIrc code) {
   return std::to_string(int{code});
 }
-/// Pointers whose content says nothing about the call.
+/// Pointers whose content does not matter to the call.
 template <class Other>
 requires std::is_pointer_v<Other> std::string describe(const State&, Other) {
   return {};
@@ -241,7 +253,7 @@ Answer failed(State& state, const Fault& fault, Arguments... arguments) {
   }
 }
 
-// Objects that a call gives back
+// Objects that a call returns
 
 template <class Object>
 concept Decoratable = requires(State& state, Object* object) {

@@ -17,15 +17,15 @@ enum class FilterManner {
   kDropUnlistedKeys,
   /// The keys stay in any case.
   kKeepKeys,
-  /// The call answers OK and changes nothing.
+  /// The call returns OK and changes nothing.
   kIgnoreFilter
 };
 
 /// The manners of other object managers; each default is the wrapped broker's own.
 struct Manners {
-  /// False: newInstance gives an instance without properties.
+  /// False: newInstance returns an instance without properties.
   bool newInstanceCopiesKeys = true;
-  /// False: a key that the path lacks is answered with OK and the state "not found".
+  /// False: a key that the path lacks is returned with OK and the state "not found".
   bool missingKeyIsAnError = true;
   /// Instances and paths that one result takes before it refuses more with FAILED.
   std::optional<unsigned> mostAnswersPerResult = std::nullopt;
@@ -64,7 +64,7 @@ struct Call {
   std::string text() const;
 };
 
-/// A broker whose every call is recorded and can be made to fail. Objects that it answers carry
+/// A broker whose every call is recorded and can be made to fail. Objects that it returns carry
 /// decorated tables too, so calls on them are seen as well. The wrapped broker does the work.
 ///
 /// Not recorded: the operating system table (its functions take no broker) and the two message
@@ -83,7 +83,7 @@ class DecoratedBroker {
   const CMPIBroker* record() const noexcept;
 
   /// Gives an object that came another way (the context, result and path of a request) the
-  /// decorated table. A result counts its answers anew. Answers its argument; null stays null.
+  /// decorated table. A result counts its answers anew. Returns its argument; null stays null.
   CMPIContext* decorate(CMPIContext* object);
   CMPIResult* decorate(CMPIResult* object);
   CMPIString* decorate(CMPIString* object);
@@ -92,14 +92,14 @@ class DecoratedBroker {
   CMPIInstance* decorate(CMPIInstance* object);
   CMPIObjectPath* decorate(CMPIObjectPath* object);
 
-  /// Makes the k-th call (from 1, all functions counted since the last clear) answer the code and
+  /// Makes the k-th call (from 1, all functions counted since the last clear) return the code and
   /// the text in place of being carried out; a release is carried out all the same. The code OK
-  /// makes it answer nothing (a null object, zero) with success.
+  /// makes it return nothing (a null object, zero) with success.
   void failCall(std::size_t k, CMPIrc code, std::string text = {});
-  /// The same for the k-th call of one function; 0 stands for every call of it.
+  /// The same for the k-th call of one function; 0 means every call of it.
   void failCall(const std::string& function, std::size_t k, CMPIrc code, std::string text = {});
   /// Makes the k-th call of one function throw std::runtime_error with the text, as a broker in C++
-  /// might; 0 stands for every call of it.
+  /// might; 0 means every call of it.
   void throwFromCall(const std::string& function, std::size_t k, std::string text);
   /// Forgets the faults.
   void failNothing();

@@ -1,4 +1,7 @@
-// The entry points of the function tables, called as an object manager calls them.
+// The entry points of the function tables, called as an object manager calls them: each reaches its
+// operation with all arguments, and every failure of a provider becomes a status. One table lists
+// the operations with a way to send each; the tests go through it with a provider that a test
+// scripts, and with records that name no provider.
 #include "binding_test.h"
 #include "scripted_provider.h"
 

@@ -1,4 +1,6 @@
-// From the factory to the last cleanup.
+// A provider's life from the factory to the last cleanup: it is made once for its class, counted by
+// factory calls, kept when it asks to stay, and destroyed with its last user or its holder. The
+// fixture counts what happens to the providers that a test's factory calls make.
 #include "binding_test.h"
 
 #include <zelcppc/CmpiProviderBase.h>

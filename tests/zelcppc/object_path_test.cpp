@@ -1,3 +1,6 @@
+// Object paths of the binding: keys of every type, comparison, class tests, text, and what becomes
+// of a broker's failures. Each test makes paths through a decorated broker, so that it sees the
+// calls that reach the broker and can have them fail.
 #include "binding_test.h"
 
 #include <zelcppc/CmpiArray.h>

@@ -20,20 +20,20 @@ auto tableOf(const Object* object) -> decltype(object->ft) {
   return object != nullptr ? object->ft : nullptr;
 }
 
-/// The object's function `name`, called with the arguments; it answers a status, and all but OK is
+/// The object's function `name`, called with the arguments; it returns a status, and all but OK is
 /// thrown.
 template <auto Slot, class Object, class... Arguments>
 void tell(const char* name, const Object* object, Arguments... arguments) {
   CmpiStatus::check(functionIn(tableOf(object), Slot, name)(object, arguments...), name);
 }
 
-/// The same for a function whose last argument is the status: gives its answer.
+/// The same for a function whose last argument is the status: returns its value.
 template <auto Slot, class Object, class... Arguments>
 auto ask(const char* name, const Object* object, Arguments... arguments) {
   CMPIStatus status{CMPI_RC_OK, nullptr};
-  const auto answer = functionIn(tableOf(object), Slot, name)(object, arguments..., &status);
+  const auto value = functionIn(tableOf(object), Slot, name)(object, arguments..., &status);
   CmpiStatus::check(status, name);
-  return answer;
+  return value;
 }
 
 /// The same for a function in one of the tables of a broker.
@@ -41,20 +41,20 @@ template <auto Slot, class Table, class... Arguments>
 auto askBroker(const char* name, const CMPIBroker& broker, const Table* table,
                Arguments... arguments) {
   CMPIStatus status{CMPI_RC_OK, nullptr};
-  const auto answer = functionIn(table, Slot, name)(&broker, arguments..., &status);
+  const auto value = functionIn(table, Slot, name)(&broker, arguments..., &status);
   CmpiStatus::check(status, name);
-  return answer;
+  return value;
 }
 
-/// The same for a function that gives an object; none is a failure with FAILED.
+/// The same for a function that returns an object; none is a failure with FAILED.
 template <auto Slot, class Table, class... Arguments>
 auto askBrokerFor(const char* object, const char* name, const CMPIBroker& broker,
                   const Table* table, Arguments... arguments) {
-  const auto answer = askBroker<Slot>(name, broker, table, arguments...);
-  if (answer == nullptr) {
+  const auto value = askBroker<Slot>(name, broker, table, arguments...);
+  if (value == nullptr) {
     throw CmpiStatus(CMPI_RC_ERR_FAILED, std::string(name) + " gave no " + object);
   }
-  return answer;
+  return value;
 }
 
 }  // namespace zelInt

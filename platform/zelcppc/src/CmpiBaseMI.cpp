@@ -11,7 +11,7 @@ bool keepsProvider(CMPIrc code) {
   return code == CMPI_RC_DO_NOT_UNLOAD || code == CMPI_RC_NEVER_UNLOAD;
 }
 
-/// A provider that asks to stay keeps its user; any other answer lets the user go.
+/// A provider that asks to stay keeps its user; any other code lets the user go.
 CMPIStatus runCleanup(CmpiBaseMI& provider, CmpiContext& context, bool terminating) {
   return statusOf([&]() {
     if (!terminating && !provider.isUnloadable()) return CmpiStatus(CMPI_RC_DO_NOT_UNLOAD);

@@ -57,7 +57,7 @@ std::string faultsOf(const CmpiData& data, CMPIType wanted) {
   } else if (!data.holdsObject()) {
     faults = "the pointer is null";
   }
-  // Beside a good pointer the state says nothing.
+  // Beside a good pointer the state has no meaning.
   if (data.holdsObject()) return faults;
   for (const Word& word : kFaultyStates) {
     if ((data.raw().state & word.code) == 0) continue;

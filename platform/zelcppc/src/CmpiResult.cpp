@@ -4,14 +4,14 @@ namespace zelInt {
 
 namespace {
 
-/// Hands something over. What the broker answers does not count, and what it throws ends here.
+/// Hands something over. The broker's status does not count, and what it throws ends here.
 template <auto Slot, class... Arguments>
 void handOver(const CMPIResult* result, Arguments... arguments) noexcept {
   if (result == nullptr || result->ft == nullptr || result->ft->*Slot == nullptr) return;
   try {
     (result->ft->*Slot)(result, arguments...);
   } catch (...) {
-    // There is nobody to tell.
+    // A result has no way to report it.
   }
 }
 

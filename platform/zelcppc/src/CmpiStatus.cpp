@@ -7,7 +7,7 @@ namespace zelInt {
 
 namespace {
 
-/// The text as far as the broker gives it: a failure must not hide the one that is being told.
+/// The text as far as the broker gives it: a failure must not hide the one that is reported.
 const char* messageOf(const CMPIStatus& status) noexcept {
   const CMPIStringFT* table = tableOf(status.msg);
   if (table == nullptr || table->getCharPtr == nullptr) return "";

@@ -11,7 +11,7 @@
 
 namespace zelInt {
 
-/// Runs `operation` and answers its status; whatever it throws becomes a status too, since no
+/// Runs `operation` and returns its status; what it throws becomes a status too, since no
 /// exception may cross into the object manager.
 template <class Operation>
 CMPIStatus statusOf(Operation operation) noexcept {

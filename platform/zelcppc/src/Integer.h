@@ -19,7 +19,7 @@ inline Integer signedInteger(std::int64_t value) {
   return value < 0 ? Integer{true, 0 - bits} : Integer{false, bits};
 }
 
-/// The value if it is an integer; its state is not asked.
+/// The value if it is an integer; its state does not count.
 inline std::optional<Integer> integerOf(const CMPIData& data) {
   switch (data.type) {
     case CMPI_uint8:

@@ -22,14 +22,14 @@ void emptyRecordsOf(const CmpiBaseMI* provider) noexcept;
 /// The holder is about to go, and its records with it.
 void forgetRecordsOf(const CmpiProviderBase* holder) noexcept;
 
-/// What tells a record from others, also where its memory is used again.
+/// What distinguishes a record from others, also where its memory is used again.
 struct RecordIdentity {
   const void* record;
   const void* table;
 };
 
 /// The provider with that handle, if it lives and is of the class that the record belongs to. A
-/// record that no factory made known belongs to the class of the first provider that it is asked
+/// record that no factory made known belongs to the class of the first provider that it is used
 /// with. Requests take no lock here but the first of each record.
 CmpiBaseMI* livingProvider(RecordIdentity record, void* handle) noexcept;
 

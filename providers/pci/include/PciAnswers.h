@@ -6,7 +6,7 @@
 #include <zelcppc/CmpiResult.h>
 #include <zelcppc/CmpiStatus.h>
 
-/// What every unit of the provider says requests and answers with.
+/// The vocabulary of requests and answers, for every unit of the provider.
 namespace pciprovider {
 
 using zelInt::CmpiContext;
@@ -16,13 +16,13 @@ using zelInt::CmpiObjectPath;
 using zelInt::CmpiResult;
 using zelInt::CmpiStatus;
 
-/// Ends the answer: what there was has been given.
+/// Ends the answer, which is complete.
 inline CmpiStatus Done(CmpiResult& result) {
   result.returnDone();
   return CmpiStatus(CMPI_RC_OK);
 }
 
-/// What was asked for does not exist; the answer stays open.
+/// The requested object does not exist; the answer stays open.
 inline CmpiStatus NotFound() {
   return CmpiStatus(CMPI_RC_ERR_NOT_FOUND);
 }

@@ -34,7 +34,7 @@ struct AssociationShape {
   }
 };
 
-/// Where a walk over pairs puts what it finds: the same walk answers instances or paths.
+/// Where a walk over pairs puts what it finds: the same walk returns instances or paths.
 using PairSink = std::function<void(const CmpiObjectPath& first, const CmpiObjectPath& second)>;
 
 /// An association's two sinks, from the functions that make its instance and its path of a pair.
@@ -56,30 +56,30 @@ struct PairSinks {
 /// A source class that an operation serves, and how.
 struct ServedSource {
   const char* className;
-  std::function<void()> answer;
+  std::function<void()> serve;
 };
 
-/// Answers an association operation: the first served class that the source belongs to decides,
+/// Serves an association operation: the first served class that the source belongs to decides,
 /// and a source that none serves is logged with `unservedText` before it. Always ends with
 /// `returnDone` and OK: a source without counterpart is no error to a client that navigates.
 inline CmpiStatus ServeBySourceClass(CmpiResult& result, const CmpiObjectPath& source,
                                      const char* unservedText,
                                      std::initializer_list<ServedSource> served) {
-  bool answered = false;
+  bool isServed = false;
   for (const ServedSource& candidate : served) {
     if (!source.classPathIsA(candidate.className)) continue;
-    candidate.answer();
-    answered = true;
+    candidate.serve();
+    isServed = true;
     break;
   }
-  if (!answered) LogPath((std::string(unservedText) + " ").c_str(), source);
+  if (!isServed) LogPath((std::string(unservedText) + " ").c_str(), source);
   return Done(result);
 }
 
 /// The path of the host's computer system, which another provider serves.
 CmpiObjectPath PciCreateSystemRef();
 /// The host's computer system as the object manager knows it: the first it enumerates. Where the
-/// object manager gives none, throws CmpiStatus with its code and a text that says what is missing,
+/// object manager has none, throws CmpiStatus with its code and a text that names what is missing,
 /// which is logged the first time.
 CmpiInstance FetchHostSystem(const zelInt::CmpiBroker& broker, const CmpiContext& context,
                              const char** properties);

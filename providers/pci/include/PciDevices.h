@@ -13,7 +13,7 @@ namespace pciprovider {
 
 /// Whether the function is an upstream or downstream port of a PCI Express switch (PCI Express
 /// capability, flags register, bits 7:4 equal 5 or 6). A host-control failure is logged and
-/// answers false.
+/// returns false.
 bool IsPortOnSwitch(const PciDevice* device);
 /// Whether the function is a switch's upstream port (type 5). Failures as above.
 bool IsUpstreamPortOnSwitch(const PciDevice* device);
@@ -53,13 +53,13 @@ void LoadSysPortsRef(const CmpiObjectPath& system, CmpiResult& result);
 void LoadDevicesAndPorts(const CmpiObjectPath& system, const char** properties, CmpiResult& result);
 /// As LoadDevicesAndPorts with paths, but a host-control failure is logged and ends the walk.
 void LoadDevicesAndPortsRef(const CmpiObjectPath& system, CmpiResult& result);
-/// Returns the association that `path` names and answers whether it exists. A host-control
-/// failure is logged and answers false.
+/// Hands the association that `path` names to `result`, and returns whether it exists. A
+/// host-control failure is logged and returns false.
 bool FindDevicePort(const CmpiObjectPath& path, CmpiResult& result, const char** properties);
 
-/// Whether the candidate sits directly below the parent. A failure is logged and answers false.
+/// Whether the candidate sits directly below the parent. A failure is logged and returns false.
 bool IsChildOf(const PciDevice* parent, PciDevice* candidate);
-/// Functions directly below the switch's upstream port, of whatever kind.
+/// Functions directly below the switch's upstream port, of any kind.
 std::uint16_t DownstreamPortsCount(const PciDevice* switchDevice);
 
 }  // namespace pciprovider

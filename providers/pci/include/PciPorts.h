@@ -27,7 +27,7 @@ void MakePCIeDownstreamPortTRef(const PciDevice* device, std::vector<PortEntry>&
 void MakePCIeUpstreamPortTRef(const PciDevice* device, std::vector<PortEntry>& ports);
 void MakePCIBridgePortTRef(const PciDevice* device, std::vector<PortEntry>& ports);
 void MakePCIEndpointPortTRef(const PciDevice* device, std::vector<PortEntry>& ports);
-/// An entry without peer, its address and bus asked of the device.
+/// An entry without peer, its address and bus read from the device.
 PortEntry MakePCIPortTRef(const std::string& portName, const std::string& ownerAddress,
                           const PciDevice* device);
 /// Appends the ports of every cached device, in device order.

@@ -11,7 +11,7 @@
 /// which each constructor loads as its last step. All operations may run on any thread.
 namespace pciprovider {
 
-/// Declares the instance operations that every class answers.
+/// Declares the instance operations of every class.
 #define PCIPROVIDER_INSTANCE_OPERATIONS                                                          \
   zelInt::CmpiStatus enumInstanceNames(const zelInt::CmpiContext& ctx, zelInt::CmpiResult& rslt, \
                                        const zelInt::CmpiObjectPath& cop) override;              \
@@ -22,7 +22,7 @@ namespace pciprovider {
                                  const zelInt::CmpiObjectPath& cop, const char** properties)     \
       override;
 
-/// Declares the association operations that the five association classes answer.
+/// Declares the association operations of the five association classes.
 #define PCIPROVIDER_ASSOCIATION_OPERATIONS                                                      \
   zelInt::CmpiStatus associators(const zelInt::CmpiContext& ctx, zelInt::CmpiResult& rslt,      \
                                  const zelInt::CmpiObjectPath& cop, const char* assocClass,     \

@@ -11,7 +11,7 @@
 
 /// The process-wide snapshot of the host's PCI topology. It is read from host control once, when
 /// the first provider is constructed, and never changes afterwards: every function here but
-/// LoadCache is a pure read, safe on any number of threads, and what it answers belongs to the
+/// LoadCache is a pure read, safe on any number of threads, and what it returns belongs to the
 /// cache and lives as long as the library is loaded.
 namespace pciprovider {
 
@@ -40,7 +40,7 @@ using PortPointers = std::vector<const PortEntry*>;
 using PortBuckets = std::unordered_map<std::string, PortPointers>;
 
 /// Builds the snapshot on the first call of the process; callers that arrive meanwhile wait.
-/// Answers pthread_once's code. A failure to learn the system's name passes out of it, and the next
+/// Returns pthread_once's code. A failure to learn the system's name passes out of it, and the next
 /// call starts anew (glibc's pthread_once counts no call that throws); any other failure is logged
 /// and leaves the snapshot as far as it got, for good.
 int LoadCache();

@@ -23,17 +23,17 @@ class ZELCPPC_EXPORT CmpiBaseMI {
   CmpiProviderBase* getProviderBase() const noexcept { return holder_; }
   const CmpiBroker& getBroker() const noexcept { return broker_; }
 
-  /// Called once, after construction. Answers OK by default.
+  /// Called once, after construction. Returns OK by default.
   virtual CmpiStatus initialize(const CmpiContext& context);
-  /// Called when a user lets go of the provider. Answers OK by default.
+  /// Called when a user lets go of the provider. Returns OK by default.
   virtual CmpiStatus cleanup(CmpiContext& context, bool terminating);
   /// Whether the object manager may let go of an idle provider; true by default.
   virtual bool isUnloadable() const;
 
   /// Entry points of the function tables. When the last user of the holder has gone, the
-  /// provider is destroyed. Cleanups of the class's records then answer OK and their requests
-  /// FAILED, whatever lives at the provider's address, until their factory is called again. Nothing
-  /// is thrown.
+  /// provider is destroyed. Cleanups of the class's records then return OK and their requests
+  /// FAILED, also where another object lives at the provider's address, until their factory is
+  /// called again. Nothing is thrown.
   static CMPIStatus driveBaseCleanup(CMPIInstanceMI* mi, const CMPIContext* context,
                                      CMPIBoolean terminating);
   static CMPIStatus driveBaseCleanup(CMPIAssociationMI* mi, const CMPIContext* context,

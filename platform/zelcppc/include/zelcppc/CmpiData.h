@@ -34,15 +34,15 @@ class ZELCPPC_EXPORT CmpiData {
   CmpiData(const CmpiObjectPath& path);
 
   /// Conversions throw CmpiStatus with TYPE_MISMATCH when the value is of another type (or, but
-  /// for text, null); its text says what was wrong. Null text reads as empty text.
+  /// for text, null); its text names what was wrong. Null text reads as empty text.
   operator CmpiInstance() const;
   operator CmpiObjectPath() const;
   operator CmpiString() const;
 
   CMPIType type() const noexcept { return data_.type; }
   /// Whether there is no value. Where the value is a pointer (text, references, instances, arrays
-  /// and the like) the pointer tells: object managers hand over good ones with the state "null".
-  /// Of numbers and booleans the state tells.
+  /// and the like) the pointer decides: object managers hand over good ones with the state "null".
+  /// Of numbers and booleans the state decides.
   bool isNull() const noexcept;
   /// Whether the value is a pointer, and not a null one.
   bool holdsObject() const noexcept;

@@ -7,7 +7,7 @@
 
 namespace zelInt {
 
-/// The instance interface of a provider. Operations that a class does not override answer
+/// The instance interface of a provider. Operations that a class does not override return
 /// NOT_SUPPORTED. May be called from any thread.
 ///
 ///     class Fans : public virtual CmpiInstanceMI {
@@ -37,7 +37,7 @@ class ZELCPPC_EXPORT CmpiInstanceMI : public virtual CmpiBaseMI {
                                const char* query, const char* language);
 
   /// Entry points of the function table: each calls its operation on the record's provider and
-  /// turns whatever is thrown into a status.
+  /// turns what is thrown into a status.
   static CMPIStatus driveEnumInstanceNames(CMPIInstanceMI* mi, const CMPIContext* ctx,
                                            const CMPIResult* rslt, const CMPIObjectPath* cop);
   static CMPIStatus driveEnumInstances(CMPIInstanceMI* mi, const CMPIContext* ctx,

@@ -29,7 +29,7 @@ class ZELCPPC_EXPORT CmpiObjectPath : public CmpiObject {
   bool classPathIsA(const char* className) const;
 
   /// Paths are equal when class (ignoring case), keys (names ignoring case, in any order) and
-  /// key values are. Integers compare by value in whatever width they came. The host does not
+  /// key values are. Integers compare by value, of any width. The host does not
   /// count, and the namespace only where both paths name one: clients send references without.
   bool operator==(const CmpiObjectPath& other) const;
   bool operator!=(const CmpiObjectPath& other) const { return !(*this == other); }

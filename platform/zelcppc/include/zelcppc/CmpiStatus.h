@@ -8,7 +8,7 @@
 
 namespace zelInt {
 
-/// A CMPI return code with its text: what an operation answers, and what the binding throws when
+/// A CMPI return code with its text: what an operation returns, and what the binding throws when
 /// the broker fails a call. It owns its text, so it may outlive the request.
 ///
 ///     return CmpiStatus(CMPI_RC_OK);
