@@ -3,6 +3,7 @@
 #include "machine_requests.h"
 #include "scripted_machine.h"
 
+#include <array>
 #include <memory>
 #include <string>
 #include <variant>
@@ -33,6 +34,9 @@ inline constexpr char kDeviceConnection[] = "Zelmar_PCIDeviceConnection";
 inline constexpr char kControlledBy[] = "Zelmar_PCIControlledBy";
 inline constexpr char kHostedCollection[] = "Zelmar_PCIHostedCollection";
 inline constexpr char kMemberOfCollection[] = "Zelmar_PCIMemberOfCollection";
+
+inline constexpr std::array<const char*, 5> kAssociations{
+    kSystemDevice, kDeviceConnection, kControlledBy, kHostedCollection, kMemberOfCollection};
 
 /// The machine's host system in the notation.
 inline constexpr char kSystemBrief[] = "OMC_UnitaryComputerSystem:hosta01";

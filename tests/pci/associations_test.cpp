@@ -104,8 +104,7 @@ const Names& testedClasses(const std::string& className, Operation operation) {
 
 TEST_F(AssociationRequests, SourcesAreComparedWithTheServedClassesInOrderUntilOneFits) {
   test_support::DecoratedBroker broker{provider.manager().broker()};
-  for (const char* className :
-       {kSystemDevice, kDeviceConnection, kControlledBy, kHostedCollection, kMemberOfCollection}) {
+  for (const char* className : kAssociations) {
     for (const Operation operation : associationOperations()) {
       const Names& tested = testedClasses(className, operation);
       for (std::size_t at = 0; at <= tested.size(); ++at) {
@@ -210,8 +209,7 @@ TEST_F(AssociationRequests, APropertyListLeavesTheTwoKeys) {
 TEST_F(AssociationRequests, APropertyListIsHandedOnForEachPair) {
   host().functions.push_back({"E", 4, 0x0200, 0, "X-ep"});  // makes a connection
   test_support::DecoratedBroker broker{provider.manager().broker()};
-  for (const char* className :
-       {kSystemDevice, kDeviceConnection, kControlledBy, kHostedCollection, kMemberOfCollection}) {
+  for (const char* className : kAssociations) {
     broker.clear();
     const Outcome outcome = provider.send({.operation = Operation::kEnumInstances,
                                            .className = className,
@@ -257,8 +255,7 @@ TEST_F(AssociationRequests, PairsHaveTheirTwoRolesInOrder) {
 
 TEST_F(AssociationRequests, AnEmptyHostHasNoPairs) {
   host().functions.clear();
-  for (const char* className :
-       {kSystemDevice, kDeviceConnection, kControlledBy, kHostedCollection, kMemberOfCollection}) {
+  for (const char* className : kAssociations) {
     expectListings(className, {});
   }
   expectReferences(kSystemDevice, systemPath(), {}, kDone);

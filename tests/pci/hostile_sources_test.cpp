@@ -44,8 +44,7 @@ TEST_F(HostileSource, ANumberForAnIdIsATypeMismatch) {
 }
 
 TEST_F(HostileSource, PairsWithoutTheirReferencesAreRefused) {
-  for (const char* className :
-       {kSystemDevice, kDeviceConnection, kControlledBy, kHostedCollection, kMemberOfCollection}) {
+  for (const char* className : kAssociations) {
     expectRefused(className, pathOf(className));
     expectRefused(className, pathOf(className, {{"Antecedent", "text"},
                                                 {"Dependent", "text"},
