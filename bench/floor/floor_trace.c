@@ -1,0 +1,518 @@
+#include "floor_trace.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+/* Every object has a slot; slot 0 is none. These are there before the first call. */
+enum { kNone, kContext, kResult, kSource, kFirstMade };
+
+typedef enum Function {
+  kClassPathIsA,
+  kEnumerateInstanceNames,
+  kEnumerateInstances,
+  kNewArray,
+  kNewInstance,
+  kNewObjectPath,
+  kNewString,
+  kSetElementAt,
+  kGetNext,
+  kHasNext,
+  kGetObjectPath,
+  kSetProperty,
+  kSetPropertyFilter,
+  kAddKey,
+  kGetClassName,
+  kGetKey,
+  kGetKeyAt,
+  kGetKeyCount,
+  kGetNameSpace,
+  kToString,
+  kReturnDone,
+  kReturnInstance,
+  kReturnObjectPath,
+  kGetCharPtr
+} Function;
+
+typedef struct Call {
+  CMPIUint16 function;
+  CMPIType type;
+  /* The object that is called, and those that the answer fills. */
+  CMPICount self;
+  CMPICount made;
+  CMPICount made_name;
+  /* An object, an index or a size. */
+  CMPICount argument;
+  const void* first;
+  const void* second;
+  /* What is passed as value: the slot of an object, the text itself, or `value`. */
+  const CMPIValue* ready;
+  CMPIValue value;
+} Call;
+
+typedef struct Text {
+  struct Text* next;
+  char bytes[];
+} Text;
+
+struct FloorTrace {
+  Call* calls;
+  size_t count;
+  size_t capacity;
+  CMPIValue* slots;
+  CMPICount slot_count;
+  Text* texts;
+};
+
+static FloorTrace* recording;
+
+static void* checked(void* memory) {
+  if (memory == NULL) abort();
+  return memory;
+}
+
+/* Recording. */
+
+static Call* new_call(Function function, const void* self) {
+  FloorTrace* trace = recording;
+  if (trace->count == trace->capacity) {
+    trace->capacity = trace->capacity == 0 ? 64 : trace->capacity * 2;
+    trace->calls = checked(realloc(trace->calls, trace->capacity * sizeof(Call)));
+  }
+  Call* call = &trace->calls[trace->count++];
+  memset(call, 0, sizeof *call);
+  call->function = (CMPIUint16)function;
+  call->self = self != NULL ? ((const FloorObject*)self)->slot : kNone;
+  return call;
+}
+
+static CMPICount new_slot(void* object) {
+  if (object == NULL) return kNone;
+  return ((FloorObject*)object)->slot = recording->slot_count++;
+}
+
+static CMPICount slot_of(const void* object) {
+  return object != NULL ? ((const FloorObject*)object)->slot : kNone;
+}
+
+static void* keep_bytes(const void* bytes, size_t size) {
+  Text* text = checked(malloc(sizeof(Text) + size));
+  text->next = recording->texts;
+  recording->texts = text;
+  return memcpy(text->bytes, bytes, size);
+}
+
+static const void* keep_text(const char* text) {
+  return text != NULL ? keep_bytes(text, strlen(text) + 1) : NULL;
+}
+
+static const void* keep_list(const char** names) {
+  if (names == NULL) return NULL;
+  size_t count = 0;
+  while (names[count] != NULL) ++count;
+  const char** copy = keep_bytes(names, (count + 1) * sizeof(char*));
+  for (size_t index = 0; index < count; ++index) copy[index] = keep_text(names[index]);
+  return copy;
+}
+
+static bool is_object(CMPIType type) {
+  return type == CMPI_ref || type == CMPI_instance || type == CMPI_string ||
+         (type & CMPI_ARRAY) != 0;
+}
+
+static bool is_object_value(const CMPIData* data) {
+  return data->state == CMPI_goodValue && is_object(data->type);
+}
+
+static void keep_value(Call* call, const CMPIValue* value, CMPIType type) {
+  call->type = type;
+  if (value == NULL) {
+    call->type = CMPI_null;
+  } else if (type == CMPI_chars) {
+    call->second = keep_text((const char*)value);
+  } else if (is_object(type)) {
+    call->argument = slot_of(value->ref);
+  } else {
+    call->value = *value;
+  }
+}
+
+static CMPIBoolean record_class_path_is_a(const CMPIBroker* self, const CMPIObjectPath* path,
+                                          const char* class_name, CMPIStatus* status) {
+  new_call(kClassPathIsA, path)->first = keep_text(class_name);
+  return floor_plain_tables.factory->classPathIsA(self, path, class_name, status);
+}
+
+static CMPIEnumeration* record_enumerate_instance_names(const CMPIBroker* self,
+                                                        const CMPIContext* context,
+                                                        const CMPIObjectPath* path,
+                                                        CMPIStatus* status) {
+  CMPIEnumeration* made =
+      floor_plain_tables.broker->enumerateInstanceNames(self, context, path, status);
+  new_call(kEnumerateInstanceNames, path)->made = new_slot(made);
+  return made;
+}
+
+static CMPIEnumeration* record_enumerate_instances(const CMPIBroker* self,
+                                                   const CMPIContext* context,
+                                                   const CMPIObjectPath* path,
+                                                   const char** properties, CMPIStatus* status) {
+  CMPIEnumeration* made =
+      floor_plain_tables.broker->enumerateInstances(self, context, path, properties, status);
+  Call* call = new_call(kEnumerateInstances, path);
+  call->made = new_slot(made);
+  call->first = keep_list(properties);
+  return made;
+}
+
+static CMPIArray* record_new_array(const CMPIBroker* self, CMPICount size, CMPIType type,
+                                   CMPIStatus* status) {
+  CMPIArray* made = floor_plain_tables.factory->newArray(self, size, type, status);
+  Call* call = new_call(kNewArray, NULL);
+  call->made = new_slot(made);
+  call->argument = size;
+  call->type = type;
+  return made;
+}
+
+static CMPIInstance* record_new_instance(const CMPIBroker* self, const CMPIObjectPath* path,
+                                         CMPIStatus* status) {
+  CMPIInstance* made = floor_plain_tables.factory->newInstance(self, path, status);
+  new_call(kNewInstance, path)->made = new_slot(made);
+  return made;
+}
+
+static CMPIObjectPath* record_new_object_path(const CMPIBroker* self, const char* name_space,
+                                              const char* class_name, CMPIStatus* status) {
+  CMPIObjectPath* made =
+      floor_plain_tables.factory->newObjectPath(self, name_space, class_name, status);
+  Call* call = new_call(kNewObjectPath, NULL);
+  call->made = new_slot(made);
+  call->first = keep_text(name_space);
+  call->second = keep_text(class_name);
+  return made;
+}
+
+static CMPIString* record_new_string(const CMPIBroker* self, const char* text, CMPIStatus* status) {
+  CMPIString* made = floor_plain_tables.factory->newString(self, text, status);
+  Call* call = new_call(kNewString, NULL);
+  call->made = new_slot(made);
+  call->first = keep_text(text);
+  return made;
+}
+
+static CMPIStatus record_set_element_at(const CMPIArray* self, CMPICount index,
+                                        const CMPIValue* value, CMPIType type) {
+  Call* call = new_call(kSetElementAt, self);
+  keep_value(call, value, type);
+  /* The array's elements are plain numbers, so the place of an object's slot is free. */
+  call->argument = index;
+  return floor_plain_tables.array->setElementAt(self, index, value, type);
+}
+
+static CMPIData record_get_next(const CMPIEnumeration* self, CMPIStatus* status) {
+  const CMPIData data = floor_plain_tables.enumeration->getNext(self, status);
+  Call* call = new_call(kGetNext, self);
+  if (is_object_value(&data)) call->made = new_slot(data.value.ref);
+  return data;
+}
+
+static CMPIBoolean record_has_next(const CMPIEnumeration* self, CMPIStatus* status) {
+  new_call(kHasNext, self);
+  return floor_plain_tables.enumeration->hasNext(self, status);
+}
+
+static CMPIObjectPath* record_get_object_path(const CMPIInstance* self, CMPIStatus* status) {
+  CMPIObjectPath* made = floor_plain_tables.instance->getObjectPath(self, status);
+  new_call(kGetObjectPath, self)->made = new_slot(made);
+  return made;
+}
+
+static CMPIStatus record_set_property(const CMPIInstance* self, const char* name,
+                                      const CMPIValue* value, CMPIType type) {
+  Call* call = new_call(kSetProperty, self);
+  call->first = keep_text(name);
+  keep_value(call, value, type);
+  return floor_plain_tables.instance->setProperty(self, name, value, type);
+}
+
+static CMPIStatus record_set_property_filter(const CMPIInstance* self, const char** properties,
+                                             const char** keys) {
+  Call* call = new_call(kSetPropertyFilter, self);
+  call->first = keep_list(properties);
+  call->second = keep_list(keys);
+  return floor_plain_tables.instance->setPropertyFilter(self, properties, keys);
+}
+
+static CMPIStatus record_add_key(const CMPIObjectPath* self, const char* name,
+                                 const CMPIValue* value, CMPIType type) {
+  Call* call = new_call(kAddKey, self);
+  call->first = keep_text(name);
+  keep_value(call, value, type);
+  return floor_plain_tables.path->addKey(self, name, value, type);
+}
+
+static CMPIString* record_get_class_name(const CMPIObjectPath* self, CMPIStatus* status) {
+  CMPIString* made = floor_plain_tables.path->getClassName(self, status);
+  new_call(kGetClassName, self)->made = new_slot(made);
+  return made;
+}
+
+static CMPIData record_get_key(const CMPIObjectPath* self, const char* name, CMPIStatus* status) {
+  const CMPIData data = floor_plain_tables.path->getKey(self, name, status);
+  Call* call = new_call(kGetKey, self);
+  call->first = keep_text(name);
+  if (is_object_value(&data)) call->made = new_slot(data.value.ref);
+  return data;
+}
+
+static CMPIData record_get_key_at(const CMPIObjectPath* self, CMPICount index, CMPIString** name,
+                                  CMPIStatus* status) {
+  const CMPIData data = floor_plain_tables.path->getKeyAt(self, index, name, status);
+  Call* call = new_call(kGetKeyAt, self);
+  call->argument = index;
+  if (data.state == CMPI_notFound) return data;
+  if (name != NULL) call->made_name = new_slot(*name);
+  if (is_object_value(&data)) call->made = new_slot(data.value.ref);
+  return data;
+}
+
+static CMPICount record_get_key_count(const CMPIObjectPath* self, CMPIStatus* status) {
+  new_call(kGetKeyCount, self);
+  return floor_plain_tables.path->getKeyCount(self, status);
+}
+
+static CMPIString* record_get_name_space(const CMPIObjectPath* self, CMPIStatus* status) {
+  CMPIString* made = floor_plain_tables.path->getNameSpace(self, status);
+  new_call(kGetNameSpace, self)->made = new_slot(made);
+  return made;
+}
+
+static CMPIString* record_to_string(const CMPIObjectPath* self, CMPIStatus* status) {
+  CMPIString* made = floor_plain_tables.path->toString(self, status);
+  new_call(kToString, self)->made = new_slot(made);
+  return made;
+}
+
+static CMPIStatus record_return_done(const CMPIResult* self) {
+  new_call(kReturnDone, self);
+  return floor_plain_tables.result->returnDone(self);
+}
+
+static CMPIStatus record_return_instance(const CMPIResult* self, const CMPIInstance* instance) {
+  new_call(kReturnInstance, self)->argument = slot_of(instance);
+  return floor_plain_tables.result->returnInstance(self, instance);
+}
+
+static CMPIStatus record_return_object_path(const CMPIResult* self, const CMPIObjectPath* path) {
+  new_call(kReturnObjectPath, self)->argument = slot_of(path);
+  return floor_plain_tables.result->returnObjectPath(self, path);
+}
+
+static char* record_get_char_ptr(const CMPIString* self, CMPIStatus* status) {
+  new_call(kGetCharPtr, self);
+  return floor_plain_tables.string->getCharPtr(self, status);
+}
+
+static const CMPIBrokerFT kBrokerTable = {
+    .brokerVersion = 200,
+    .brokerName = "floor",
+    .enumerateInstanceNames = record_enumerate_instance_names,
+    .enumerateInstances = record_enumerate_instances,
+};
+static const CMPIBrokerEncFT kFactoryTable = {
+    .newInstance = record_new_instance,
+    .newObjectPath = record_new_object_path,
+    .newString = record_new_string,
+    .newArray = record_new_array,
+    .classPathIsA = record_class_path_is_a,
+};
+static const CMPIResultFT kResultTable = {
+    .returnInstance = record_return_instance,
+    .returnObjectPath = record_return_object_path,
+    .returnDone = record_return_done,
+};
+static const CMPIStringFT kStringTable = {.getCharPtr = record_get_char_ptr};
+static const CMPIArrayFT kArrayTable = {.setElementAt = record_set_element_at};
+static const CMPIEnumerationFT kEnumerationTable = {.getNext = record_get_next,
+                                                    .hasNext = record_has_next};
+static const CMPIInstanceFT kInstanceTable = {
+    .setProperty = record_set_property,
+    .getObjectPath = record_get_object_path,
+    .setPropertyFilter = record_set_property_filter,
+};
+static const CMPIObjectPathFT kPathTable = {
+    .getNameSpace = record_get_name_space,
+    .getClassName = record_get_class_name,
+    .addKey = record_add_key,
+    .getKey = record_get_key,
+    .getKeyAt = record_get_key_at,
+    .getKeyCount = record_get_key_count,
+    .toString = record_to_string,
+};
+static const FloorTables kRecordingTables = {
+    .broker = &kBrokerTable,
+    .factory = &kFactoryTable,
+    .result = &kResultTable,
+    .string = &kStringTable,
+    .array = &kArrayTable,
+    .enumeration = &kEnumerationTable,
+    .instance = &kInstanceTable,
+    .path = &kPathTable,
+};
+
+/* What was made before the recording carries the tables of that time. */
+static void give_tables(FloorPath* path, const FloorTables* tables) {
+  path->object.ft = tables->path;
+  ((FloorObject*)path->name_space)->ft = tables->string;
+  ((FloorObject*)path->class_name)->ft = tables->string;
+  for (CMPICount index = 0; index < path->keys.count; ++index) {
+    FloorEntry* key = &path->keys.items[index];
+    ((FloorObject*)key->name)->ft = tables->string;
+    if (key->data.type == CMPI_string) key->data.value.string->ft = tables->string;
+    if (key->data.type == CMPI_ref) give_tables((FloorPath*)key->data.value.ref, tables);
+  }
+}
+
+static FloorPath* recorded_source;
+
+FloorTrace* floor_start_recording(CMPIContext* context, FloorResult* result, FloorPath* source) {
+  recording = checked(calloc(1, sizeof *recording));
+  recording->slot_count = kFirstMade;
+  recorded_source = source;
+  floor_use_tables(&kRecordingTables);
+  give_tables(source, &kRecordingTables);
+  floor_restart_result(result);
+  ((FloorObject*)(void*)context)->slot = kContext;
+  result->slot = kResult;
+  source->slot = kSource;
+  return recording;
+}
+
+static const CMPIValue* ready_value(const FloorTrace* trace, const Call* call) {
+  if (call->type == CMPI_null) return NULL;
+  if (call->type == CMPI_chars) return call->second;
+  if (call->function != kSetElementAt && is_object(call->type)) {
+    return &trace->slots[call->argument];
+  }
+  return &call->value;
+}
+
+void floor_stop_recording(FloorTrace* trace) {
+  floor_use_tables(&floor_plain_tables);
+  give_tables(recorded_source, &floor_plain_tables);
+  recording = NULL;
+  trace->slots = checked(calloc(trace->slot_count, sizeof(CMPIValue)));
+  for (size_t index = 0; index < trace->count; ++index) {
+    trace->calls[index].ready = ready_value(trace, &trace->calls[index]);
+  }
+}
+
+size_t floor_trace_calls(const FloorTrace* trace) {
+  return trace->count;
+}
+
+void floor_free_trace(FloorTrace* trace) {
+  while (trace->texts != NULL) {
+    Text* next = trace->texts->next;
+    free(trace->texts);
+    trace->texts = next;
+  }
+  free(trace->slots);
+  free(trace->calls);
+  free(trace);
+}
+
+/* Replaying. One function, as a compiler would make of the provider's own straight run of calls:
+ * what it spends between two calls is what the floor pays for not being one. */
+
+/* NOLINTNEXTLINE(readability-function-size) */
+void floor_replay(FloorTrace* trace, CMPIContext* context, FloorResult* result, FloorPath* source) {
+  CMPIValue* slots = trace->slots;
+  const CMPIBroker* broker = floor_broker();
+  CMPIStatus status = {CMPI_RC_OK, NULL};
+  CMPIData data;
+  slots[kSource].ref = &source->object;
+  const Call* end = trace->calls + trace->count;
+  for (const Call* call = trace->calls; call != end; ++call) {
+    const CMPIValue* self = &slots[call->self];
+    CMPIValue* made = &slots[call->made];
+    switch ((Function)call->function) {
+      case kClassPathIsA:
+        broker->eft->classPathIsA(broker, self->ref, call->first, &status);
+        break;
+      case kEnumerateInstanceNames:
+        made->Enum = broker->bft->enumerateInstanceNames(broker, context, self->ref, &status);
+        break;
+      case kEnumerateInstances:
+        made->Enum = broker->bft->enumerateInstances(broker, context, self->ref,
+                                                     (const char**)call->first, &status);
+        break;
+      case kNewArray:
+        made->array = broker->eft->newArray(broker, call->argument, call->type, &status);
+        break;
+      case kNewInstance:
+        made->inst = broker->eft->newInstance(broker, self->ref, &status);
+        break;
+      case kNewObjectPath:
+        made->ref = broker->eft->newObjectPath(broker, call->first, call->second, &status);
+        break;
+      case kNewString:
+        made->string = broker->eft->newString(broker, call->first, &status);
+        break;
+      case kSetElementAt:
+        self->array->ft->setElementAt(self->array, call->argument, call->ready, call->type);
+        break;
+      case kGetNext:
+        *made = self->Enum->ft->getNext(self->Enum, &status).value;
+        break;
+      case kHasNext:
+        self->Enum->ft->hasNext(self->Enum, &status);
+        break;
+      case kGetObjectPath:
+        made->ref = self->inst->ft->getObjectPath(self->inst, &status);
+        break;
+      case kSetProperty:
+        self->inst->ft->setProperty(self->inst, call->first, call->ready, call->type);
+        break;
+      case kSetPropertyFilter:
+        self->inst->ft->setPropertyFilter(self->inst, (const char**)call->first,
+                                          (const char**)call->second);
+        break;
+      case kAddKey:
+        self->ref->ft->addKey(self->ref, call->first, call->ready, call->type);
+        break;
+      case kGetClassName:
+        made->string = self->ref->ft->getClassName(self->ref, &status);
+        break;
+      case kGetKey:
+        *made = self->ref->ft->getKey(self->ref, call->first, &status).value;
+        break;
+      case kGetKeyAt:
+        data = self->ref->ft->getKeyAt(self->ref, call->argument, &slots[call->made_name].string,
+                                       &status);
+        *made = data.value;
+        break;
+      case kGetKeyCount:
+        self->ref->ft->getKeyCount(self->ref, &status);
+        break;
+      case kGetNameSpace:
+        made->string = self->ref->ft->getNameSpace(self->ref, &status);
+        break;
+      case kToString:
+        made->string = self->ref->ft->toString(self->ref, &status);
+        break;
+      case kReturnDone:
+        result->object.ft->returnDone(&result->object);
+        break;
+      case kReturnInstance:
+        result->object.ft->returnInstance(&result->object, slots[call->argument].inst);
+        break;
+      case kReturnObjectPath:
+        result->object.ft->returnObjectPath(&result->object, slots[call->argument].ref);
+        break;
+      case kGetCharPtr:
+        self->string->ft->getCharPtr(self->string, &status);
+        break;
+    }
+  }
+}
