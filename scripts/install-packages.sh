@@ -1,12 +1,13 @@
 #!/bin/bash
 # Installs the Debian packages that a job needs and that are missing.
-# Usage: scripts/install-packages.sh GROUP...     (groups: build, test, vm, package, lint)
+# Usage: scripts/install-packages.sh GROUP...     (groups: build, test, bench, vm, package, lint)
 set -euo pipefail
 
 declare -A groups=(
   [build]="cmake ninja-build g++ pkgconf libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libboost-dev libexpat1-dev"
   [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file sblim-wbemcli"
   [vm]="qemu-system-x86"
+  [bench]="libbenchmark-dev pciutils valgrind"
   [package]="dpkg-dev file"
   [lint]="clang clang-format clang-tidy libclang-rt-14-dev shellcheck"
 )

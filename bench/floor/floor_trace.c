@@ -49,8 +49,11 @@ typedef struct Call {
   CMPIValue value;
 } Call;
 
+enum { kTextLists = 4096 };
+
 typedef struct Text {
   struct Text* next;
+  size_t size;
   char bytes[];
 } Text;
 
@@ -60,7 +63,7 @@ struct FloorTrace {
   size_t capacity;
   CMPIValue* slots;
   CMPICount slot_count;
-  Text* texts;
+  Text* texts[kTextLists];
 };
 
 static FloorTrace* recording;
@@ -94,10 +97,22 @@ static CMPICount slot_of(const void* object) {
   return object != NULL ? ((const FloorObject*)object)->slot : kNone;
 }
 
+static size_t hash_of(const void* bytes, size_t size) {
+  size_t hash = size;
+  for (size_t at = 0; at < size; ++at) hash = hash * 31 + ((const unsigned char*)bytes)[at];
+  return hash;
+}
+
+/* Names come again and again: what was kept before serves again. */
 static void* keep_bytes(const void* bytes, size_t size) {
+  Text** place = &recording->texts[hash_of(bytes, size) % kTextLists];
+  for (Text* text = *place; text != NULL; text = text->next) {
+    if (text->size == size && memcmp(text->bytes, bytes, size) == 0) return text->bytes;
+  }
   Text* text = checked(malloc(sizeof(Text) + size));
-  text->next = recording->texts;
-  recording->texts = text;
+  text->next = *place;
+  text->size = size;
+  *place = text;
   return memcpy(text->bytes, bytes, size);
 }
 
@@ -411,12 +426,16 @@ size_t floor_trace_calls(const FloorTrace* trace) {
   return trace->count;
 }
 
-void floor_free_trace(FloorTrace* trace) {
-  while (trace->texts != NULL) {
-    Text* next = trace->texts->next;
-    free(trace->texts);
-    trace->texts = next;
+static void free_texts(Text* text) {
+  while (text != NULL) {
+    Text* next = text->next;
+    free(text);
+    text = next;
   }
+}
+
+void floor_free_trace(FloorTrace* trace) {
+  for (size_t list = 0; list < kTextLists; ++list) free_texts(trace->texts[list]);
   free(trace->slots);
   free(trace->calls);
   free(trace);
