@@ -1,12 +1,12 @@
 // Writes made-up machines as `lspci -D -xxx` writes real ones: a workstation of 86 functions below
 // two roots, or one of many segments, each a root with 256 functions.
 // Usage: make_machine FUNCTIONS [FUNCTIONS-PER-SWITCH]
-#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -25,7 +25,7 @@ constexpr unsigned kToPciBridge = 7;
 /// One function's configuration space.
 class Function {
  public:
-  Function(unsigned vendor, unsigned device, unsigned classCode) {
+  Function(unsigned vendor, unsigned device, unsigned classCode) : bytes_(256) {
     word(0x00, vendor);
     word(0x02, device);
     word(0x06, 0x0010);
@@ -60,10 +60,20 @@ class Function {
     return *this;
   }
 
+  /// Extended configuration space, with the capability for error reporting.
+  Function& extended() {
+    bytes_.resize(4096);
+    word(0x100, 0x0001);
+    word(0x102, 0x0001);
+    return *this;
+  }
+
   Function& multifunction() {
     bytes_[0x0e] = static_cast<std::uint8_t>(bytes_[0x0e] | 0x80U);
     return *this;
   }
+
+  bool isExpress() const { return bytes_[0x70] == 0x10; }
 
   void write() const {
     char part[8];
@@ -86,7 +96,7 @@ class Function {
     byte(at + 1, value >> 8U);
   }
 
-  std::array<std::uint8_t, 256> bytes_{};
+  std::vector<std::uint8_t> bytes_;
 };
 
 /// Functions in the order of their writing, up to a number.
@@ -94,20 +104,24 @@ class Machine {
  public:
   explicit Machine(unsigned functions) : left_(functions) {}
 
+  /// From here on, PCI Express functions have extended configuration space.
+  void extendExpress() { extended_ = true; }
+
   bool isFull() const { return left_ == 0; }
 
-  void add(unsigned segment, unsigned bus, unsigned device, unsigned function,
-           const Function& what) {
+  void add(unsigned segment, unsigned bus, unsigned device, unsigned function, Function what) {
     if (left_ == 0) return;
     --left_;
     char address[32];
     std::snprintf(address, sizeof address, "%04x:%02x:%02x.%x", segment, bus, device, function);
     std::cout << address << " Made-up function\n";
+    if (extended_ && what.isExpress()) what.extended();
     what.write();
   }
 
  private:
   unsigned left_;
+  bool extended_ = false;
 };
 
 Function endpoint(unsigned number) {
@@ -137,9 +151,8 @@ void addSwitch(Machine& machine, unsigned segment, unsigned bus, unsigned endpoi
               Function(0x10b5, 0x8747, 0x0604).bridge(bus, inner, inner + 4).express(kUpstream));
   for (unsigned port = 0; port < 4; ++port) {
     const unsigned below = inner + 1 + port;
-    machine.add(
-        segment, inner, 4 + port, 0,
-        Function(0x10b5, 0x8747, 0x0604).bridge(inner, below, below).express(kDownstream));
+    machine.add(segment, inner, 4 + port, 0,
+                Function(0x10b5, 0x8747, 0x0604).bridge(inner, below, below).express(kDownstream));
   }
   for (unsigned port = 0; port < 4; ++port) {
     addEndpoints(machine, segment, inner + 1 + port, endpointsPerPort);
@@ -148,9 +161,8 @@ void addSwitch(Machine& machine, unsigned segment, unsigned bus, unsigned endpoi
 
 /// A bridge to conventional PCI on `bus` with four devices below.
 void addConventionalBus(Machine& machine, unsigned segment, unsigned bus) {
-  machine.add(
-      segment, bus, 0, 0,
-      Function(0x1b21, 0x1080, 0x0604).bridge(bus, bus + 1, bus + 1).express(kToPciBridge));
+  machine.add(segment, bus, 0, 0,
+              Function(0x1b21, 0x1080, 0x0604).bridge(bus, bus + 1, bus + 1).express(kToPciBridge));
   for (unsigned device = 0; device < 4; ++device) {
     machine.add(segment, bus + 1, device, 0, Function(0x104c, 0x8024, 0x0c00));
   }
@@ -195,6 +207,7 @@ void addSegment(Machine& machine, unsigned segment, bool hasSwitch) {
 }
 
 void addWorkstation(Machine& machine) {
+  machine.extendExpress();
   machine.add(0, 0, 0, 0, Function(0x8086, 0x2f00, 0x0600).express(kRootPort));
   machine.add(0, 0, 1, 0, rootPort(0, 1, 6));
   machine.add(0, 0, 2, 0, rootPort(0, 7, 7));

@@ -19,7 +19,9 @@ scripts/install-packages.sh build bench
 work=build/bench/measured
 bin=build/bench/bin
 mkdir -p "$work"
-if ! { cmake --preset bench && cmake --build --preset bench; } >"$work/build.log" 2>&1; then
+targets=(all)
+[[ "$mode" == --all ]] || targets=(provider_bench make_machine hostsystemprovider pcicim)
+if ! { cmake --preset bench && cmake --build --preset bench --target "${targets[@]}"; } >"$work/build.log" 2>&1; then
   tail -n 40 "$work/build.log" >&2
   echo "The build failed." >&2
   exit 1
@@ -61,7 +63,7 @@ time_provider() {
   QARCTL_PCI_DUMP="$(machine "$1")" "$bin/provider_bench" --benchmark_format=csv \
     --benchmark_min_time=0.02 --benchmark_filter="$2" 2>"$work/errors" |
     awk -F, '/^"/ { gsub(/"/, "", $1); print "cost|" $1 "|" $4
-                    if ($1 ~ /provider$/) { sub(/\|provider$/, "", $1); print "answers|" $1 "|" $NF "|0" } }' \
+                    if ($1 ~ /provider$/) { sub(/\|(malloc|arena)\|provider$/, "", $1); print "answers|" $1 "|" $NF } }' \
       >"$work/times-$1.txt" || { cat "$work/errors" >&2; return 1; }
 }
 
@@ -80,22 +82,21 @@ seconds() { "$bin/measure_command" "$@"; }
 # The command beside lspci on one file: MEASURE MACHINE UNIT TARGETS, the targets being those of
 # count, tree and enum.
 compare_commands() {
-  local measure="$1" file unit="$3" row ours theirs lspci words target
+  local measure="$1" unit="$3" file row ours theirs targets
+  local words=(count tree "enum Zelmar_PCIDevice") lspci=("" -tv -vv)
   file="$(machine "$2")"
   read -r -a targets <<<"$4"
-  printf '%-24s %14s %10s %16s %10s %8s %8s\n' "$unit" pcicim peak_KiB "lspci -F" peak_KiB ratio target
+  printf '%-30s %14s %10s %14s %10s %8s %8s\n' "in $unit" pcicim peak_KiB "lspci -F" peak_KiB ratio target
   for row in 0 1 2; do
-    words=(count tree "enum Zelmar_PCIDevice")
-    lspci=("" -tv -vv)
-    target="${targets[row]}"
     # shellcheck disable=SC2086
     ours="$("$measure" "$bin/pcicim" --inventory "$file" ${words[row]})"
     # shellcheck disable=SC2086
     theirs="$("$measure" lspci -F "$file" ${lspci[row]})"
-    awk -v row="${words[row]} : ${lspci[row]:--F}" -v ours="$ours" -v theirs="$theirs" \
-      -v target="$target" 'BEGIN {
+    awk -v row="${words[row]}, -F ${lspci[row]}" -v ours="$ours" -v theirs="$theirs" \
+      -v target="${targets[row]}" 'BEGIN {
         split(ours, o, " "); split(theirs, t, " ")
-        printf "%-24s %14s %10s %16s %10s %8.3f %8s\n", row, o[1], o[2], t[1], t[2], o[1] / t[1], target
+        printf "%-30s %14s %10s %14s %10s %8.3f %8s\n", row, o[1], o[2] ? o[2] : "-",
+               t[1], t[2] ? t[2] : "-", o[1] / t[1], target
       }'
   done | tee "$work/commands-$2-$measure.txt"
 }

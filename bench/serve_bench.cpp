@@ -179,9 +179,8 @@ void measure(const char* inventory, const std::string& className) {
   const Delivery delivery = enumerate(server, className);
   const double cpu = server.cpuSeconds() - before;
   const auto instances = static_cast<double>(delivery.instances);
-  std::printf("instances %zu\ncpu_us %.2f\nsent_bytes %.0f\ngrown_bytes %.0f\n",
-              delivery.instances, cpu * 1e6 / instances,
-              static_cast<double>(delivery.bytes) / instances,
+  std::printf("instances %zu\ncpu_us %.2f\nsent_bytes %.0f\ngrown_bytes %.0f\n", delivery.instances,
+              cpu * 1e6 / instances, static_cast<double>(delivery.bytes) / instances,
               (memoryAfter - memoryBefore) * 1024 / instances);
 }
 

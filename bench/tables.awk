@@ -1,7 +1,8 @@
 # Makes tables of what provider_bench measured:
-#   cost|REQUEST|ALLOCATION|provider or floor|COST     what a request cost
-#   answers|REQUEST|ALLOCATION|ANSWERS|CALLS           what it gave, and the broker calls it made
-# The floor's figures with the arena broker are what the targets are for.
+#   cost|REQUEST|ALLOCATION|provider, floor or least|COST   what a request cost
+#   answers|REQUEST|ANSWERS|CALLS|NEEDED                    what it gave, its broker calls
+# The ratios to the floor with the arena broker are what the targets are for. Those to the least are
+# recorded: a provider that gives up a needless call makes the floor cheaper too.
 # Variables: functions and unit for a table of ratios; ratios=1 for the ratios alone;
 # growth=1 for the growth from a first file to a second.
 BEGIN { FS = "|" }
@@ -10,8 +11,9 @@ FNR == 1 { ++file }
 $1 == "cost" && NF == 5 { cost[file, $2, $3, $4] = $5 }
 $1 == "answers" {
   if (!(($2, file) in known)) { known[$2, file] = 1; order[file, ++count[file]] = $2 }
-  answers[file, $2] = $4
-  calls[file, $2] = $5
+  answers[file, $2] = $3
+  calls[file, $2] = $4
+  needed[file, $2] = $5
 }
 
 # What a ratio is to be; requests that give nothing have none.
@@ -21,15 +23,22 @@ function target(name) {
   return 1.15
 }
 
-function ratio(name, allocation) {
-  if (!((1, name, allocation, "floor") in cost)) return "-"
-  return sprintf("%.3f", cost[1, name, allocation, "provider"] / cost[1, name, allocation, "floor"])
+function ratio(name, allocation, floor) {
+  if (!((1, name, allocation, floor) in cost)) return "-"
+  return sprintf("%.3f", cost[1, name, allocation, "provider"] / cost[1, name, allocation, floor])
+}
+
+function printHeader() {
+  printf "%-52s %8s %8s %8s %12s %7s %7s %12s %7s %7s %7s\n", "request", "answers", "calls", "needed",
+         "malloc", "floor", "least", "arena", "floor", "least", "target"
 }
 
 function printRow(name) {
-  printf "%-52s %8d %8d %13.0f %10s %13.0f %10s %7s\n", name, answers[1, name], calls[1, name],
-         cost[1, name, "malloc", "provider"], ratio(name, "malloc"),
-         cost[1, name, "arena", "provider"], ratio(name, "arena"), target(name)
+  printf "%-52s %8d %8d %8d %12.0f %7s %7s %12.0f %7s %7s %7s\n", name, answers[1, name],
+         calls[1, name], needed[1, name], cost[1, name, "malloc", "provider"],
+         ratio(name, "malloc", "floor"), ratio(name, "malloc", "least"),
+         cost[1, name, "arena", "provider"], ratio(name, "arena", "floor"),
+         ratio(name, "arena", "least"), target(name)
 }
 
 # Costs that have a measure of their own.
@@ -61,13 +70,10 @@ function printGrowth(  at, name, before, after) {
 
 END {
   if (growth) { printGrowth(); exit }
-  if (!ratios) {
-    printf "%-52s %8s %8s %13s %10s %13s %10s %7s\n", "request", "answers", "calls", "malloc broker",
-           "to floor", "arena broker", "to floor", "target"
-  }
+  if (!ratios) printHeader()
   for (at = 1; at <= count[1]; ++at) {
     name = order[1, at]
-    if (ratios) print ratio(name, "arena"), name
+    if (ratios) print ratio(name, "arena", "least"), name
     else printRow(name)
   }
   if (!ratios) printSpecial()

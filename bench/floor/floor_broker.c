@@ -128,8 +128,7 @@ typedef struct FloorArray {
 } FloorArray;
 
 static FloorArray* new_array(CMPICount size, CMPIType type) {
-  FloorArray* array =
-      new_object(sizeof(FloorArray) + size * sizeof(CMPIData), state.tables->array);
+  FloorArray* array = new_object(sizeof(FloorArray) + size * sizeof(CMPIData), state.tables->array);
   array->type = type;
   array->size = size;
   for (CMPICount index = 0; index < size; ++index) {
@@ -286,15 +285,15 @@ static CMPICount get_key_count(const CMPIObjectPath* object, CMPIStatus* status)
 static CMPIString* path_text(const CMPIObjectPath* object, CMPIStatus* status) {
   const FloorPath* path = (const FloorPath*)object;
   char text[1024];
-  size_t used = (size_t)snprintf(text, sizeof text, "%s:%s", path->name_space->text,
-                                 path->class_name->text);
+  size_t used =
+      (size_t)snprintf(text, sizeof text, "%s:%s", path->name_space->text, path->class_name->text);
   for (CMPICount index = 0; index < path->keys.count && used < sizeof text; ++index) {
     const FloorEntry* key = &path->keys.items[index];
     const FloorString* value = key->data.type == CMPI_ref
                                    ? ((const FloorPath*)key->data.value.ref)->class_name
                                    : (const FloorString*)key->data.value.string;
-    used += (size_t)snprintf(text + used, sizeof text - used, "%c%s=\"%s\"",
-                             index == 0 ? '.' : ',', key->name->text, value->text);
+    used += (size_t)snprintf(text + used, sizeof text - used, "%c%s=\"%s\"", index == 0 ? '.' : ',',
+                             key->name->text, value->text);
   }
   answer(status, CMPI_RC_OK);
   return &new_string(text)->object;
@@ -357,8 +356,7 @@ typedef struct FloorEnumeration {
 } FloorEnumeration;
 
 static CMPIEnumeration* new_enumeration(CMPIData item) {
-  FloorEnumeration* enumeration =
-      new_object(sizeof(FloorEnumeration), state.tables->enumeration);
+  FloorEnumeration* enumeration = new_object(sizeof(FloorEnumeration), state.tables->enumeration);
   enumeration->done = false;
   enumeration->item = item;
   return &enumeration->object;
@@ -423,6 +421,69 @@ static CMPIStatus return_object_path(const CMPIResult* object, const CMPIObjectP
 static CMPIStatus return_done(const CMPIResult* object) {
   (void)object;
   return status_of(CMPI_RC_OK);
+}
+
+/* Digests. */
+
+static size_t digest_bytes(size_t digest, const void* bytes, size_t size) {
+  for (size_t at = 0; at < size; ++at) digest = digest * 31 + ((const unsigned char*)bytes)[at];
+  return digest;
+}
+
+static size_t digest_text(size_t digest, const FloorString* string) {
+  return digest_bytes(digest, string->text, strlen(string->text) + 1);
+}
+
+static size_t digest_path(size_t digest, const FloorPath* path);
+
+/* The bytes of a number that count. */
+static size_t size_of(CMPIType type) {
+  static const size_t sizes[] = {1, 2, 4, 8};
+  return type == CMPI_boolean ? 1 : sizes[type >> 4 & 3];
+}
+
+static size_t digest_data(size_t digest, const CMPIData* data) {
+  digest = digest_bytes(digest, &data->type, sizeof data->type);
+  digest = digest_bytes(digest, &data->state, sizeof data->state);
+  if (data->state == CMPI_nullValue) return digest;
+  if (data->type == CMPI_string) return digest_text(digest, (const FloorString*)data->value.string);
+  if (data->type == CMPI_ref) return digest_path(digest, (const FloorPath*)data->value.ref);
+  if ((data->type & CMPI_ARRAY) != 0) {
+    const FloorArray* array = (const FloorArray*)data->value.array;
+    for (CMPICount at = 0; at < array->size; ++at)
+      digest = digest_data(digest, array->elements + at);
+    return digest;
+  }
+  return digest_bytes(digest, &data->value, size_of(data->type));
+}
+
+static size_t digest_entries(size_t digest, const FloorEntries* entries) {
+  for (CMPICount index = 0; index < entries->count; ++index) {
+    digest = digest_text(digest, entries->items[index].name);
+    digest = digest_data(digest, &entries->items[index].data);
+  }
+  return digest;
+}
+
+static size_t digest_path(size_t digest, const FloorPath* path) {
+  digest = digest_text(digest, path->name_space);
+  digest = digest_text(digest, path->class_name);
+  return digest_entries(digest, &path->keys);
+}
+
+static bool is_path(const void* object) {
+  return ((const FloorObject*)object)->ft == state.tables->path;
+}
+
+size_t floor_digest(const FloorResult* result) {
+  size_t digest = result->count;
+  for (CMPICount index = 0; index < result->count; ++index) {
+    const FloorInstance* instance = result->answers[index];
+    const FloorPath* path = is_path(instance) ? result->answers[index] : instance->path;
+    digest = digest_path(digest, path);
+    if (!is_path(instance)) digest = digest_entries(digest, &instance->properties);
+  }
+  return digest;
 }
 
 /* What the broker makes. */

@@ -92,6 +92,9 @@ CMPIContext* floor_new_context(void);
 FloorResult* floor_new_result(void);
 void floor_restart_result(FloorResult* result);
 
+/// A number for all that the result holds; results with the same answers have the same.
+size_t floor_digest(const FloorResult* result);
+
 /// A path in the namespace that all of the provider's paths are in.
 FloorPath* floor_new_path(const char* class_name);
 void floor_add_key(FloorPath* path, const char* name, const CMPIValue* value, CMPIType type);

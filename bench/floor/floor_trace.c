@@ -412,14 +412,18 @@ static const CMPIValue* ready_value(const FloorTrace* trace, const Call* call) {
   return &call->value;
 }
 
+static void make_ready(FloorTrace* trace) {
+  for (size_t index = 0; index < trace->count; ++index) {
+    trace->calls[index].ready = ready_value(trace, &trace->calls[index]);
+  }
+}
+
 void floor_stop_recording(FloorTrace* trace) {
   floor_use_tables(&floor_plain_tables);
   give_tables(recorded_source, &floor_plain_tables);
   recording = NULL;
   trace->slots = checked(calloc(trace->slot_count, sizeof(CMPIValue)));
-  for (size_t index = 0; index < trace->count; ++index) {
-    trace->calls[index].ready = ready_value(trace, &trace->calls[index]);
-  }
+  make_ready(trace);
 }
 
 size_t floor_trace_calls(const FloorTrace* trace) {
@@ -439,6 +443,125 @@ void floor_free_trace(FloorTrace* trace) {
   free(trace->slots);
   free(trace->calls);
   free(trace);
+}
+
+/* What a request needs of its calls: those that answers come from, and each question about the
+ * source once. */
+
+static bool makes_something(const Call* call) {
+  return call->made != kNone || call->made_name != kNone;
+}
+
+/* Calls that change the object that they are made to. */
+static bool is_change(const Call* call) {
+  switch ((Function)call->function) {
+    case kSetElementAt:
+    case kSetProperty:
+    case kSetPropertyFilter:
+    case kAddKey:
+      return true;
+    default:
+      return false;
+  }
+}
+
+static bool is_answer(const Call* call) {
+  switch ((Function)call->function) {
+    case kReturnDone:
+    case kReturnInstance:
+    case kReturnObjectPath:
+      return true;
+    default:
+      return false;
+  }
+}
+
+static bool passes_object(const Call* call) {
+  if (call->function == kReturnInstance || call->function == kReturnObjectPath) return true;
+  return call->function != kSetElementAt && is_change(call) && is_object(call->type);
+}
+
+typedef struct Needs {
+  /* By slot: whether an answer comes from the object, and whether it is the source or from there.
+   */
+  bool* slots;
+  bool* asked;
+  /* By call. */
+  bool* calls;
+} Needs;
+
+static bool same_question(const Call* left, const Call* right) {
+  return left->function == right->function && left->self == right->self &&
+         left->first == right->first && left->argument == right->argument;
+}
+
+/* Questions about the source stay when they come for the first time. */
+static void need_questions(const FloorTrace* trace, Needs* needs) {
+  needs->asked[kSource] = true;
+  for (size_t index = 0; index < trace->count; ++index) {
+    const Call* call = &trace->calls[index];
+    if (!needs->asked[call->self] || is_change(call) || call->function == kNewInstance) continue;
+    bool first = true;
+    for (size_t other = 0; first && other < index; ++other) {
+      first = !needs->calls[other] || !same_question(&trace->calls[other], call);
+    }
+    if (!first) continue;
+    needs->calls[index] = true;
+    if (call->function != kEnumerateInstances && call->function != kEnumerateInstanceNames) {
+      needs->asked[call->made] = true;
+    }
+    needs->asked[kNone] = false;
+  }
+}
+
+/* Whether an instance has a property already, as a key of the path that it was made from. */
+static bool is_key_already(const FloorTrace* trace, size_t index) {
+  const Call* property = &trace->calls[index];
+  CMPICount path = kNone;
+  if (property->function != kSetProperty) return false;
+  while (index-- > 0) {
+    const Call* call = &trace->calls[index];
+    if (call->function == kNewInstance && call->made == property->self) path = call->self;
+    if (path == kNone) continue;
+    if (call->function == kNewObjectPath && call->made == path) break;
+    if (call->function == kAddKey && call->self == path && call->first == property->first) {
+      return true;
+    }
+  }
+  return false;
+}
+
+/* From the last call to the first: an object is needed when a later call needs it. */
+static void need_answers(const FloorTrace* trace, Needs* needs) {
+  for (size_t index = trace->count; index-- > 0;) {
+    const Call* call = &trace->calls[index];
+    needs->slots[kNone] = false;
+    const bool needed =
+        is_answer(call) || needs->calls[index] ||
+        (is_change(call) && needs->slots[call->self] && !is_key_already(trace, index)) ||
+        (makes_something(call) && needs->slots[call->made]);
+    if (!needed) continue;
+    needs->calls[index] = true;
+    needs->slots[call->self] = true;
+    if (passes_object(call)) needs->slots[call->argument] = true;
+  }
+}
+
+void floor_drop_needless(FloorTrace* trace) {
+  Needs needs = {.slots = checked(calloc(trace->slot_count, sizeof(bool))),
+                 .asked = checked(calloc(trace->slot_count, sizeof(bool))),
+                 .calls = checked(calloc(trace->count + 1, sizeof(bool)))};
+  need_questions(trace, &needs);
+  need_answers(trace, &needs);
+  size_t kept = 0;
+  for (size_t index = 0; index < trace->count; ++index) {
+    if (needs.calls[index]) trace->calls[kept++] = trace->calls[index];
+  }
+  trace->count = kept;
+  make_ready(trace);
+  free(needs.slots);
+  free(needs.asked);
+  free(needs.calls);
 }
 
 /* Replaying. One function, as a compiler would make of the provider's own straight run of calls:

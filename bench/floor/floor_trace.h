@@ -21,6 +21,11 @@ size_t floor_trace_calls(const FloorTrace* trace);
 /// Makes the recorded calls, with the same context, result and source or such as equal them.
 void floor_replay(FloorTrace* trace, CMPIContext* context, FloorResult* result, FloorPath* source);
 
+/// Leaves out the calls that no answer comes from: what is read back from the provider's own
+/// objects, set a second time, or made only to be compared. Each question about the source stays
+/// once.
+void floor_drop_needless(FloorTrace* trace);
+
 void floor_free_trace(FloorTrace* trace);
 
 #ifdef __cplusplus
