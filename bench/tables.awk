@@ -50,7 +50,7 @@ function printSpecial(  pairs, ports) {
     printf "%-66s %10.1f   target 250\n", "switches, for each pair of a switch and a function",
            cost[1, "PCIeSwitch instances", "arena", "provider"] / pairs
   }
-  if (ports > 0) {
+  if (ports > 0 && (1, "PCIDeviceConnection names", "arena", "provider") in cost) {
     printf "%-66s %10.1f   target 20\n", "names of device connections, for each port",
            cost[1, "PCIDeviceConnection names", "arena", "provider"] / ports
   }
@@ -73,6 +73,7 @@ END {
   if (!ratios) printHeader()
   for (at = 1; at <= count[1]; ++at) {
     name = order[1, at]
+    if (!((1, name, "arena", "provider") in cost)) continue
     if (ratios) print ratio(name, "arena", "least"), name
     else printRow(name)
   }

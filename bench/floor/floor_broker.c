@@ -26,7 +26,7 @@ static struct {
   Block* chunk;
   char* free;
   char* end;
-} state;
+} state = {.tables = &floor_plain_tables};
 
 static CMPIBroker broker;
 
@@ -586,7 +586,7 @@ const FloorTables floor_plain_tables = {
 };
 
 const CMPIBroker* floor_broker(void) {
-  if (state.tables == NULL) floor_use_tables(&floor_plain_tables);
+  if (broker.bft == NULL) floor_use_tables(state.tables);
   return &broker;
 }
 

@@ -1,5 +1,6 @@
 // What the built provider costs beside a floor that makes the same broker calls from ready values:
-// in instructions, when run by valgrind with --instructions, else in CPU time.
+// in instructions, when run by valgrind, else in CPU time. --verify compares what both answer.
+// Usage: provider_bench --instructions [BEGINNING-OF-REQUESTS] | --verify | [BENCHMARK-OPTION]...
 #include "floor_trace.h"
 
 #include <benchmark/benchmark.h>
@@ -347,26 +348,20 @@ std::size_t countedAgain(const Request& request, const Allocation& allocation, c
   return counted(request.name() + "|" + allocation.name + "|" + whose, run);
 }
 
-void countFloor(Request& request, const char* whose) {
-  request.checkReplay();
+void countFloor(const Request& request, const char* whose) {
   for (const Allocation& allocation : kAllocations) {
     countedAgain(request, allocation, whose, [&request] { return request.replay(); });
   }
 }
 
 void countRequest(Request& request) {
-  std::size_t answers = 0;
   for (const Allocation& allocation : kAllocations) {
-    answers =
-        countedAgain(request, allocation, "provider", [&request] { return request.provide(); });
+    countedAgain(request, allocation, "provider", [&request] { return request.provide(); });
   }
   request.record();
-  const std::size_t calls = request.calls();
   countFloor(request, "floor");
   request.dropNeedless();
   countFloor(request, "least");
-  std::cout << "answers|" << request.name() << "|" << answers << "|" << calls << "|"
-            << request.calls() << '\n';
   request.forget();
 }
 
@@ -374,6 +369,21 @@ void countEverything(const std::string& only) {
   counted("cold start", coldStart);
   for (Request& request : everyRequest()) {
     if (request.name().starts_with(only)) countRequest(request);
+  }
+}
+
+/// Fails where a floor answers otherwise than the provider, and prints what each request gives and
+/// the calls that it makes.
+void verifyEverything() {
+  for (Request& request : everyRequest()) {
+    request.record();
+    request.checkReplay();
+    const std::size_t calls = request.calls();
+    request.dropNeedless();
+    request.checkReplay();
+    std::cout << "answers|" << request.name() << "|" << request.replay() << "|" << calls << "|"
+              << request.calls() << '\n';
+    request.forget();
   }
 }
 
@@ -411,8 +421,11 @@ void timeEverything(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
-    if (argc > 1 && std::string(argv[1]) == "--instructions") {
+    const std::string mode = argc > 1 ? argv[1] : "";
+    if (mode == "--instructions") {
       countEverything(argc > 2 ? argv[2] : "");
+    } else if (mode == "--verify") {
+      verifyEverything();
     } else {
       timeEverything(argc, argv);
     }
