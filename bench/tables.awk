@@ -28,14 +28,19 @@ function ratio(name, allocation, floor) {
   return sprintf("%.3f", cost[1, name, allocation, "provider"] / cost[1, name, allocation, floor])
 }
 
+# Nobody counts calls where time is measured.
+function number(counted) {
+  return counted == "" ? "-" : counted
+}
+
 function printHeader() {
   printf "%-52s %8s %8s %8s %12s %7s %7s %12s %7s %7s %7s\n", "request", "answers", "calls", "needed",
          "malloc", "floor", "least", "arena", "floor", "least", "target"
 }
 
 function printRow(name) {
-  printf "%-52s %8d %8d %8d %12.0f %7s %7s %12.0f %7s %7s %7s\n", name, answers[1, name],
-         calls[1, name], needed[1, name], cost[1, name, "malloc", "provider"],
+  printf "%-52s %8d %8s %8s %12.0f %7s %7s %12.0f %7s %7s %7s\n", name, answers[1, name],
+         number(calls[1, name]), number(needed[1, name]), cost[1, name, "malloc", "provider"],
          ratio(name, "malloc", "floor"), ratio(name, "malloc", "least"),
          cost[1, name, "arena", "provider"], ratio(name, "arena", "floor"),
          ratio(name, "arena", "least"), target(name)
