@@ -57,6 +57,13 @@ typedef struct Text {
   char bytes[];
 } Text;
 
+typedef struct TextBlock {
+  struct TextBlock* next;
+  max_align_t bytes[];
+} TextBlock;
+
+enum { kTextBlockBytes = 1 << 20 };
+
 struct FloorTrace {
   Call* calls;
   size_t count;
@@ -64,6 +71,9 @@ struct FloorTrace {
   CMPIValue* slots;
   CMPICount slot_count;
   Text* texts[kTextLists];
+  /* Texts lie in blocks of their own: among the request's they would spread the heap. */
+  TextBlock* blocks;
+  size_t block_used;
 };
 
 static FloorTrace* recording;
@@ -103,13 +113,28 @@ static size_t hash_of(const void* bytes, size_t size) {
   return hash;
 }
 
+static void* text_memory(size_t size) {
+  FloorTrace* trace = recording;
+  size = (size + sizeof(max_align_t) - 1) / sizeof(max_align_t) * sizeof(max_align_t);
+  if (size > kTextBlockBytes) abort();
+  if (trace->blocks == NULL || trace->block_used + size > kTextBlockBytes) {
+    TextBlock* block = checked(malloc(sizeof(TextBlock) + kTextBlockBytes));
+    block->next = trace->blocks;
+    trace->blocks = block;
+    trace->block_used = 0;
+  }
+  void* memory = (char*)trace->blocks->bytes + trace->block_used;
+  trace->block_used += size;
+  return memory;
+}
+
 /* Names come again and again: what was kept before serves again. */
 static void* keep_bytes(const void* bytes, size_t size) {
   Text** place = &recording->texts[hash_of(bytes, size) % kTextLists];
   for (Text* text = *place; text != NULL; text = text->next) {
     if (text->size == size && memcmp(text->bytes, bytes, size) == 0) return text->bytes;
   }
-  Text* text = checked(malloc(sizeof(Text) + size));
+  Text* text = text_memory(sizeof(Text) + size);
   text->next = *place;
   text->size = size;
   *place = text;
@@ -430,16 +455,12 @@ size_t floor_trace_calls(const FloorTrace* trace) {
   return trace->count;
 }
 
-static void free_texts(Text* text) {
-  while (text != NULL) {
-    Text* next = text->next;
-    free(text);
-    text = next;
-  }
-}
-
 void floor_free_trace(FloorTrace* trace) {
-  for (size_t list = 0; list < kTextLists; ++list) free_texts(trace->texts[list]);
+  while (trace->blocks != NULL) {
+    TextBlock* next = trace->blocks->next;
+    free(trace->blocks);
+    trace->blocks = next;
+  }
   free(trace->slots);
   free(trace->calls);
   free(trace);
