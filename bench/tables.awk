@@ -69,7 +69,7 @@ function printGrowth(  at, name, before, after) {
     after = cost[2, name, "arena", "provider"]
     if (before == 0) continue
     printf "%-52s %14.0f %14.0f %8.2f %12s\n", name, before, after, after / before,
-           answers[1, name] > 0 ? sprintf("%.2f", answers[2, name] / answers[1, name]) : "-"
+           (answers[1, name] > 0 ? sprintf("%.2f", answers[2, name] / answers[1, name]) : "-")
   }
 }
 
