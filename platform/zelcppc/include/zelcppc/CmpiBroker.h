@@ -11,8 +11,8 @@ namespace zelInt {
 /// The object manager as a provider sees it. Object managers give each provider a broker of its
 /// own, so new objects are made by the thread's current broker: the one of the provider that is
 /// being called, or, outside a call, the last that was wrapped. When a provider goes, the broker of
-/// the youngest one left takes over there from its own; whoever wraps a broker without a provider
-/// sees to it that the broker outlives the use of this library.
+/// the youngest one left takes over there from its own; a broker that is wrapped without a provider
+/// must outlive the use of this library.
 ///
 /// From an operation of a provider, what another provider serves:
 ///

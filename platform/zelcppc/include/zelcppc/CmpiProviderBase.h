@@ -24,14 +24,14 @@ class ZELCPPC_EXPORT CmpiProviderBase {
   void setBaseMI(CmpiBaseMI* provider) noexcept { provider_.store(provider); }
   void incUseCount() noexcept { ++useCount_; }
   /// Makes a record of the class known by its handle, which names the provider and lives as long as
-  /// the holder. When the provider goes, the handle is emptied: whatever lives at that address by
-  /// then is not the record's. A record that its factory does not make known is known from its
-  /// first request on, and then serves no other class. Throws std::bad_alloc.
+  /// the holder. When the provider goes, the handle is emptied: an object that lives at that
+  /// address later is not the record's. A record that its factory does not make known is known from
+  /// its first request on, and then serves no other class. Throws std::bad_alloc.
   void addRecord(void*& handle) {
     if (&noteRecord != nullptr) noteRecord(*this, handle);
   }
   /// One user less; the last one takes the provider with it, and all records of the class then name
-  /// none. Answers whether it did.
+  /// none. Returns whether it did.
   bool decUseCount();
   int useCount() const noexcept { return useCount_.load(); }
 
