@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include <gtest/gtest.h>
-#include <mof/mof_writer.h>
 #include <mof/class_repository.h>
+#include <mof/mof_writer.h>
 
 namespace cimom {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cmpi/cmpi.h>
-#include <gtest/gtest.h>
 #include <broker/broker.h>
 #include <broker/request_scope.h>
+#include <cmpi/cmpi.h>
+#include <gtest/gtest.h>
 
 namespace zelInt {
 

@@ -3,9 +3,9 @@
 #include "machine_requests.h"
 #include "scripted_machine.h"
 
-#include <decorated_broker.h>
 #include <broker/broker.h>
 #include <broker/request_scope.h>
+#include <decorated_broker.h>
 
 #include <set>
 

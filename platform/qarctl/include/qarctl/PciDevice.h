@@ -28,8 +28,8 @@ class QARCTL_EXPORT PciDeviceBase {
 /// configuration space reads all ones, nothing is told out of these: it has no capabilities, no
 /// type and no subsystem; ids, class, revision and the bus behind it are what the platform
 /// remembers, and where it does not, ids, class and revision are ones and the bus is 0. Any
-/// operation may throw HostCtl::Lib::HostCtlException and may be called from any thread. It stays as
-/// it was when it was read, also without the PciInfo that it came from.
+/// operation may throw HostCtl::Lib::HostCtlException and may be called from any thread. It stays
+/// as it was when it was read, also without the PciInfo that it came from.
 ///
 ///     const bool isBridge = function.GetClassCode() == 0x0604;
 ///     const bool isUpstream = function.GetPcieDeviceType() == 5;
