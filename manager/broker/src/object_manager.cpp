@@ -6,6 +6,7 @@
 #include <model/names.h>
 
 #include <iterator>
+#include <optional>
 #include <utility>
 
 #include "loaded_providers.h"
@@ -69,14 +70,15 @@ class ObjectManager::Dispatcher {
   }
 
   template <class Operation>
-  Instance instance(const ObjectPath& path, const PropertyList& properties, Operation operation) {
+  std::optional<Instance> instance(const ObjectPath& path, const PropertyList& properties,
+                                   Operation operation) {
     checkRequest(path);
     const auto found = providers_.byClass().find(path.className);
     if (found == providers_.byClass().end() || !found->second.instance.exists()) {
       throwNoProvider(path);
     }
     RequestAnswers answers = call(found->second.instance, named(path, path.className), operation);
-    if (answers.instances.empty()) throw CimError(CMPI_RC_ERR_NOT_FOUND, toText(path));
+    if (answers.instances.empty()) return std::nullopt;
     answers.instances.resize(1);
     narrow(answers.instances, properties);
     return std::move(answers.instances.front());
@@ -211,6 +213,13 @@ std::vector<ObjectPath> ObjectManager::enumerateInstanceNames(const ObjectPath& 
 }
 
 Instance ObjectManager::getInstance(const ObjectPath& path, const PropertyList& properties) {
+  std::optional<Instance> found = findInstance(path, properties);
+  if (!found) throw CimError(CMPI_RC_ERR_NOT_FOUND, toText(path));
+  return *std::move(found);
+}
+
+std::optional<Instance> ObjectManager::findInstance(const ObjectPath& path,
+                                                    const PropertyList& properties) {
   PropertyArray list(properties);
   return dispatcher_->instance(path, properties, [&](auto& mi, auto... request) {
     return mi.ft->getInstance(&mi, request..., list.get());

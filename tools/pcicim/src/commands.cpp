@@ -67,8 +67,16 @@ class ManagedTopology : public TopologySource {
                                  const std::string& deviceId) override {
     cimom::ObjectPath path = classPath(className);
     path.keys.push_back({"DeviceID", cimom::Value::text(deviceId)});
+    const auto found = find(path);
+    return found ? std::optional(toRecord(found->properties)) : std::nullopt;
+  }
+
+ private:
+  /// Most addresses that a tree asks for belong to no function, so that is no exception; that a
+  /// function is no bridge is one, since its provider reports it.
+  std::optional<cimom::Instance> find(const cimom::ObjectPath& path) {
     try {
-      return toRecord(manager_.getInstance(path).properties);
+      return manager_.findInstance(path);
     } catch (const cimom::CimError& error) {
       if (error.code() != CMPI_RC_ERR_NOT_FOUND) {
         throw;
@@ -77,7 +85,6 @@ class ManagedTopology : public TopologySource {
     }
   }
 
- private:
   cimom::ObjectManager& manager_;
 };
 

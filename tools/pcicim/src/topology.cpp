@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
-#include <cstdio>
 #include <map>
 #include <ostream>
 #include <unordered_map>
@@ -33,10 +32,14 @@ bool cutLast(std::string_view& text, char separator, std::string_view& last) {
   return true;
 }
 
-std::string hex(std::uint64_t number, int digits) {
-  char text[24];
-  std::snprintf(text, sizeof text, "%0*llx", digits, static_cast<unsigned long long>(number));
-  return text;
+/// Lower-case hex digits, with zeros in front up to the width.
+std::string hex(std::uint64_t number, std::size_t width) {
+  char text[2 * sizeof number];
+  const char* end = std::to_chars(text, text + sizeof text, number, 16).ptr;
+  const auto length = static_cast<std::size_t>(end - text);
+  std::string padded(std::max(length, width), '0');
+  padded.replace(padded.size() - length, length, text, length);
+  return padded;
 }
 
 /// Sorts unreadable addresses behind all others.

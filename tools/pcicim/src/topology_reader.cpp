@@ -54,6 +54,10 @@ const std::vector<std::string>& wantedProperties() {
   return kNames;
 }
 
+char functionDigit(unsigned function) {
+  return static_cast<char>('0' + function);
+}
+
 class TopologyReader {
  public:
   explicit TopologyReader(TopologySource& source) : source_(source) {}
@@ -179,15 +183,16 @@ class TopologyReader {
     }
   }
 
-  void addFunctionsOf(Address address) {
+  void addFunctionsOf(const Address& first) {
+    // The names of a device's functions differ in their last digit alone.
+    std::string name = addressText(first);
     bool found = false;
     for (unsigned i = 0; i < kFunctionsPerDevice; ++i) {
-      address.function = i;
-      found = isKnown(addressText(address)) || found;
+      name.back() = functionDigit(i);
+      found = isKnown(name) || found;
     }
     for (unsigned i = 0; i < kFunctionsPerDevice && (i == 0 || found); ++i) {
-      address.function = i;
-      const std::string name = addressText(address);
+      name.back() = functionDigit(i);
       if (!isKnown(name)) {
         found = addIfThere(name) || found;
       }

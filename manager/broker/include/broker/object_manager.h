@@ -48,6 +48,11 @@ class ObjectManager final : public Operations {
   /// NOT_FOUND when it returns OK without an instance.
   Instance getInstance(const ObjectPath& path,
                        const PropertyList& properties = std::nullopt) override;
+  /// The same for a client that asks for many names which may not be there: nothing when the
+  /// provider returns OK without an instance. A status of the provider's own is thrown, NOT_FOUND
+  /// too.
+  std::optional<Instance> findInstance(const ObjectPath& path,
+                                       const PropertyList& properties = std::nullopt);
 
   /// Association requests go to each association class that a provider serves, or, with a class
   /// given (assocClass; for references resultClass), to it and its subclasses. Filters go to the
