@@ -2,17 +2,40 @@
 
 #include "hex_digit.h"
 
+#include <algorithm>
+#include <bit>
 #include <charconv>
-#include <cstdio>
 #include <limits>
 
 namespace HostCtl {
 
+namespace {
+
+/// Puts a number's low hex digits at `at`; returns the place behind them.
+char* PutHex(char* at, std::uint32_t number, unsigned digits) {
+  for (unsigned i = 0; i < digits; ++i) {
+    at[digits - 1 - i] = "0123456789abcdef"[number & 0xfU];
+    number >>= 4U;
+  }
+  return at + digits;
+}
+
+unsigned HexDigitsOf(std::uint32_t number) {
+  return (static_cast<unsigned>(std::bit_width(number)) + 3) / 4;
+}
+
+}  // namespace
+
+// Requests over all functions ask for this text again and again, so it is made without a format.
 std::string FunctionAddress::ToText() const {
-  char text[32];
-  std::snprintf(text, sizeof text, "%04x:%02x:%02x.%x", segment, static_cast<unsigned>(bus),
-                static_cast<unsigned>(device), static_cast<unsigned>(function));
-  return text;
+  char text[sizeof "ssssssss:bb:dd.f"];
+  char* end = PutHex(text, segment, std::max(4U, HexDigitsOf(segment)));
+  *end++ = ':';
+  end = PutHex(end, bus, 2);
+  *end++ = ':';
+  end = PutHex(end, device, 2);
+  *end++ = '.';
+  return {text, PutHex(end, function, 1)};
 }
 
 namespace {
