@@ -12,7 +12,7 @@ namespace cimom {
 /// What a request owns.
 struct BrokerObject {
   virtual ~BrokerObject() = default;
-  /// Clones belong to whoever made them and die by their release.
+  /// Clones belong to the caller that made them and end with their release.
   bool isClone = false;
 };
 

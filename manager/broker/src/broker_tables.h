@@ -37,7 +37,7 @@ inline bool checkPath(const CMPIObjectPath* path, CMPIStatus* status) {
 
 /// What providers ask other providers through their broker.
 const CMPIBrokerFT& upcallTable();
-/// Makes objects and tells what they are.
+/// Makes objects and returns their types.
 const CMPIBrokerEncFT& objectTable();
 const CMPIBrokerMemFT& memoryTable();
 /// Threads, keys, mutexes and conditions over POSIX.

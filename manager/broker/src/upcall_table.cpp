@@ -23,7 +23,7 @@ CMPIStatus failureStatus(const CimError& error) {
   return {error.code(), makeString(error.text())};
 }
 
-/// Runs an upcall; what it throws becomes the status, and the answer is then null.
+/// Runs an upcall; what it throws becomes the status, and the result is then null.
 template <class Call>
 auto upcall(const CMPIBroker* broker, CMPIStatus* status, Call call)
     -> decltype(call(std::declval<Operations&>())) {

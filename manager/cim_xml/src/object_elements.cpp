@@ -78,7 +78,7 @@ void writeQualifier(XmlWriter& writer, const std::string& name, const MofValue& 
   writeValue(writer, value);
 }
 
-/// `own` are the qualifiers that stand at the element itself; null when it is inherited whole.
+/// `own` are the qualifiers of the element itself; null when it is inherited whole.
 void writeQualifiers(XmlWriter& writer, const QualifierMap& qualifiers, const QualifierMap* own) {
   for (const auto& [name, value] : qualifiers) {
     writeQualifier(writer, name, value, own == nullptr || !own->contains(name));

@@ -19,10 +19,10 @@ struct RequestedObject {
 
 /// The parameters of an operation. Each function takes one out by its name and throws CimError
 /// (INVALID_PARAMETER) when it is not of the type asked for; a parameter without a value counts as
-/// not given. In the end expectNoOthers() refuses what nobody took.
+/// not given. In the end expectNoOthers() refuses what was not taken.
 class RequestParameters {
  public:
-  /// Throws CimError (INVALID_PARAMETER) when one stands twice. The element outlives this.
+  /// Throws CimError (INVALID_PARAMETER) when one is given twice. The element outlives this.
   RequestParameters(pugi::xml_node call, std::string nameSpace, const ClassRepository& repository);
 
   bool boolean(const char* name, bool otherwise);

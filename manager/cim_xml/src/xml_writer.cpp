@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xef\xbf\xbd";
 
-/// What must not stand as itself; null for all else. White space in attributes and carriage
-/// returns anywhere would be changed by the reader.
+/// The reference that replaces a character; null for a character written as it is. White space in
+/// attributes and carriage returns anywhere would be changed by the reader.
 const char* reference(char32_t code, bool inAttribute) {
   switch (code) {
     case '<':
@@ -44,7 +44,7 @@ std::size_t plainLength(std::string_view text) {
   return static_cast<std::size_t>(std::ranges::find_if_not(text, isPlain) - text.begin());
 }
 
-/// Appends the first character of the text; answers how many bytes of the text it took.
+/// Appends the first character of the text; returns how many bytes of the text it took.
 std::size_t appendCharacter(std::string& out, std::string_view text, bool inAttribute) {
   const auto [code, length] = firstCharacter(text);
   if (length == 0) {

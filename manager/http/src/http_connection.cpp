@@ -173,8 +173,8 @@ void HttpConnection::onUnreadable(const Error& error) {
   refuse(status::bad_request, "This is no HTTP request: " + error.message() + ".");
 }
 
-/// The parser does not tell a length that is no number from one that it cannot hold. The line that
-/// it stopped at is the next in the buffer.
+/// The parser reports the same error for a length that is no number and for one that it cannot
+/// hold. The line that it stopped at is the next in the buffer.
 bool HttpConnection::isNumberTooLarge(const Error& error) const {
   if (error != http::error::bad_content_length) return false;
   const std::string_view rest(static_cast<const char*>(buffer_.data().data()), buffer_.size());
@@ -215,7 +215,7 @@ void HttpConnection::inviteBody() {
 void HttpConnection::onRequest() {
   state_ = State::kAnswering;
   timer_.cancel();
-  // The server runs as long as somebody is at work for it.
+  // The server runs as long as a handler or a worker has work for it.
   auto work = [self = shared_from_this(), running = net::make_work_guard(socket_.get_executor())] {
     try {
       CimXmlReply reply =

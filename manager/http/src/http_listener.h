@@ -15,7 +15,7 @@ class HttpListener {
   using Socket = boost::asio::ip::tcp::socket;
   /// Takes a connection whose handlers run on a strand of its own. Must not throw.
   using Take = std::function<void(Socket)>;
-  /// Told why no more connections can be taken.
+  /// Called with the reason why no more connections can be taken.
   using Fail = std::function<void(const boost::system::error_code&)>;
 
   explicit HttpListener(boost::asio::io_context& context);

@@ -76,7 +76,7 @@ bool hasBody(const HttpRequest& head) {
   return head.count(field::transfer_encoding) > 0 || (!length.empty() && length != "0");
 }
 
-/// The parser takes more than one encoding and a list of equal lengths; what stands before this
+/// The parser takes more than one encoding and a list of equal lengths; a proxy before this
 /// server may take the body's end to be elsewhere then.
 std::optional<HttpResponse> refusalByLength(const HttpRequest& head, const HttpLimits& limits) {
   const bool hasEncoding = head.count(field::transfer_encoding) > 0;

@@ -21,7 +21,7 @@ namespace {
 namespace net = boost::asio;
 using boost::system::error_code;
 
-/// Clients that are told that the server is full; beyond them connections close without a word.
+/// Clients that get a 503 when the server is full; connections beyond them close without one.
 constexpr std::size_t kMostTurnedAway = 64;
 
 }  // namespace
@@ -94,7 +94,7 @@ class CimXmlHttpServer::Implementation {
       holder.add(connection);
       isFull ? connection->turnAway() : connection->serve();
     } catch (...) {
-      // The connection is closed; there is nobody to tell.
+      // The connection is closed; no response can be sent.
     }
   }
 

@@ -37,7 +37,7 @@ void inheritQualifiers(PropertyDeclaration& property, const PropertyDeclaration&
   }
 }
 
-// Where each property stands in a list of them.
+// The index of each property in a list of them.
 using PropertyIndex = std::map<std::string, std::size_t, NameLess>;
 
 PropertyIndex indexByName(const std::vector<PropertyDeclaration>& properties) {

@@ -17,7 +17,7 @@ struct RequestAnswers {
   unsigned doneCount = 0;
 };
 
-/// The length of one request on this thread: every broker object made meanwhile that nobody
+/// The length of one request on this thread: every broker object made meanwhile that was not
 /// cloned is released at its end. Scopes nest.
 class RequestScope {
  public:

@@ -21,7 +21,7 @@ struct CimXmlHeaders {
 
 /// What goes back over HTTP.
 struct CimXmlReply {
-  /// 200 also for operations that failed: the failure then stands in the message.
+  /// 200 also for operations that failed: the failure is then in the message.
   int status = 200;
   /// Value of the CIMError header; empty where there is none to send.
   std::string cimError;
@@ -39,7 +39,7 @@ struct CimXmlSettings {
 /// CIM operations over CIM-XML: request messages in, response messages out. What HTTP is to carry
 /// is fixed by DMTF DSP0200 (operations, headers, error codes), DSP0201 and DSP0203 (the elements).
 ///
-/// Answers the operations that read: classes, instances, one property, associations between
+/// Carries out the operations that read: classes, instances, one property, associations between
 /// instances and between classes. All others, methods among them, fail with CIM_ERR_NOT_SUPPORTED.
 /// LocalOnly counts for classes; for instances it is taken as false, as the standard recommends.
 /// The filters of association requests between instances go to the providers and are theirs to
@@ -50,7 +50,7 @@ class CimXmlService {
   /// Repository and operations outlive the service.
   CimXmlService(const ClassRepository& repository, Operations& operations, CimXmlSettings settings);
 
-  /// Never throws for anything that stands in the request; at most for want of memory. Safe from
+  /// Never throws for anything in the request; at most for want of memory. Safe from
   /// any number of threads if `operations` are.
   CimXmlReply answer(const CimXmlHeaders& headers, std::string_view body) const;
 

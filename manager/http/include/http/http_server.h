@@ -30,9 +30,9 @@ struct HttpLimits {
 
 /// Serves CIM-XML over HTTP/1.1 without encryption and without asking who the client is.
 ///
-/// Takes POST at /cimom and at /; OPTIONS tells what the server can do, other methods are answered
-/// with 405 (M-POST with 501, upon which clients use POST). A request head of more than 16 KiB is
-/// answered with 431, a body in an encoding with 415, one of unknown length with 411.
+/// Takes POST at /cimom and at /; OPTIONS returns what the server can do, other methods are
+/// answered with 405 (M-POST with 501, upon which clients use POST). A request head of more than 16
+/// KiB is answered with 431, a body in an encoding with 415, one of unknown length with 411.
 ///
 ///     CimXmlHttpServer server(service);
 ///     const int port = server.listen("127.0.0.1", 5988);

@@ -19,13 +19,13 @@ struct PropertyDeclaration {
   std::optional<std::size_t> arraySize;
   /// The class that a reference refers to; empty for every other type.
   std::string referenceClass;
-  /// True when the Key qualifier stands here or at a property that this one overrides.
+  /// True when the Key qualifier is here or at a property that this one overrides.
   bool isKey = false;
   QualifierMap qualifiers;
   std::optional<MofValue> defaultValue;
   /// The class that first declares the property, up the chain of overrides.
   std::string originClass;
-  /// Where the name stands in the file of the class; counted from 1.
+  /// Where the name is in the file of the class; counted from 1.
   std::size_t line = 0;
   std::size_t column = 0;
 };

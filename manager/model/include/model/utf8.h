@@ -9,7 +9,7 @@ namespace cimom {
 /// One character at the start of a text, as UTF-8 encodes it.
 struct Utf8Character {
   char32_t code = 0;
-  /// Bytes that it takes; 0 when no well-formed character stands there.
+  /// Bytes that it takes; 0 when there is no well-formed character.
   std::size_t length = 0;
 };
 

@@ -29,7 +29,7 @@ class ClassRepository {
   static ClassRepository loadDirectory(const std::filesystem::path& directory);
 
   /// Reads several files and directories, and what they include, as one schema; a superclass may
-  /// stand in any of them, also after its subclasses. A class declared twice is an error, the same
+  /// be in any of them, also after its subclasses. A class declared twice is an error, the same
   /// file named twice is read once. Throws MofError.
   static ClassRepository load(const std::vector<std::filesystem::path>& filesAndDirectories);
 
@@ -44,14 +44,14 @@ class ClassRepository {
 
   /// Names of the classes right below `name`, or, with `deep`, of all below it, each before its
   /// own subclasses; in alphabetical order among sisters. Empty for an unknown class. An empty
-  /// `name` stands above the classes at the top.
+  /// `name` means the parent of the classes at the top.
   std::vector<std::string> subclasses(std::string_view name, bool deep) const;
 
   /// Names from the superclass of `name` up to the top; empty for an unknown class.
   std::vector<std::string> superclasses(std::string_view name) const;
 
   /// All properties of the class, inherited ones first, topmost class first. A property that a
-  /// subclass declares again stands at its first place with the subclass's type, default and
+  /// subclass declares again keeps its first place with the subclass's type, default and
   /// qualifiers, to which the overridden one's are added where the subclass does not name them.
   /// Empty for an unknown class.
   const std::vector<PropertyDeclaration>& allProperties(std::string_view name) const;

@@ -8,10 +8,10 @@
 
 namespace cimom {
 
-/// The value as it stands to the right of '=': NULL, true, 42, "text", 'c', $alias, or several in
-/// braces. In strings, whatever is not printable on its line is escaped and UTF-8 stays as it is;
-/// control characters that have no letter of their own become \x escapes; a zero byte, which MOF
-/// cannot express, is left out. Safe from any thread, as all functions here.
+/// The value as it is written to the right of '=': NULL, true, 42, "text", 'c', $alias, or several
+/// in braces. In strings, whatever is not printable on its line is escaped and UTF-8 stays as it
+/// is; control characters that have no letter of their own become \x escapes; a zero byte, which
+/// MOF cannot express, is left out. Safe from any thread, as all functions here.
 std::string writeMof(const MofValue& value);
 
 /// The instance in MOF syntax, one property on each line, closed by "};" and a line end:
