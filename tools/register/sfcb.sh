@@ -91,7 +91,7 @@ stage() {
     -r "$data_dir/registration/$1.reg"
 }
 
-# sfcbunstage deletes what it is told, as the names are seen from its staging directory.
+# sfcbunstage deletes the files that it is given, their names as seen from its staging directory.
 unstage() {
   with_mof_files "$1" with_bare_names attempt sfcbunstage \
     ${sfcb_staging:+-s "$sfcb_staging"} -n root/cimv2 -r "$1.reg"
@@ -141,7 +141,7 @@ registered_classes() {
 
 # All namespaces are below root.
 has_namespaces() { [ -d "$1/root" ]; }
-# Tells a directory from another that got its name.
+# The inode number: it differs between a directory and another that got its name.
 # shellcheck disable=SC2012 # find prints no inode number everywhere
 number_of() { ls -di "$1" 2>/dev/null | awk '{ print $1 }'; }
 

@@ -7,7 +7,7 @@
 namespace HostCtl {
 
 /// The bytes of one function's configuration space as far as they were read. Nothing is assumed
-/// beyond the bytes that are there: a register of which a byte is missing answers 0. It is a place
+/// beyond the bytes that are there: a register of which a byte is missing reads as 0. It is a place
 /// to decode from, too large to be kept for each function.
 class ConfigSpace {
  public:

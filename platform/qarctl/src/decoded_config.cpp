@@ -16,7 +16,7 @@ constexpr std::uint8_t kPciX = 0x07;
 constexpr std::uint8_t kSubsystemIds = 0x0d;
 constexpr std::uint8_t kPciExpress = 0x10;
 
-/// The first 256 bytes, with the registers that several answers need.
+/// The first 256 bytes, with the registers that several values need.
 class Decoder {
  public:
   explicit Decoder(const ConfigSpace& config) : config_(config), headerType_(HeaderType()) {}

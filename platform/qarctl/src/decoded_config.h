@@ -17,7 +17,7 @@ struct DecodedConfig {
   std::uint16_t classCode = 0;
   std::uint16_t subsystemVendorId = 0;
   std::uint16_t subsystemId = 0;
-  /// Bit n stands for the CIM capability value n.
+  /// Bit n means the CIM capability value n.
   std::uint16_t cimCapabilities = 0;
   /// PCI Express slot capabilities, bits 31:19, of a root or downstream port with a slot
   /// implemented (flags register, bit 8); 0 for any other function.

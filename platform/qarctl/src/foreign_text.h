@@ -16,7 +16,7 @@ class ForeignText {
   void TakeLine(std::string_view line);
   /// A function's own line that no bytes followed.
   void TakeFunctionWithoutBytes() { functionsWithoutBytes_ = true; }
-  /// Bytes that no function's own line stands above.
+  /// Bytes without a function's own line above them.
   void TakeBytesWithoutFunction() { bytesWithoutFunctions_ = true; }
 
   /// What was found, as the object of a sentence.

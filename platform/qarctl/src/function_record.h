@@ -27,7 +27,7 @@ struct FunctionAddress {
   std::string ToText() const;
 };
 
-/// Reads "[segment:]bus:device.function" at the start of a text; answers how many characters it
+/// Reads "[segment:]bus:device.function" at the start of a text; returns how many characters it
 /// took, 0 when the text does not start with an address.
 std::size_t ParseAddress(std::string_view text, FunctionAddress& address);
 
@@ -37,7 +37,7 @@ std::optional<std::int32_t> LeadingNumber(std::string_view text);
 /// What is kept of one function.
 struct FunctionRecord {
   FunctionAddress address;
-  /// Ids, class, revision and buses are those that the input tells by other means where it does.
+  /// Ids, class, revision and buses are those that the input states by other means where it does.
   DecodedConfig config;
   std::optional<std::int32_t> slot;
   /// Where the parent sits, where the input names it.
@@ -46,7 +46,7 @@ struct FunctionRecord {
   std::optional<FunctionAddress> physicalAddress;
 };
 
-/// What was read. `parentsKnown` says that the input itself tells parents.
+/// What was read. `parentsKnown` says that the input itself states parents.
 struct HostInput {
   std::vector<FunctionRecord> functions;
   bool parentsKnown = false;
@@ -57,7 +57,7 @@ struct HostInput {
 /// skipped and reported once.
 HostInput ReadInventory(const std::string& file);
 
-/// Reads the text of a saved inventory; `name` stands for it in messages. As above.
+/// Reads the text of a saved inventory; `name` is its name in messages. As above.
 HostInput ReadInventoryText(std::string_view text, const std::string& name);
 
 /// Reads the live host below a sysfs root. Throws as above.

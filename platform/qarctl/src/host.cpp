@@ -21,7 +21,7 @@ HostInput ReadInput() {
   return ReadSysfs(root != nullptr && *root != '\0' ? root : "/sys");
 }
 
-/// Tells once of a reading how many functions do not answer, and names the first of them.
+/// Logs once per reading how many functions do not answer, and names the first of them.
 void ReportSilent(const Snapshot& snapshot) {
   constexpr std::size_t kMostNames = 8;
   std::size_t count = 0;

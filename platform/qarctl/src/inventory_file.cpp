@@ -21,7 +21,7 @@ std::string LastError() {
 
 }  // namespace
 
-// Opening a FIFO waits for a writer, perhaps for ever, unless it is told not to.
+// Opening a FIFO waits for a writer, perhaps for ever, unless opened without blocking.
 InventoryFile::InventoryFile(std::string path, Patience patience)
     : path_(std::move(path)),
       patience_(patience),

@@ -8,7 +8,7 @@ namespace HostCtl {
 
 /// How long reading waits for those who write a pipe, in milliseconds.
 struct Patience {
-  /// For somebody to open a FIFO for writing.
+  /// For a writer to open a FIFO.
   int writer = 5'000;
   /// For the next bytes, while there is a writer.
   int silence = 300'000;
@@ -24,7 +24,7 @@ class InventoryFile {
   InventoryFile& operator=(const InventoryFile&) = delete;
 
   /// The next piece, valid until the next call; empty at the end. An end before the first byte of
-  /// a FIFO counts only once somebody has had it open for writing.
+  /// a FIFO counts only once a writer has had it open.
   std::string_view Next();
 
  private:

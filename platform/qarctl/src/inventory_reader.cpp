@@ -170,7 +170,7 @@ void InventoryReader::ReadLine(std::string_view line) {
   }
 }
 
-/// Answers false for a line without the mark of the others, of which nothing but a function's own
+/// Returns false for a line without the mark of the others, of which nothing but a function's own
 /// line is read.
 bool InventoryReader::TakeMarkOff(std::string_view& line) {
   FunctionAddress address;

@@ -18,7 +18,7 @@ struct LineIds {
   std::uint16_t device = 0;
 };
 
-/// One function of a saved inventory, as its lines tell it.
+/// One function of a saved inventory, as its lines describe it.
 struct SavedFunction {
   FunctionAddress address;
   std::optional<LineIds> ids;
@@ -34,7 +34,7 @@ struct SavedFunction {
 ///   bytes, the vendor, it is dropped.
 /// - A row of bytes belongs to the function above it when it follows on the row before it, or when
 ///   as many lines as there are rows in between were there and could not be read.
-/// - A row that leaves a gap and stands directly below another row belongs to the function too, if
+/// - A row that leaves a gap and is directly below another row belongs to the function too, if
 ///   the offsets of all rows from it on ascend until the next function's own line or the end. If
 ///   they fall back, another function's own line may have been lost in the gap: the rows behind the
 ///   gap count as lines that could not be read.
@@ -52,7 +52,7 @@ class InventoryReader {
 
   using Sink = std::function<void(const SavedFunction&)>;
 
-  /// `name` stands for the inventory in messages.
+  /// `name` is the inventory's name in messages.
   InventoryReader(std::string name, Sink sink);
 
   /// The next piece of the text. Throws HostCtl::Lib::HostCtlException when it goes on without
@@ -91,7 +91,7 @@ class InventoryReader {
   std::size_t functions_ = 0;
   /// Bytes taken up to the end of the last function.
   std::size_t lastFunctionEnd_ = 0;
-  /// What stands in front of every line; unknown before the first function's own line.
+  /// What is in front of every line; unknown before the first function's own line.
   std::optional<std::string> mark_;
 
   /// The function being read, when `open_`, and the number of its line.

@@ -135,7 +135,7 @@ void Snapshot::FindSlots() {
   }
 }
 
-// Each segment stands together: the functions are in order.
+// The functions of a segment are contiguous: they are in order.
 void Snapshot::FindParentsByBusRange() {
   std::size_t begin = 0;
   for (std::size_t end = 1; end <= functions_.size(); ++end) {

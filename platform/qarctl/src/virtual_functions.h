@@ -18,7 +18,7 @@ struct PhysicalFunction {
 /// Finds the virtual functions of a saved inventory, whose own configuration space holds ones in
 /// place of their ids. `candidates` are the indices of the functions of that kind in `functions`.
 /// Each that sits where one of the physical functions has a virtual one gets to know it and, where
-/// the input told it no ids, those that it says: its own vendor and the device of its virtual
+/// the input gave it no ids, those that it says: its own vendor and the device of its virtual
 /// functions. Of several physical ones the first counts.
 void IdentifyVirtualFunctions(const std::vector<PhysicalFunction>& physicals,
                               const std::vector<std::size_t>& candidates,

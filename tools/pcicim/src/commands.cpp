@@ -145,7 +145,7 @@ class CommandRunner {
     return {options_.assocClass, options_.resultClass, options_.role, options_.resultRole};
   }
 
-  /// What a request for references answers with is the association: either name filters by it.
+  /// A request for references returns associations: either name filters by their class.
   cimom::AssociationFilter referenceFilter() const {
     cimom::AssociationFilter filter = this->filter();
     if (filter.resultClass.empty()) {

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <utility>
 
-// The command's own stand before the C library's for every library that it loads, since it exports
+// The command's own replace the C library's for every library that it loads, since it exports
 // them; hardened builds call the second one. <syslog.h> would define both inline in such a build.
 extern "C" {
 void vsyslog(int priority, const char* format, va_list arguments);

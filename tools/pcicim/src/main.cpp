@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kFailure = 1;
 
-/// Output that nobody reads any more is no error worth words; a full disk is.
+/// A reader that has closed the pipe is no error to report; a full disk is.
 int outcomeOf(const pcicim::StandardOutputBuffer& output) {
   if (output.error() == 0) {
     return 0;

@@ -29,7 +29,7 @@ struct Options {
   std::string inventory;
   /// Empty: the kernel's name of the host.
   std::string hostName;
-  /// Empty: the two that belong to the project, where they stand beside the program.
+  /// Empty: the two that belong to the project, where they are beside the program.
   std::vector<std::string> providers;
   /// Empty: the one that belongs to the project.
   std::string schema;

@@ -33,7 +33,7 @@ extern "C" void requestStop(int /*signal*/) {
 void stopAt(int signal) {
   struct sigaction action {};
   action.sa_handler = requestStop;
-  // Whoever asks twice does not want to wait.
+  // A second signal ends the process at once.
   action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
   if (sigaction(signal, &action, nullptr) != 0) throwSystemError("sigaction");
 }
@@ -55,14 +55,14 @@ bool isLoopback(const std::string& address) {
   return address.starts_with("127.") || address == "::1" || address == "localhost";
 }
 
-/// An address as it stands in a URL; one that means every address is none to connect to.
+/// An address as it is written in a URL; one that means every address is none to connect to.
 std::string urlHost(const std::string& address) {
   if (address == "0.0.0.0") return "127.0.0.1";
   if (address == "::") return "[::1]";
   return address.find(':') == std::string::npos ? address : "[" + address + "]";
 }
 
-/// The class to try: the first of the published ones that is there, so that somebody else's
+/// The class to try: the first of the published ones that is there, so that another product's
 /// providers get a command that works too.
 std::string classToTry(const std::vector<std::string>& served,
                        const std::vector<std::string>& published) {

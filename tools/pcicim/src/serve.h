@@ -9,7 +9,7 @@
 
 namespace pcicim {
 
-/// Answers CIM-XML over HTTP until SIGINT or SIGTERM comes, then finishes what clients have asked;
+/// Serves CIM-XML over HTTP until SIGINT or SIGTERM comes, then finishes what clients have asked;
 /// a second signal of the same kind ends the process. Says first what is served, where, and how
 /// to ask for one of the `published` classes. Throws what Session::manager() throws, and
 /// std::runtime_error when the address cannot be listened at. Once per process.

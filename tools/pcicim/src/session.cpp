@@ -167,9 +167,9 @@ void Session::checkInput() {
   }
 }
 
-/// The provider reads the inventory when it is first asked, and nobody else may: a pipe comes once.
-/// It logs an error that names the file when it cannot, and then answers as a host without PCI
-/// does, which a person must not take for the truth.
+/// The provider reads the inventory when it is first asked, and nothing else may: a pipe can be
+/// read once. It logs an error that names the file when it cannot, and then returns what a host
+/// without PCI has, which the user must not take for the truth.
 void Session::checkSavedInventory() {
   const ErrorWatch watch(inventory());
   letProviderRead();

@@ -25,8 +25,8 @@ class Session {
 
   const cimom::ClassRepository& classes() const { return *repository_; }
 
-  /// The saved inventory that stands in for the host, and the name that is given to it, from the
-  /// command line or the environment; empty where neither says anything.
+  /// The saved inventory that is read in place of the host, and the name that is given to it, from
+  /// the command line or the environment; empty where neither says anything.
   std::string inventory() const;
   std::string hostName() const;
 

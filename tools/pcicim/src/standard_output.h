@@ -6,8 +6,8 @@
 
 namespace pcicim {
 
-/// Writes to standard output and remembers why that failed: a stream tells only that it did, and
-/// errno is another's by the time somebody asks.
+/// Writes to standard output and remembers why that failed: a stream reports only that it did, and
+/// errno has changed by the time it is read.
 class StandardOutputBuffer : public std::streambuf {
  public:
   StandardOutputBuffer();

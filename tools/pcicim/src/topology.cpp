@@ -43,7 +43,7 @@ std::string hex(std::uint64_t number, std::size_t width) {
 }
 
 /// Sorts unreadable addresses behind all others.
-bool standsBefore(const Function& left, const Function& right) {
+bool comesBefore(const Function& left, const Function& right) {
   const auto leftAddress = parseAddress(left.address);
   const auto rightAddress = parseAddress(right.address);
   if (leftAddress && rightAddress) {
@@ -65,7 +65,7 @@ class TreePrinter {
  public:
   TreePrinter(std::vector<Function> functions, std::ostream& out)
       : functions_(std::move(functions)), out_(out) {
-    std::stable_sort(functions_.begin(), functions_.end(), standsBefore);
+    std::stable_sort(functions_.begin(), functions_.end(), comesBefore);
     for (std::size_t i = 0; i < functions_.size(); ++i) {
       byAddress_.try_emplace(functions_[i].address, i);
     }
@@ -186,7 +186,7 @@ class TreePrinter {
     return "";
   }
 
-  /// A switch's port does not publish its secondary bus: what sits behind it tells.
+  /// A switch's port does not publish its secondary bus: it is the bus of what is behind it.
   std::string busBehind(std::size_t index) const {
     const Function& function = functions_[index];
     if (function.secondaryBus && function.leadsToBus) {

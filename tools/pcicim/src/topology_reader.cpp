@@ -31,7 +31,7 @@ std::optional<unsigned> number(const Record& record, std::string_view name) {
   return value;
 }
 
-/// The name without the " #DEVICE" that tells equal devices apart: the address does that here.
+/// The name without the " #DEVICE" that distinguishes equal devices: the address does that here.
 std::string plainName(const Record& record) {
   std::string name = text(record, "ElementName");
   const std::string suffix = " #" + text(record, "DeviceNumber");
@@ -131,7 +131,7 @@ class TopologyReader {
     }
   }
 
-  /// Any function answers to its address as a device; a bridge tells its bus as a bridge alone.
+  /// Any function can be read as a device by its address; only a bridge's instance has its bus.
   bool addIfThere(const std::string& address, std::optional<Function::Kind> kind = std::nullopt) {
     auto record = source_.instance("Zelmar_PCIDevice", address);
     if (!record) {

@@ -25,7 +25,7 @@ class TopologySource {
                                          const std::string& deviceId) = 0;
 };
 
-/// Collects every PCI function that the classes tell of.
+/// Collects every PCI function that the classes show.
 ///
 /// Devices, bridges and switches are enumerated; ports of switches show in the names of ports
 /// alone. Bridges without ports (host, ISA, CardBus) are in no enumeration, yet answer when asked

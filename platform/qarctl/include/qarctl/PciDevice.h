@@ -25,7 +25,7 @@ class QARCTL_EXPORT PciDeviceBase {
 
 /// One PCI function of the host, as configuration space (PCI Local Bus and PCI Express base
 /// standards) and the platform describe it. Of a function that does not answer, so that its
-/// configuration space reads all ones, nothing is told out of these: it has no capabilities, no
+/// configuration space reads all ones, nothing is derived from these: it has no capabilities, no
 /// type and no subsystem; ids, class, revision and the bus behind it are what the platform
 /// remembers, and where it does not, ids, class and revision are ones and the bus is 0. Any
 /// operation may throw HostCtl::Lib::HostCtlException and may be called from any thread. It stays

@@ -16,7 +16,7 @@ class QARCTL_EXPORT PciInfo {
   PciInfo& operator=(const PciInfo&) = delete;
   virtual ~PciInfo();
 
-  /// Reads the input and answers every function, ascending by segment, bus, device and function,
+  /// Reads the input and returns every function, ascending by segment, bus, device and function,
   /// owned by the caller. The input is read once and in pieces, at most 256 bytes of configuration
   /// space of each live function. Throws HostCtl::Lib::HostCtlException when the input is missing,
   /// unreadable, without an end or, though not empty, without a function.
