@@ -1,7 +1,7 @@
 // Peak and retained memory of reading a saved inventory, for each function: of host control alone,
 // and of the provider's whole build on top of it. Each measurement is a process of its own, since a
 // process reads its host once; each inventory comes through a pipe.
-// Usage: memory_bench [FUNCTIONS]     (1 to 65,536; 16,000 unless told otherwise)
+// Usage: memory_bench [FUNCTIONS]     (1 to 65,536; 16,000 by default)
 #include <PciTopologyCache.h>
 #include <qarctl/HostFactory.h>
 #include <sys/wait.h>
@@ -58,7 +58,7 @@ void measureBoth(unsigned functions, std::size_t bytes) {
   measure("both libraries", functions, bytes, [] { return pciprovider::LoadCache(); });
 }
 
-/// Answers whether the measurement could be made.
+/// Returns whether the measurement could be made.
 bool inProcessOfItsOwn(void (*measurement)(unsigned, std::size_t), unsigned functions,
                        std::size_t bytes) {
   std::fflush(stdout);

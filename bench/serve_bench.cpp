@@ -38,7 +38,7 @@ class Server {
     close(ends[1]);
     FILE* announcement = fdopen(ends[0], "r");
     readPort(announcement);
-    // What it announces later has nobody to read it, and fits into the pipe.
+    // What it announces later is not read, and fits into the pipe.
   }
 
   ~Server() {

@@ -28,7 +28,7 @@ function ratio(name, allocation, floor) {
   return sprintf("%.3f", cost[1, name, allocation, "provider"] / cost[1, name, allocation, floor])
 }
 
-# Nobody counts calls where time is measured.
+# Calls are not counted where time is measured.
 function number(counted) {
   return counted == "" ? "-" : counted
 }

@@ -157,7 +157,7 @@ std::string byteLine(const ConfigSpace& config, std::size_t& offset) {
   return line + '\n';
 }
 
-/// Lines that stand for lost ones, so that bytes at `offset` may follow a line for `expected`.
+/// Lines in place of lost ones, so that bytes at `offset` may follow a line for `expected`.
 std::string lostLines(std::size_t expected, std::size_t offset) {
   std::string lines;
   for (; expected < offset; expected += kBytesPerRow) lines += "lost\n";

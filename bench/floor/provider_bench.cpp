@@ -21,7 +21,7 @@
 #include <malloc.h>
 #include <syslog.h>
 
-// The log is the system's: what it costs depends on who listens. Here nobody does.
+// The log is the system's: what it costs depends on the log daemon. Here calls do nothing.
 extern "C" __attribute__((visibility("default"))) void syslog(int /*priority*/, const char*, ...) {}
 
 namespace {
@@ -374,7 +374,7 @@ void countEverything(const std::string& only) {
   }
 }
 
-/// Fails where a floor answers otherwise than the provider, and prints what each request gives and
+/// Fails where a floor's results differ from the provider's, and prints what each request gives and
 /// the calls that it makes.
 void verifyEverything() {
   for (Request& request : everyRequest()) {

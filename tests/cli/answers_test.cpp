@@ -47,7 +47,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ClassCount{"OMC_UnitaryComputerSystem", 1}),
     [](const auto& test) { return std::string(test.param.name); });
 
-// A standard class answers with the instances of all classes below it.
+// An enumeration of a standard class returns the instances of all classes below it.
 INSTANTIATE_TEST_SUITE_P(
     StandardClassesOnQ35, Counts,
     testing::Values(ClassCount{"CIM_ManagedElement", 69}, ClassCount{"CIM_LogicalDevice", 54},

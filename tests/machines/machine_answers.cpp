@@ -37,7 +37,7 @@ std::string& logText() {
   return text;
 }
 
-/// Keeps warnings and errors; what traces requests or tells of progress is left out.
+/// Keeps warnings and errors; what traces requests or reports progress is left out.
 void keepLogLine(int priority, const char* format, std::va_list arguments) {
   if (priority != LOG_WARNING && priority != LOG_ERR) return;
   char line[2048];
@@ -254,7 +254,7 @@ std::string answersOver(const std::filesystem::path& machine) {
 
 }  // namespace machines
 
-// These stand before the C library's; hardened builds call the second one.
+// These replace the C library's; hardened builds call the second one.
 extern "C" {
 __attribute__((visibility("default"))) void syslog(int priority, const char* format, ...);
 __attribute__((visibility("default"))) void __syslog_chk(int priority, int flag, const char* format,

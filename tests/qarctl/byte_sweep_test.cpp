@@ -1,5 +1,5 @@
 // Every sampled byte of the saved machines changed to several values: nothing but the functions
-// whose text was changed may be lost or told differently.
+// whose text was changed may be lost or described differently.
 #include "function_record.h"
 #include "host_fixture.h"
 #include "snapshot.h"

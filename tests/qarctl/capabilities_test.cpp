@@ -1,4 +1,4 @@
-// The capability list and what is told of it.
+// The capability list and what is derived from it.
 #include "host_fixture.h"
 
 #include <array>

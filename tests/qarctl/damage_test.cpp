@@ -159,7 +159,7 @@ TEST_F(Damage, OfAnOffsetLeavesTheBytesOutOfWrongPlaces) {
   expectWarning(3, "lines missing before these bytes", 0);
 }
 
-/// A switch's upstream port: what it is stands in its last rows.
+/// A switch's upstream port: its type is in its last rows.
 MadeFunction port() {
   return MadeFunction("00:01.0").bridge(2, 4).express(5, 0xe0);
 }

@@ -142,7 +142,7 @@ std::string readSample(const std::string& name) {
 
 }  // namespace qarctltest
 
-// These stand before the C library's; hardened builds call the second one.
+// These replace the C library's; hardened builds call the second one.
 extern "C" {
 __attribute__((visibility("default"))) void syslog(int priority, const char* format, ...);
 __attribute__((visibility("default"))) void __syslog_chk(int priority, int flag, const char* format,

@@ -1,4 +1,4 @@
-// The entry points, what they promise not to do, and how failures are told.
+// The entry points, what they promise not to do, and how failures are reported.
 #include "host_fixture.h"
 
 #include <atomic>
@@ -32,7 +32,7 @@ static_assert(std::is_base_of_v<PciDeviceBase, PciDevice>);
 static_assert(std::is_same_v<decltype(Host::GetHardwareInfo()), std::unique_ptr<HardwareInfo>>);
 static_assert(std::is_same_v<decltype(HostFactory::GetHost()), Host*>);
 
-/// Where an operation stands in its class's table.
+/// The place of an operation in its class's table.
 template <class Operation>
 std::ptrdiff_t placeOf(Operation operation) {
   static_assert(sizeof operation == 2 * sizeof(std::ptrdiff_t));

@@ -7,8 +7,8 @@
 
 namespace qarctltest {
 
-/// One function of a made-up machine: an endpoint 8086:10d3 of class 0x0200, revision 3, until
-/// told otherwise.
+/// One function of a made-up machine: an endpoint 8086:10d3 of class 0x0200, revision 3, unless
+/// changed.
 class MadeFunction {
  public:
   /// `address` as a saved inventory writes it; `size` bytes of configuration space.

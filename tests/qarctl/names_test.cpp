@@ -152,7 +152,7 @@ TEST_F(Names, NeedTheListOnceOnly) {
 }  // namespace
 }  // namespace qarctltest
 
-// Stands before the name library's own, to hand it the test's list.
+// Replaces the name library's own, to give it the test's list.
 extern "C" __attribute__((visibility("default"))) struct pci_access* pci_alloc(void) {
   using Alloc = struct pci_access* (*)();
   const auto real = reinterpret_cast<Alloc>(dlsym(RTLD_NEXT, "pci_alloc"));

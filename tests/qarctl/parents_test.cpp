@@ -1,4 +1,4 @@
-// Which function stands above which.
+// Which function is the parent of which.
 #include "host_fixture.h"
 
 #include <random>

@@ -34,7 +34,7 @@ class Pipe : public HostTest {
 
   std::string name() const { return "/dev/fd/" + std::to_string(ends_[0]); }
 
-  /// Answers false when nobody reads any more.
+  /// Returns false when the reader has closed the pipe.
   bool send(std::string_view text) const {
     while (!text.empty()) {
       const ssize_t count = ::write(ends_[1], text.data(), text.size());

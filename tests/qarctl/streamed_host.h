@@ -12,7 +12,7 @@ class StreamedHost {
  public:
   /// Up to 65,536 functions of `bytes` bytes of configuration space (64, 256 or 4096).
   StreamedHost(unsigned functions, std::size_t bytes);
-  /// Waits for the writing, which ends when nobody reads any more.
+  /// Waits for the writing, which ends when the reader closes the pipe.
   ~StreamedHost();
   StreamedHost(const StreamedHost&) = delete;
   StreamedHost& operator=(const StreamedHost&) = delete;

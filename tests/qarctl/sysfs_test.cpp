@@ -148,7 +148,7 @@ TEST_F(Sysfs, AndInventoryOfTheSameMachineSayTheSame) {
 
 }  // namespace qarctltest
 
-// These stand before the C library's.
+// These replace the C library's.
 extern "C" {
 __attribute__((visibility("default"))) ssize_t pread(int descriptor, void* bytes, std::size_t count,
                                                      off_t offset);

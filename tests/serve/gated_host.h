@@ -12,8 +12,8 @@
 
 namespace servetest {
 
-/// An object manager behind the server, for any number of threads: GetInstance answers with the
-/// path that it was asked for, and does not answer before the gate is open.
+/// An object manager behind the server, for any number of threads: GetInstance returns the
+/// path that it was asked for, and does not return before the gate is open.
 class GatedHost : public cimom::Operations {
  public:
   /// Sets the text of the property Note in every answer.
@@ -25,7 +25,7 @@ class GatedHost : public cimom::Operations {
   void close() { set(false); }
   void open() { set(true); }
 
-  /// True once so many requests stand at the closed gate; false when they do not come in time.
+  /// True once so many requests wait at the closed gate; false when they do not come in time.
   bool waitForRequests(unsigned count) {
     std::unique_lock lock(mutex_);
     return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return waiting_ >= count; });
@@ -70,7 +70,7 @@ class GatedHost : public cimom::Operations {
     changed_.notify_all();
   }
 
-  /// Waits at the gate; answers the note as it is behind it.
+  /// Waits at the gate; returns the note as it is once the gate is open.
   std::string pass() {
     std::unique_lock lock(mutex_);
     ++waiting_;

@@ -35,7 +35,7 @@ class Http : public testing::Test {
     EXPECT_TRUE(raw.send(text));
     return raw.receiveAll();
   }
-  /// A request with the headers given in place of the one that tells its length.
+  /// A request with the headers given in place of the one that states its length.
   std::string withHeaders(const std::string& headers, const std::string& body) const {
     return "POST /cimom HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/xml\r\n" +
            cimHeaders(request) + headers + "\r\n" + body;

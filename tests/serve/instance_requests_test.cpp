@@ -255,7 +255,7 @@ TEST_F(InstanceRequests, ErrorsOfProvidersComeWithTheirCodeAndText) {
   EXPECT_EQ(denied.errorText(), "not \"you\" & <them>");
   EXPECT_THAT(denied.select("//IRETURNVALUE"), IsEmpty());
 
-  // A code that is CMPI's own tells a client nothing.
+  // A code that is CMPI's own means nothing to a client.
   host.failure =
       std::make_exception_ptr(cimom::CimError(CMPI_RC_ERR_INVALID_HANDLE, "a wrong handle"));
   EXPECT_EQ(ask(request).errorCode(), 1);

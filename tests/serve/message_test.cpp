@@ -175,7 +175,7 @@ TEST_F(Messages, HeadersMayBeEncoded) {
   headers.method = "Enumerate%49nstanceNames";
   EXPECT_EQ(service.answer(headers, request.body()).status, 200);
   host.seen.clear();
-  // An escape that is none stands for itself.
+  // An escape that is none is taken as it is.
   headers.object = "root%2Fcimv2%";
   expectRefusal(headers, request.body(), 400, "header-mismatch");
 }

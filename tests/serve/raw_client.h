@@ -8,7 +8,7 @@ namespace servetest {
 /// A connection to a port of this host that sends what the test says, right or wrong.
 class RawClient {
  public:
-  /// Throws std::system_error when nobody listens.
+  /// Throws std::system_error when no server listens.
   explicit RawClient(int port);
   ~RawClient();
   RawClient(const RawClient&) = delete;

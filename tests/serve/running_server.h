@@ -41,7 +41,7 @@ class RunningServer {
 /// A request for the instance of that id, which the gated host answers.
 CimRequest getThing(const std::string& id);
 
-/// The request as it goes over the wire, to /cimom; `headers` stand before the empty line and end
+/// The request as it goes over the wire, to /cimom; `headers` are before the empty line and end
 /// with one of their own.
 std::string wireText(const CimRequest& request, const std::string& headers = "");
 /// The headers that announce the request, each with its end of line.

@@ -75,7 +75,7 @@ TEST(ServeCommand, BothSignalsStopItCleanly) {
   }
 }
 
-/// How the requests of some clients went that ask until nobody answers.
+/// The results of clients that send requests until the server is gone.
 struct Tally {
   std::atomic<int> whole = 0;
   std::atomic<int> broken = 0;

@@ -24,7 +24,7 @@ class ServedOddValues : public testing::Test {
     return CimResponse(answer->body);
   }
 
-  /// The names that an enumeration answers with, each as the XML that came.
+  /// The names that an enumeration returns, each as the XML that came.
   std::vector<std::string> namesOf(const std::string& className) {
     const CimResponse answer =
         ask(CimRequest("EnumerateInstanceNames").className("ClassName", className));
@@ -52,7 +52,7 @@ TEST_F(ServedOddValues, EveryNameComesBackInGetInstance) {
     if (std::string(name).find('\r') == std::string::npos) {
       EXPECT_THAT(answer.select("//PROPERTY[@NAME='Name']/VALUE"), ElementsAre(name));
     } else {
-      // A carriage return that stands there as itself is an end of line in XML.
+      // An unescaped carriage return is an end of line in XML.
       EXPECT_EQ(answer.errorCode(), 6);
     }
   }

@@ -30,7 +30,7 @@ class ServedProcess {
   /// All that it said on standard output before it began to serve.
   const std::string& announcement() const { return announcement_; }
   std::string errors() const { return clitest::readFile(errors_.path()); }
-  /// What stands in the URL between "//" and the path: host and port.
+  /// What the URL has between "//" and the path: host and port.
   const std::string& authority() const { return authority_; }
   int port() const;
 

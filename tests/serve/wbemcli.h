@@ -15,7 +15,7 @@ using Json = nlohmann::ordered_json;
 /// What `pcicim` itself answers to a question, in JSON. Fails the test when it does not.
 Json askPcicim(const clitest::Arguments& host, const clitest::Arguments& question);
 
-/// The client's answer: `options` stand before the object's URL, `words` behind it.
+/// The client's answer: `options` are before the object's URL, `words` behind it.
 clitest::Outcome runWbemcli(const std::string& operation, const clitest::Arguments& options,
                             const std::string& url, const clitest::Arguments& words = {});
 

@@ -1,4 +1,4 @@
-# Builds the installed examples against the installation, as somebody outside the project would.
+# Builds the installed examples against the installation, as a user of the packages does.
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()

@@ -12,7 +12,7 @@ skip() {
 [[ -z "${PCIPROVIDER_NO_SYSTEM_TESTS:-}" ]] || skip "PCIPROVIDER_NO_SYSTEM_TESTS is set"
 ((EUID == 0)) || skip "needs root"
 
-# Mounts made here are seen by nobody else, and go with the process.
+# Mounts made here are visible to this process alone, and go with it.
 if [[ "${1:-}" != --unshared ]]; then
   unshare --mount true 2>/dev/null || skip "no mount namespace of one's own here"
   exec unshare --mount "$0" --unshared "$@"

@@ -26,14 +26,14 @@ class Register : public testing::Test {
   /// The file of a class in one of its namespaces.
   std::filesystem::path classFile(const std::string& nameSpace, const std::string& name) const;
 
-  /// An sfcb with the standard schema and somebody else's class Other_Thing. Its commands know
+  /// An sfcb with the standard schema and another product's class Other_Thing. Its commands know
   /// their directories in the form given, `localStateDirectory` being seen from `sfcbPrefix()`.
   void installSfcb(const std::string& localStateDirectory = "var", bool isWrittenOut = true);
   std::filesystem::path sfcbPrefix() const { return state() / "sfcb"; }
   std::filesystem::path staging() const { return stateOfSfcb() / "stage"; }
   std::filesystem::path registration() const { return stateOfSfcb() / "registration"; }
   std::filesystem::path sfcbSchema() const { return sfcbPrefix() / "share/sfcb/CIM"; }
-  /// Runs a command of that sfcb as somebody else would.
+  /// Runs a command of that sfcb as another user would.
   Outcome runSfcb(const std::string& command) const;
   /// Writes a configuration of sfcb that has these directories of providers.
   std::filesystem::path sfcbConfigFor(const std::string& directories) const;
@@ -72,7 +72,7 @@ class Register : public testing::Test {
   std::filesystem::path mof(const std::string& name) const {
     return data() / "mof" / (name + ".mof");
   }
-  /// A directory in which a manager is told to look for libraries.
+  /// A directory in which a manager is configured to look for libraries.
   std::filesystem::path searched() const { return directory_.path() / "searched"; }
 
  private:
@@ -94,7 +94,7 @@ std::string installedLibrary(const std::string& name);
 
 /// Writes a file anew.
 void write(const std::filesystem::path& file, const std::string& content);
-/// Replaces the one place in the file where the text stands.
+/// Replaces the one place in the file where the text is.
 void replaceIn(const std::filesystem::path& file, const std::string& text,
                const std::string& replacement);
 

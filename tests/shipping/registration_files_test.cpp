@@ -107,8 +107,8 @@ std::vector<std::string> textsOf(const MofValue& value) {
   return texts;
 }
 
-/// What the file declares of one class of OpenPegasus, by the value of the property that tells the
-/// instances apart.
+/// What the file declares of one class of OpenPegasus, by the value of the property that
+/// distinguishes the instances.
 std::map<std::string, Properties> instancesOf(const std::string& file, const std::string& className,
                                               const std::string& key) {
   std::map<std::string, Properties> found;

@@ -28,7 +28,7 @@ std::string contentOf(const std::filesystem::path& file);
 /// Regular files and links below a directory, as paths relative to it, in alphabetical order.
 std::vector<std::string> filesBelow(const std::filesystem::path& directory);
 
-/// True when `word` stands somewhere in a file below the directory, also inside a binary.
+/// True when `word` is somewhere in a file below the directory, also inside a binary.
 bool anyFileMentions(const std::filesystem::path& directory, std::string_view word);
 
 /// A directory of the test's own, removed with the object.

@@ -198,7 +198,7 @@ TEST_P(Ids, AreThoseThatLspciReads) {
 
 INSTANTIATE_TEST_SUITE_P(Sources, Ids, testing::Values("live", "saved", "plain-live"));
 
-// Subsystem ids of bridges are in a capability; sysfs tells them to everybody.
+// Subsystem ids of bridges are in a capability; sysfs shows them to every user.
 TEST(Unprivileged, AnswersAreThoseOfAnInventorySavedWithoutPrivilege) {
   EXPECT_EQ(differences(functions("plain-live"), functions("plain-saved"),
                         {"PhysicalSlot", "SubsystemVendorID", "SubsystemID"}),

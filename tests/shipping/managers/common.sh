@@ -5,7 +5,7 @@
 # shellcheck disable=SC2034 # Variables are for the commands that read it.
 command=$(basename "$0")
 
-# note_call WORD...: notes what a manager is asked to change. Commands that only tell are not noted.
+# note_call WORD...: notes what a manager is asked to change. Commands that only read are not noted.
 note_call() {
   {
     printf '%s' "$command"

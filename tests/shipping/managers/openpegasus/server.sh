@@ -19,8 +19,8 @@ needs_server() {
   fi
 }
 
-# enumerate_names CLASS: as the class' provider answers once its library is loaded. A class without
-# provider has no instances.
+# enumerate_names CLASS: as the class' provider returns them once its library is loaded. A class
+# without provider has no instances.
 enumerate_names() {
   module=$(grep -lx "provider $1" "$modules"/* 2>/dev/null) || return 0
   library=$(sed -n 's/^location \(.*\)/lib\1.so/p' "$module")
