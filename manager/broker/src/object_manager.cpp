@@ -1,3 +1,9 @@
+// Sends each request to the providers of its class. A dispatcher picks them in alphabetical order
+// of their classes (for instances those of the class and of its subclasses, for one instance that
+// of the class itself, for associations those of the filter's class and of its subclasses) and
+// calls each within a RequestScope of its own; what it returns is copied out before the scope ends.
+// Safe from any number of threads once all providers are loaded. A status other than OK always
+// becomes a CimError, and a property list always narrows what is returned (keys stay).
 #include <broker/broker.h>
 #include <broker/object_manager.h>
 #include <broker/property_array.h>

@@ -1,3 +1,9 @@
+// One request message in, one response message out. The headers are compared with the message, then
+// an Operation, found by its method's name, takes its parameters, refuses those that are left, asks
+// the repository (classes) or the operations (instances) and writes what IRETURNVALUE holds. A
+// failed operation rewinds the writer, so that a response holds a result or an error, never both.
+// Everything of a request is on the stack of its thread; nothing is shared but what the service
+// refers to.
 #include <cim_xml/cim_xml_service.h>
 #include <model/cim_error.h>
 #include <model/names.h>

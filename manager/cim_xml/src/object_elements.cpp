@@ -1,3 +1,8 @@
+// Writes classes and instances as the elements of DMTF DSP0201. The repository keeps neither types
+// nor flavors of qualifiers, so both are derived here: the flavors from the table of the standard's
+// qualifiers, the types from the values. What a class inherits is marked as propagated. The
+// functions share nothing but constants and the repository, which does not change: safe from any
+// thread, each with a writer of its own.
 #include "object_elements.h"
 
 #include <algorithm>

@@ -1,3 +1,9 @@
+// Reads the instance names of requests and writes values and paths, as the elements of DMTF
+// DSP0201. Reading is strict: a key gets the type that its class declares, and one that the class
+// does not have, that is given twice or that does not suit its type is a CimError with its name.
+// Writing takes any value; a null value is written as nothing. The functions share nothing but the
+// repository, which does not change: safe from any thread, each with an element and a writer of its
+// own.
 #include "value_elements.h"
 
 #include <model/cim_error.h>

@@ -1,3 +1,8 @@
+// Relates the classes of one or more MOF texts to each other. All declarations are added first,
+// then resolved: superclasses are linked, and properties inherited and overridden from the top
+// down, each class once. Errors name the place of the declaration. Content does not change
+// afterwards, which is why any number of threads may read it without a lock. It is behind a
+// pointer, so that what was handed out stays valid when the repository is moved.
 #include <mof/class_repository.h>
 
 #include <algorithm>

@@ -1,3 +1,8 @@
+// Parses MOF (DMTF DSP0004) with one token of lookahead. The default of a property has to suit its
+// type; whether names exist is checked when classes are related to each other, since a superclass
+// may come in a later file. Qualifier declarations are checked for their form and dropped. The
+// first error ends parsing, with file, line and column. A parser belongs to one text and one
+// thread, and shares nothing.
 #include "mof_parser.h"
 
 #include <algorithm>

@@ -1,3 +1,8 @@
+// Takes pieces of text, cuts them into lines and hands each function over when the next one begins
+// or the text ends; the rules for damaged text are at the class. A row behind a gap is taken and at
+// the same time remembered as held: when a later offset falls back, the held rows are dropped
+// again. For one thread. At any time no more is kept than one line and one function, so that an
+// inventory may be of any length.
 #include "inventory_reader.h"
 
 #include "hex_digit.h"

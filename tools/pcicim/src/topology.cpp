@@ -1,3 +1,8 @@
+// Builds a tree of functions from their addresses and the addresses of their parents, and prints
+// it. The functions are sorted by address first, so that indices are in the order of printing. The
+// input is not trusted: parents may be missing or form a circle, and addresses may be unreadable.
+// Each function is printed exactly once all the same; `printed_` holds which were. A printer is for
+// one thread and one call, and nothing is shared between calls.
 #include "topology.h"
 
 #include <algorithm>

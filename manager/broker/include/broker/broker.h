@@ -12,6 +12,10 @@ namespace cimom {
 /// A CMPI broker. Every slot of its tables is there; what it does not do returns NOT_SUPPORTED.
 /// The functions find their state through the record's hdl, so a copy of the record with other
 /// tables works as well. Safe from any number of threads.
+///
+///     Broker broker(repository, &operations);
+///     RequestScope scope;
+///     CMPIInstanceMI* provider = create(broker.record(), scope.newContext("", 0), &status);
 class Broker {
  public:
   /// `operations` are what a provider may ask for through the broker; without any, such requests

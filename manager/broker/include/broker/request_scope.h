@@ -19,6 +19,11 @@ struct RequestAnswers {
 
 /// The length of one request on this thread: every broker object made meanwhile that was not
 /// cloned is released at its end. Scopes nest.
+///
+///     RequestScope scope;
+///     RequestAnswers answers;
+///     mi->ft->enumerateInstanceNames(mi, scope.newContext("root/cimv2", 0),
+///                                    scope.newResult(answers), scope.newPath(classPath));
 class RequestScope {
  public:
   RequestScope();

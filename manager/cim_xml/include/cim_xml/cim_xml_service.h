@@ -45,6 +45,10 @@ struct CimXmlSettings {
 /// The filters of association requests between instances go to the providers and are theirs to
 /// follow. Text that is no UTF-8 is read as ISO 8859-1 byte by byte; characters that XML cannot
 /// hold become U+FFFD.
+///
+///     CimXmlService service(repository, manager, {.hostName = "node7"});
+///     const CimXmlReply reply = service.answer(headers, body);
+///     send(reply.status, reply.cimError, reply.text);
 class CimXmlService {
  public:
   /// Repository and operations outlive the service.

@@ -21,6 +21,10 @@ using Scalar = std::variant<std::monostate, bool, std::uint64_t, std::int64_t, d
 
 /// A CIM value: its declared type, whether it is an array, and what it holds. A null value is one
 /// without elements that is no array, or an array marked null.
+///
+///     const Value bus = Value::number(CimType::kUint8, 3);
+///     const Value slot = Value::null(CimType::kUint8);
+///     const NamedValue key{"DeviceID", Value::text("0000:03:00.0")};
 struct Value {
   CimType type = CimType::kString;
   bool isArray = false;

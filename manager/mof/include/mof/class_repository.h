@@ -14,6 +14,10 @@ namespace cimom {
 
 /// The classes that an object manager knows, read from MOF.
 ///
+///     const ClassRepository classes = ClassRepository::loadDirectory("schema");
+///     for (const std::string& name : classes.subclasses("CIM_PCIController", true))
+///       std::cout << name << ": " << classes.allProperties(name).size() << " properties\n";
+///
 /// It is filled once by the load functions and cannot be changed afterwards: every reading
 /// function is then safe from any number of threads, and each reference or pointer handed out
 /// lives as long as the repository. All class names are compared regardless of case.
