@@ -1,5 +1,7 @@
 // Writes made-up machines as `lspci -D -xxx` writes real ones: a workstation of 86 functions below
 // two roots, or one of many segments, each a root with 256 functions.
+// Each function is built in memory and printed by a Machine, which stops at the number wanted.
+// The same arguments always give the same text. For one thread.
 // Usage: make_machine FUNCTIONS [FUNCTIONS-PER-SWITCH]
 #include <cstdint>
 #include <cstdio>

@@ -1,3 +1,8 @@
+// Fuzzes the reader of saved inventories. Each text is read whole and in small pieces, by the
+// reader and by the judge, which says the rules once more; all have to find the same functions,
+// also after these are written down again. Then every property, parent and id of a function is
+// checked against a slow and obvious search. A broken rule aborts with its name; HostCtlException
+// is a proper end. For one thread; nothing is kept between texts.
 #include <qarctl/HostCtlException.h>
 #include <syslog.h>
 

@@ -1,3 +1,8 @@
+// Reads a saved inventory the slow way, to compare the reader with. The whole text is cut into
+// lines, each line gets its kind (a function's own, a row, text, other), and each section between
+// two own lines is read by itself, looking ahead where the rules need it. It shares no code with
+// the reader but the parsing of an address and the types of the result, so that a mistake in one is
+// not in the other. Safe from any thread.
 #include "inventory_judge.h"
 
 #include <algorithm>

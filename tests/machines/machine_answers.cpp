@@ -1,3 +1,8 @@
+// Writes down all that the built provider returns over a saved machine. Instances are a line each,
+// with the properties' names and types once per class and usual values left out, so that a file of
+// answers can be read and its differences too. The host's name, the name list and the log are
+// replaced, which makes the text the same on every system. Once per process, on one thread: the
+// provider reads its host once, and the log is one for all.
 #include "machine_answers.h"
 
 #include <provider_requests.h>

@@ -1,3 +1,6 @@
+// The MOF grammar, through ClassRepository::parse: what is accepted and what it becomes, and that
+// every error names file, line and column. The tests at the end damage a text at every byte, which
+// has to end in an error or a repository, never in anything else.
 #include <string>
 #include <string_view>
 #include <vector>

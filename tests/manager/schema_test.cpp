@@ -1,3 +1,7 @@
+// The project's own MOF files against a list of what they have to declare: the ten classes, their
+// superclasses, keys, properties and types, and what a reader of a schema relies on (descriptions,
+// names of values, overrides, references to classes that exist). The schema is read once for all
+// tests and does not change.
 #include <algorithm>
 #include <set>
 #include <string>

@@ -1,4 +1,6 @@
-// Saved inventories in the states in which people send them.
+// Saved inventories in the states in which people send them. Most tests damage a made text in one
+// way, and expect the functions that docs/saved-inventories.md promises, their bytes and the one
+// warning with the number of the first damaged line, its reason and the count of the others.
 #include "host_fixture.h"
 
 #include <syslog.h>

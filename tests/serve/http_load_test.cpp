@@ -1,3 +1,6 @@
+// The server's limits of time and number, its behaviour under load, and how it stops. Requests are
+// held at the gate of GatedHost, so that a test decides how many are under way at a time. No test
+// depends on how fast the machine is: bounds from above are generous.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,3 +1,7 @@
+// HTTP as the server speaks it: methods and places, types, lengths, chunks, limits of size, and
+// connections that go on or end. Ill-formed requests go over a raw connection, well-formed ones
+// through a client; the smuggling tests expect that a refused request ends its connection, so that
+// nothing behind it is taken for a request.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// CIM-XML requests about instances, handed to the service without HTTP. The operations behind it
+// are scripted: a test sets what they return or throw, and sees with what they were called. Wrong
+// names of instances have to be refused before anything is called.
 #include <model/cim_error.h>
 
 #include <stdexcept>

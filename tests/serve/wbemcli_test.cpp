@@ -1,3 +1,7 @@
+// Compares what another project's client reads from `pcicim serve` with what `pcicim` prints
+// itself: each question is asked of both, and the command's JSON is put in the client's words. The
+// hosts are this one, saved machines, and a provider of odd values for names and texts that are
+// hard to carry.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <mof/class_repository.h>

@@ -1,3 +1,6 @@
+// Registration with OpenPegasus, whose commands are replaced by scripts (managers/openpegasus) with
+// the failures that the real ones have. The tests let a registration fail in each of these ways,
+// which the command has to find and to name; removal has to leave the files that were there before.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

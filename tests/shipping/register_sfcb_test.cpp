@@ -1,3 +1,7 @@
+// Registration with sfcb, whose commands are replaced by scripts (managers/sfcb) with the failures
+// that the real ones have. The repository is made anew from staged files, so the tests take care
+// above all that the namespaces outlive a compilation that fails, and that removal restores what
+// was there before.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,3 +1,7 @@
+// The registration command over both managers: which one it serves, where libraries have to be, the
+// links that it makes, and its command line. The managers' commands are replaced by scripts that
+// keep their state in files and note each call, so that a test sees what was changed, and that
+// nothing was where a check failed. Every test has directories of its own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

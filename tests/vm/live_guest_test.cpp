@@ -1,3 +1,7 @@
+// Compares the output of commands that boot_guest.sh ran in a guest, question by question: pcicim
+// over the live host and over inventories saved there, with and without privilege, and lspci. The
+// guest's machine is made by boot_guest.sh; the numbers of functions here are those of its devices.
+// Nothing runs here but the comparison.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,7 +11,6 @@
 #include "../cli/tree_text.h"
 #include "guest_answers.h"
 
-// Compares what a running guest answered, question by question; boot_guest.sh holds the machine.
 namespace vmtest {
 namespace {
 
