@@ -1,3 +1,7 @@
+/* The broker of the floor: strings, arrays, values, paths, instances, enumerations and results,
+ * then the tables that make them. Objects copy what they are given, and come from the heap or an
+ * arena; all are given back at the end of the request but those made while objects are kept. It has
+ * no classes: a class is itself alone. The state is static: one request at a time, no threads. */
 #include "floor_broker.h"
 
 #include <stdio.h>

@@ -1,3 +1,8 @@
+/* Recording puts tables in front of the plain ones that note each call, with a number (slot) for
+ * every object and copies of all texts, and then make it. Replaying makes the noted calls in their
+ * order, each on the objects that the calls before it made. Dropping goes from the last call to the
+ * first and keeps those that a later one, or the result, needs. One recording at a time, no
+ * threads. Slots are the same in recording and replaying, dropped calls included. */
 #include "floor_trace.h"
 
 #include <stdlib.h>
