@@ -7,7 +7,6 @@
 // its own scope and result. A record outlives its requests, and a library its records.
 #include "provider_requests.h"
 
-#include <broker/property_array.h>
 #include <broker/request_scope.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -18,7 +17,6 @@ namespace requests {
 
 using cimom::Instance;
 using cimom::ObjectPath;
-using cimom::PropertyArray;
 using cimom::RequestAnswers;
 using cimom::RequestScope;
 using cimom::Value;
@@ -192,22 +190,33 @@ const char* orNull(const std::string& text) {
   return text.empty() ? nullptr : text.c_str();
 }
 
+/// Pointers into the list, closed by a null; none at all where there is no list.
+std::vector<const char*> propertyPointers(const cimom::PropertyList& list) {
+  std::vector<const char*> pointers;
+  if (!list) return pointers;
+  for (const std::string& name : *list) pointers.push_back(name.c_str());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
 CMPIStatus callRecord(CMPIInstanceMI* mi, const Request& request, const CMPIContext* context,
                       const CMPIResult* result, const CMPIObjectPath* path) {
-  PropertyArray properties(request.properties);
+  std::vector<const char*> pointers = propertyPointers(request.properties);
+  const char** properties = pointers.empty() ? nullptr : pointers.data();
   switch (request.operation) {
     case Operation::kEnumInstanceNames:
       return mi->ft->enumerateInstanceNames(mi, context, result, path);
     case Operation::kEnumInstances:
-      return mi->ft->enumerateInstances(mi, context, result, path, properties.get());
+      return mi->ft->enumerateInstances(mi, context, result, path, properties);
     default:
-      return mi->ft->getInstance(mi, context, result, path, properties.get());
+      return mi->ft->getInstance(mi, context, result, path, properties);
   }
 }
 
 CMPIStatus callRecord(CMPIAssociationMI* mi, const Request& request, const CMPIContext* context,
                       const CMPIResult* result, const CMPIObjectPath* path) {
-  PropertyArray properties(request.properties);
+  std::vector<const char*> pointers = propertyPointers(request.properties);
+  const char** properties = pointers.empty() ? nullptr : pointers.data();
   const char* assocClass = orNull(request.filter.assocClass);
   const char* resultClass = orNull(request.filter.resultClass);
   const char* role = orNull(request.filter.role);
@@ -215,12 +224,12 @@ CMPIStatus callRecord(CMPIAssociationMI* mi, const Request& request, const CMPIC
   switch (request.operation) {
     case Operation::kAssociators:
       return mi->ft->associators(mi, context, result, path, assocClass, resultClass, role,
-                                 resultRole, properties.get());
+                                 resultRole, properties);
     case Operation::kAssociatorNames:
       return mi->ft->associatorNames(mi, context, result, path, assocClass, resultClass, role,
                                      resultRole);
     case Operation::kReferences:
-      return mi->ft->references(mi, context, result, path, resultClass, role, properties.get());
+      return mi->ft->references(mi, context, result, path, resultClass, role, properties);
     default:
       return mi->ft->referenceNames(mi, context, result, path, resultClass, role);
   }

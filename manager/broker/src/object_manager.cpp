@@ -6,7 +6,6 @@
 // becomes a CimError, and a property list always narrows what is returned (keys stay).
 #include <broker/broker.h>
 #include <broker/object_manager.h>
-#include <broker/property_array.h>
 #include <broker/request_scope.h>
 #include <model/cim_error.h>
 #include <model/names.h>
@@ -16,6 +15,7 @@
 #include <utility>
 
 #include "loaded_providers.h"
+#include "property_array.h"
 
 namespace cimom {
 

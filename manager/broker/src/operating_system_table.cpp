@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <mutex>
+#include <type_traits>
 
 #include "broker_tables.h"
 
@@ -16,6 +16,8 @@ namespace {
 // Threads travel as opaque words; a pthread_t fits one.
 static_assert(sizeof(pthread_t) == sizeof(void*));
 static_assert(sizeof(pthread_key_t) == sizeof(unsigned int));
+// Callers start a control word at zero.
+static_assert(std::is_same_v<pthread_once_t, int> && PTHREAD_ONCE_INIT == 0);
 
 char* resolveFileName(const char* name) {
   return name != nullptr ? strdup(name) : nullptr;
@@ -54,14 +56,10 @@ int threadSleep(CMPIUint32 milliseconds) {
   return 0;
 }
 
+/// The word is a pthread_once_t: each has a lock of its own, so an init may use another.
 int threadOnce(int* once, void (*init)(void)) {
-  static std::mutex guard;
-  const std::lock_guard<std::mutex> lock(guard);
-  if (*once == 0) {
-    *once = 1;
-    init();
-  }
-  return 0;
+  if (once == nullptr || init == nullptr) return EINVAL;
+  return pthread_once(once, init);
 }
 
 int createThreadKey(unsigned int* key, void (*cleanup)(void*)) {

@@ -1,0 +1,359 @@
+// The broker's objects through their C tables, and how long they live.
+//
+// A reference in a path is held by all objects that have the path, or a copy of it: how many there
+// are is the use count of that reference, which a Witness shows.
+#include <broker/broker.h>
+#include <broker/request_scope.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace cimom {
+namespace {
+
+/// A path of class Thing that tells how many objects have it.
+class Witness {
+ public:
+  /// The path; the caller's copy counts too.
+  ObjectPath takePath() { return std::move(path_); }
+  long holders() const { return seen_.use_count(); }
+
+ private:
+  static ObjectPath makePath() {
+    ObjectPath path{"", "root/cimv2", "Thing", {{"Name", Value::text("one")}}};
+    path.keys.push_back({"Next", Value::reference({"", "root/cimv2", "Thing", {}})});
+    return path;
+  }
+  ObjectPath path_ = makePath();
+  std::weak_ptr<const ObjectPath> seen_ =
+      std::get<std::shared_ptr<const ObjectPath>>(path_.findKey("Next")->elements.at(0));
+};
+
+std::string textOf(const CMPIString* string) {
+  return string != nullptr ? string->ft->getCharPtr(string, nullptr) : "(null)";
+}
+
+const CMPIValue* chars(const char* text) {
+  return reinterpret_cast<const CMPIValue*>(text);
+}
+
+CMPIValue uint16Value(CMPIUint16 number) {
+  CMPIValue value{};
+  value.uint16 = number;
+  return value;
+}
+
+class BrokerTest : public testing::Test {
+ protected:
+  CMPIObjectPath* newPath(const char* className = "Thing") {
+    return record->eft->newObjectPath(record, "root/cimv2", className, &status);
+  }
+  CMPIInstance* newInstance() { return record->eft->newInstance(record, newPath(), &status); }
+
+  ClassRepository repository = ClassRepository::parse(R"(
+    class Thing { [Key] string Name; uint16 Size; uint16 Sizes[]; datetime Made; Thing REF Next; };
+    class Part : Thing { };
+  )");
+  Broker broker{repository, nullptr};
+  const CMPIBroker* record = broker.record();
+  CMPIStatus status{CMPI_RC_ERR_FAILED, nullptr};
+};
+
+using BrokerLifeTest = BrokerTest;
+
+TEST_F(BrokerLifeTest, TheEndOfARequestReleasesWhatWasMadeInIt) {
+  Witness witness;
+  {
+    RequestScope request;
+    CMPIObjectPath* path = request.newPath(witness.takePath());
+    EXPECT_EQ(witness.holders(), 1);
+    path->ft->release(path);
+    EXPECT_EQ(witness.holders(), 1) << "an object of the request is the request's to release";
+    record->eft->newInstance(record, path, &status);
+    EXPECT_GT(witness.holders(), 1);
+  }
+  EXPECT_EQ(witness.holders(), 0);
+}
+
+TEST_F(BrokerLifeTest, ACloneLivesUntilItsOwnRelease) {
+  Witness witness;
+  CMPIObjectPath* clone = nullptr;
+  {
+    RequestScope request;
+    CMPIObjectPath* path = request.newPath(witness.takePath());
+    clone = path->ft->clone(path, &status);
+    EXPECT_EQ(status.rc, CMPI_RC_OK);
+    EXPECT_EQ(witness.holders(), 2);
+  }
+  ASSERT_EQ(witness.holders(), 1);
+  EXPECT_EQ(textOf(clone->ft->getClassName(clone, nullptr)), "Thing");
+  EXPECT_EQ(clone->ft->release(clone).rc, CMPI_RC_OK);
+  EXPECT_EQ(witness.holders(), 0);
+}
+
+TEST_F(BrokerLifeTest, TheMemoryTableFreesClonesAlone) {
+  RequestScope request;
+  Witness witness;
+  CMPIObjectPath* path = request.newPath(witness.takePath());
+  record->mft->freeObjectPath(record, path->ft->clone(path, nullptr));
+  EXPECT_EQ(witness.holders(), 1);
+  record->mft->freeObjectPath(record, path);
+  EXPECT_EQ(witness.holders(), 1);
+  record->mft->freeObjectPath(record, nullptr);
+}
+
+TEST_F(BrokerLifeTest, ACloneOfACloneIsOneToo) {
+  RequestScope request;
+  Witness witness;
+  CMPIObjectPath* path = request.newPath(witness.takePath());
+  CMPIObjectPath* clone = path->ft->clone(path, nullptr);
+  CMPIObjectPath* second = clone->ft->clone(clone, nullptr);
+  clone->ft->release(clone);
+  EXPECT_EQ(witness.holders(), 2);
+  second->ft->release(second);
+  EXPECT_EQ(witness.holders(), 1);
+}
+
+TEST_F(BrokerLifeTest, AnInnerRequestEndsWithWhatWasMadeInItAlone) {
+  Witness outerPath;
+  Witness innerPath;
+  RequestScope outer;
+  CMPIObjectPath* path = outer.newPath(outerPath.takePath());
+  {
+    RequestScope inner;
+    inner.newPath(innerPath.takePath());
+    record->eft->newInstance(record, path, &status);
+    EXPECT_GT(outerPath.holders(), 1);
+  }
+  EXPECT_EQ(innerPath.holders(), 0);
+  EXPECT_EQ(outerPath.holders(), 1);
+}
+
+TEST_F(BrokerLifeTest, AfterAnInnerRequestTheOuterOneOwnsWhatIsMade) {
+  Witness witness;
+  {
+    RequestScope outer;
+    CMPIObjectPath* path = outer.newPath(witness.takePath());
+    { RequestScope inner; }
+    record->eft->newInstance(record, path, &status);
+    { RequestScope later; }
+    EXPECT_GT(witness.holders(), 1) << "it outlives another inner request";
+  }
+  EXPECT_EQ(witness.holders(), 0);
+}
+
+TEST_F(BrokerLifeTest, WhatIsMadeOutsideRequestsLivesUntilItsThreadEnds) {
+  Witness witness;
+  std::thread([&] {
+    CMPIInstance* instance = nullptr;
+    {
+      // A clone brings the path out of its request, an instance with it belongs to the thread.
+      CMPIObjectPath* clone = nullptr;
+      {
+        RequestScope request;
+        CMPIObjectPath* path = request.newPath(witness.takePath());
+        clone = path->ft->clone(path, nullptr);
+      }
+      instance = record->eft->newInstance(record, clone, nullptr);
+      clone->ft->release(clone);
+    }
+    EXPECT_GT(witness.holders(), 0);
+    { RequestScope request; }
+    EXPECT_EQ(instance->ft->getPropertyCount(instance, nullptr), 2U);
+  }).join();
+  EXPECT_EQ(witness.holders(), 0);
+}
+
+class BrokerObjectTest : public BrokerTest {
+ protected:
+  RequestScope request;
+};
+
+TEST_F(BrokerObjectTest, StringsHoldACopyOfTheirText) {
+  std::string text = "text";
+  CMPIString* string = record->eft->newString(record, text.c_str(), &status);
+  text = "else";
+  EXPECT_EQ(status.rc, CMPI_RC_OK);
+  EXPECT_EQ(textOf(string), "text");
+  CMPIString* clone = string->ft->clone(string, nullptr);
+  EXPECT_NE(clone->ft->getCharPtr(clone, nullptr), string->ft->getCharPtr(string, nullptr));
+  EXPECT_EQ(textOf(clone), "text");
+  clone->ft->release(clone);
+  EXPECT_EQ(textOf(record->eft->newString(record, nullptr, nullptr)), "");
+}
+
+TEST_F(BrokerObjectTest, ArraysHoldElementsOfTheirType) {
+  CMPIArray* array = record->eft->newArray(record, 2, CMPI_uint16, &status);
+  ASSERT_EQ(status.rc, CMPI_RC_OK);
+  EXPECT_EQ(array->ft->getSize(array, nullptr), 2U);
+  EXPECT_EQ(array->ft->getSimpleType(array, nullptr), CMPI_uint16);
+  const CMPIValue seven = uint16Value(7);
+  EXPECT_EQ(array->ft->setElementAt(array, 1, &seven, CMPI_uint16).rc, CMPI_RC_OK);
+  EXPECT_EQ(array->ft->getElementAt(array, 0, nullptr).state, CMPI_nullValue);
+  const CMPIData element = array->ft->getElementAt(array, 1, &status);
+  EXPECT_EQ(element.type, CMPI_uint16);
+  EXPECT_EQ(element.state, CMPI_goodValue);
+  EXPECT_EQ(element.value.uint16, 7);
+}
+
+TEST_F(BrokerObjectTest, ArraysRefuseOtherTypesAndPlacesBeyondTheirEnd) {
+  CMPIArray* array = record->eft->newArray(record, 2, CMPI_uint16, nullptr);
+  const CMPIValue seven = uint16Value(7);
+  EXPECT_EQ(array->ft->setElementAt(array, 2, &seven, CMPI_uint16).rc,
+            CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  EXPECT_EQ(array->ft->setElementAt(array, 0, &seven, CMPI_uint8).rc, CMPI_RC_ERR_TYPE_MISMATCH);
+  EXPECT_EQ(array->ft->getElementAt(array, 2, &status).state, CMPI_nullValue | CMPI_notFound);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  for (const int type : {+CMPI_args, CMPI_ARRAY | CMPI_uint16}) {
+    EXPECT_EQ(record->eft->newArray(record, 2, static_cast<CMPIType>(type), &status), nullptr);
+    EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_DATA_TYPE);
+  }
+}
+
+TEST_F(BrokerObjectTest, PathsHoldTheirPartsAndKeysInOrder) {
+  CMPIObjectPath* path = newPath("Part");
+  EXPECT_EQ(path->ft->setHostname(path, "host").rc, CMPI_RC_OK);
+  const CMPIValue seven = uint16Value(7);
+  EXPECT_EQ(path->ft->addKey(path, "Name", chars("one"), CMPI_chars).rc, CMPI_RC_OK);
+  EXPECT_EQ(path->ft->addKey(path, "Size", &seven, CMPI_uint16).rc, CMPI_RC_OK);
+  EXPECT_EQ(path->ft->addKey(path, "NAME", chars("two"), CMPI_chars).rc, CMPI_RC_OK);
+  EXPECT_EQ(textOf(path->ft->toString(path, nullptr)), "root/cimv2:Part.Name=\"two\",Size=7");
+  EXPECT_EQ(path->ft->getKeyCount(path, nullptr), 2U);
+  CMPIString* name = nullptr;
+  EXPECT_EQ(path->ft->getKeyAt(path, 1, &name, &status).value.uint16, 7);
+  EXPECT_EQ(textOf(name), "Size");
+  CMPIObjectPath* other = newPath("Thing");
+  EXPECT_EQ(other->ft->setHostAndNameSpaceFromObjectPath(other, path).rc, CMPI_RC_OK);
+  EXPECT_EQ(textOf(other->ft->getHostname(other, nullptr)), "host");
+  EXPECT_NE(record->eft->classPathIsA(record, path, "thing", nullptr), 0);
+  EXPECT_EQ(record->eft->classPathIsA(record, other, "Part", nullptr), 0);
+}
+
+TEST_F(BrokerObjectTest, PathsRefuseBadKeys) {
+  CMPIObjectPath* path = newPath();
+  EXPECT_EQ(path->ft->addKey(path, nullptr, chars("one"), CMPI_chars).rc,
+            CMPI_RC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(path->ft->addKey(path, "Name", chars("one"), CMPI_args).rc,
+            CMPI_RC_ERR_INVALID_DATA_TYPE);
+  EXPECT_EQ(path->ft->getKey(path, "Name", &status).state, CMPI_nullValue | CMPI_notFound);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_NOT_FOUND);
+  EXPECT_EQ(textOf(status.msg), "the path has no key Name");
+  path->ft->getKeyAt(path, 0, nullptr, &status);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  EXPECT_EQ(record->eft->newObjectPath(record, "root/cimv2", nullptr, &status), nullptr);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+}
+
+TEST_F(BrokerObjectTest, InstancesTakeTheirKeysFromThePathAndPutThemThere) {
+  CMPIObjectPath* path = newPath();
+  path->ft->addKey(path, "Name", chars("one"), CMPI_chars);
+  CMPIInstance* instance = record->eft->newInstance(record, path, &status);
+  ASSERT_EQ(status.rc, CMPI_RC_OK);
+  EXPECT_EQ(textOf(instance->ft->getProperty(instance, "name", nullptr).value.string), "one");
+  EXPECT_EQ(instance->ft->setProperty(instance, "Name", chars("two"), CMPI_chars).rc, CMPI_RC_OK);
+  const CMPIObjectPath* named = instance->ft->getObjectPath(instance, nullptr);
+  EXPECT_EQ(textOf(named->ft->toString(named, nullptr)), "root/cimv2:Thing.Name=\"two\"");
+  EXPECT_EQ(textOf(path->ft->toString(path, nullptr)), "root/cimv2:Thing.Name=\"one\"");
+}
+
+TEST_F(BrokerObjectTest, InstancesTakeValuesOfTheDeclaredTypeAlone) {
+  CMPIInstance* instance = newInstance();
+  CMPIValue value = uint16Value(7);
+  const auto set = [&](const char* name, CMPIType type) {
+    return instance->ft->setProperty(instance, name, &value, type);
+  };
+  EXPECT_EQ(set("size", CMPI_uint16).rc, CMPI_RC_OK);
+  const CMPIStatus mismatch = set("Size", CMPI_uint32);
+  EXPECT_EQ(mismatch.rc, CMPI_RC_ERR_TYPE_MISMATCH);
+  EXPECT_EQ(textOf(mismatch.msg), "property Thing.Size is of type uint16");
+  EXPECT_EQ(set("Sizes", CMPI_uint16).rc, CMPI_RC_ERR_TYPE_MISMATCH);
+  const CMPIStatus unknown = set("Weight", CMPI_uint16);
+  EXPECT_EQ(unknown.rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  EXPECT_EQ(textOf(unknown.msg), "class Thing has no property Weight");
+  EXPECT_EQ(set(nullptr, CMPI_uint16).rc, CMPI_RC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(instance->ft->setProperty(instance, "Made", chars("20260101"), CMPI_chars).rc,
+            CMPI_RC_OK)
+      << "points in time come as text";
+  value.array = record->eft->newArray(record, 1, CMPI_uint16, nullptr);
+  EXPECT_EQ(set("Sizes", CMPI_ARRAY | CMPI_uint16).rc, CMPI_RC_OK);
+  EXPECT_EQ(instance->ft->getPropertyCount(instance, nullptr), 3U);
+}
+
+TEST_F(BrokerObjectTest, InstancesOfUnknownClassesAreRefused) {
+  EXPECT_EQ(record->eft->newInstance(record, newPath("Nothing"), &status), nullptr);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_CLASS);
+  EXPECT_EQ(textOf(status.msg), "unknown class Nothing");
+  EXPECT_EQ(record->eft->newInstance(record, nullptr, &status), nullptr);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+}
+
+TEST_F(BrokerObjectTest, APropertyFilterDropsWhatIsThereAndWhatComes) {
+  CMPIInstance* instance = newInstance();
+  const CMPIValue seven = uint16Value(7);
+  instance->ft->setProperty(instance, "Size", &seven, CMPI_uint16);
+  const char* properties[] = {"Made", nullptr};
+  const char* keys[] = {"Name", nullptr};
+  EXPECT_EQ(instance->ft->setPropertyFilter(instance, properties, keys).rc, CMPI_RC_OK);
+  EXPECT_EQ(instance->ft->getPropertyCount(instance, nullptr), 0U);
+  EXPECT_EQ(instance->ft->setProperty(instance, "Size", &seven, CMPI_uint16).rc, CMPI_RC_OK);
+  EXPECT_EQ(instance->ft->setProperty(instance, "Name", chars("one"), CMPI_chars).rc, CMPI_RC_OK);
+  EXPECT_EQ(instance->ft->getPropertyCount(instance, nullptr), 1U);
+}
+
+TEST_F(BrokerObjectTest, ObjectsSayWhatTheyAre) {
+  CMPIString* string = record->eft->newString(record, "text", nullptr);
+  EXPECT_EQ(textOf(record->eft->getType(record, string, nullptr)), "CMPIString");
+  EXPECT_EQ(textOf(record->eft->getType(record, newPath(), nullptr)), "CMPIObjectPath");
+  EXPECT_EQ(textOf(record->eft->getType(record, newInstance(), nullptr)), "CMPIInstance");
+  EXPECT_NE(record->eft->isOfType(record, string, "CMPIString", nullptr), 0);
+  EXPECT_EQ(record->eft->isOfType(record, string, "CMPIArray", nullptr), 0);
+  EXPECT_EQ(record->eft->getType(record, nullptr, &status), nullptr);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_HANDLE);
+}
+
+TEST_F(BrokerObjectTest, ResultsTakeInstancesAndPathsInTheirOrder) {
+  RequestAnswers answers;
+  CMPIResult* result = request.newResult(answers);
+  EXPECT_EQ(result->ft->returnObjectPath(result, newPath()).rc, CMPI_RC_OK);
+  CMPIValue value{};
+  value.ref = newPath("Part");
+  EXPECT_EQ(result->ft->returnData(result, &value, CMPI_ref).rc, CMPI_RC_OK);
+  EXPECT_EQ(result->ft->returnInstance(result, newInstance()).rc, CMPI_RC_OK);
+  EXPECT_EQ(result->ft->returnDone(result).rc, CMPI_RC_OK);
+  ASSERT_EQ(answers.paths.size(), 2U);
+  EXPECT_EQ(answers.paths[0].className, "Thing");
+  EXPECT_EQ(answers.paths[1].className, "Part");
+  EXPECT_EQ(answers.instances.size(), 1U);
+  EXPECT_EQ(answers.doneCount, 1U);
+  EXPECT_EQ(result->ft->returnInstance(result, nullptr).rc, CMPI_RC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(result->ft->returnData(result, nullptr, CMPI_ref).rc, CMPI_RC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(result->ft->returnData(result, &value, CMPI_uint8).rc, CMPI_RC_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(answers.paths.size() + answers.instances.size(), 3U);
+}
+
+TEST_F(BrokerObjectTest, AHandleWithoutAnObjectIsReported) {
+  const CMPIObjectPath* path = newPath();
+  CMPIObjectPath empty{nullptr, path->ft};
+  EXPECT_EQ(path->ft->release(&empty).rc, CMPI_RC_ERR_INVALID_HANDLE);
+  EXPECT_EQ(path->ft->clone(&empty, &status), nullptr);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_HANDLE);
+  EXPECT_EQ(path->ft->setClassName(nullptr, "Thing").rc, CMPI_RC_ERR_INVALID_HANDLE);
+  EXPECT_EQ(path->ft->getKeyCount(nullptr, &status), 0U);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_HANDLE);
+}
+
+TEST_F(BrokerObjectTest, WithoutOperationsProvidersCannotAskEachOther) {
+  const CMPIContext* context = request.newContext("root/cimv2", 0);
+  EXPECT_EQ(record->bft->enumerateInstances(record, context, newPath(), nullptr, &status), nullptr);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(record->bft->enumerateInstances(record, context, nullptr, nullptr, &status), nullptr);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(record->eft->newArgs(record, &status), nullptr);
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
+}  // namespace
+}  // namespace cimom
