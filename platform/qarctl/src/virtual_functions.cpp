@@ -29,7 +29,6 @@ struct Candidate {
 };
 
 void Identify(const PhysicalFunction& physical, FunctionRecord& function) {
-  if (function.physicalAddress) return;
   function.physicalAddress = physical.address;
   if (function.config.vendorId != kNoId || function.config.deviceId != kNoId) return;
   function.config.vendorId = physical.vendorId;
@@ -50,7 +49,11 @@ void IdentifyVirtualsOf(const PhysicalFunction& physical, const std::vector<Cand
     const std::uint32_t wanted = first + number * stride;
     at = std::lower_bound(at, candidates.end(), Candidate{physical.address.segment, wanted, 0});
     if (at == candidates.end() || at->segment != physical.address.segment) return;
-    if (at->routingId == wanted) {
+    if (at->routingId == wanted && functions[at->index].physicalAddress) {
+      // So are all others at this address, and going through them again for each physical function
+      // takes long.
+      ++number;
+    } else if (at->routingId == wanted) {
       Identify(physical, functions[at->index]);
       ++at;
     } else {
