@@ -123,6 +123,21 @@ TEST(Errors, ThingsThatAreNoInventorySayWhatTheyAre) {
       << endless.err;
 }
 
+/// The provider logs an error about addresses that are there twice.
+TEST(Errors, InventoryNamedLikeAWordOfAnotherErrorIsNone) {
+  const std::string function = MadeFunction("00:02.0").text();
+  const TemporaryFile twice(function + function);
+  const Outcome outcome = runProgram(
+      "/bin/sh", {"-c",
+                  R"(folder=$(mktemp -d) && cp "$0" "$folder/duplicate" && cd "$folder" || exit 99
+                     "$1" --inventory duplicate tree
+                     status=$?; rm -r "$folder"; exit $status)",
+                  twice.path().string(), PCICIM_PROGRAM});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.err.find("duplicate name found"), std::string::npos) << outcome.err;
+  EXPECT_NE(outcome.out.find("0000:00:02.0"), std::string::npos) << outcome.out;
+}
+
 TEST(Errors, InventoryFromAFifoWithoutWriter) {
   const TemporaryFile name("");
   std::filesystem::remove(name.path());

@@ -169,9 +169,11 @@ void Session::checkInput() {
 
 /// The provider reads the inventory when it is first asked, and nothing else may: a pipe can be
 /// read once. It logs an error that names the file when it cannot, and then returns what a host
-/// without PCI has, which the user must not take for the truth.
+/// without PCI has, which the user must not take for the truth. The
+/// file's name alone would not do: other errors hold ordinary words and addresses, which may be a
+/// file's name too.
 void Session::checkSavedInventory() {
-  const ErrorWatch watch(inventory());
+  const ErrorWatch watch("PCI inventory " + inventory());
   letProviderRead();
   if (watch.noticed()) {
     throw std::runtime_error(inventory() + ": no PCI function could be read from it");
