@@ -1,5 +1,8 @@
-// Memory that is short while the list of names is read costs the names of that moment alone.
+// Memory that is short while the list of names is read costs the names of that moment alone; while
+// the host is read it is an error like any other, or a large host would pass for one without PCI.
 #include "host_fixture.h"
+
+#include <qarctl/HostCtlException.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -81,6 +84,47 @@ TEST_F(NamesWithLittleMemory, ComeWithTheNextQuestion) {
   // Reading fails before the list is opened, at many places in it, and not at all.
   EXPECT_GT(endings[kNamedLater], 20);
   EXPECT_GT(endings[kNamedAtOnce], 5);
+}
+
+enum Reading { kRead = 20, kTold = 21, kThrewOther = 22 };
+
+/// Reads the host in a process of its own with so much memory left.
+template <class Read>
+int readingWith(long bytes, const std::string& error, const Read& read) {
+  const pid_t child = fork();
+  if (child == 0) {
+    try {
+      memoryLeft = bytes;
+      read();
+      _exit(kRead);
+    } catch (const HostCtl::Lib::HostCtlException& failure) {
+      _exit(failure.what() == error ? kTold : kThrewOther);
+    } catch (...) {
+      _exit(kThrewOther);
+    }
+  }
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+class HostWithLittleMemory : public HostTest {};
+
+TEST_F(HostWithLittleMemory, IsAnErrorThatNamesTheInventory) {
+  if (kSanitized) GTEST_SKIP() << "sanitizers have an allocator of their own";
+  std::string text;
+  for (int function = 0; function < 1000; ++function) text += MadeFunction("00:01.0").text();
+  readInventory(text);
+  const std::string error =
+      "cannot read PCI inventory " + std::string(getenv("QARCTL_PCI_DUMP")) + ": out of memory";
+  std::map<int, int> readings;
+  for (long bytes = 20'000; bytes < 800'000; bytes += 20'000) {
+    const int reading = readingWith(bytes, error, [] { read(); });
+    EXPECT_TRUE(reading == kRead || reading == kTold) << reading << ' ' << bytes;
+    ++readings[reading];
+  }
+  EXPECT_GT(readings[kTold], 3);
+  EXPECT_GT(readings[kRead], 3);
 }
 
 }  // namespace

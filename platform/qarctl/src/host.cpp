@@ -2,9 +2,11 @@
 #include "name_list.h"
 #include "snapshot.h"
 
+#include <qarctl/HostCtlException.h>
 #include <qarctl/HostFactory.h>
 
 #include <cstdlib>
+#include <new>
 #include <string>
 
 #include <sys/utsname.h>
@@ -14,11 +16,31 @@ namespace HostCtl {
 
 namespace {
 
+/// A variable of the environment; empty when it is not set.
+std::string Variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+std::string InventoryName() {
+  return Variable("QARCTL_PCI_DUMP");
+}
+
+std::string SysfsRoot() {
+  const std::string root = Variable("QARCTL_SYSFS_ROOT");
+  return root.empty() ? "/sys" : root;
+}
+
 HostInput ReadInput() {
-  const char* inventory = std::getenv("QARCTL_PCI_DUMP");
-  if (inventory != nullptr && *inventory != '\0') return ReadInventory(inventory);
-  const char* root = std::getenv("QARCTL_SYSFS_ROOT");
-  return ReadSysfs(root != nullptr && *root != '\0' ? root : "/sys");
+  const std::string inventory = InventoryName();
+  return inventory.empty() ? ReadSysfs(SysfsRoot()) : ReadInventory(inventory);
+}
+
+[[noreturn]] void FailForMemory() {
+  const std::string inventory = InventoryName();
+  throw Lib::HostCtlException("cannot read " +
+                              (inventory.empty() ? SysfsRoot() : "PCI inventory " + inventory) +
+                              ": out of memory");
 }
 
 /// Logs once per reading how many functions do not answer, and names the first of them.
@@ -43,6 +65,16 @@ class PciInput : public Hardware::PciInfo {
  public:
   std::vector<std::unique_ptr<Hardware::PciDevice>> GetPciDevices() override {
     TryNameListAgain();
+    try {
+      return ReadDevices();
+    } catch (const std::bad_alloc&) {
+      // What was read is freed by now.
+      FailForMemory();
+    }
+  }
+
+ private:
+  static std::vector<std::unique_ptr<Hardware::PciDevice>> ReadDevices() {
     const auto snapshot = std::make_shared<const Snapshot>(ReadInput());
     ReportSilent(*snapshot);
     std::vector<std::unique_ptr<Hardware::PciDevice>> devices;
