@@ -61,7 +61,7 @@ class LogOfRequests : public RequestTest {
  protected:
   /// Sends the requests once the snapshot's own lines are gone; answers theirs, each once.
   std::set<std::string> linesOf(const std::vector<Request>& all) {
-    test_support::DecoratedBroker broker(provider.manager().broker(), {.pathTextBytes = 4096});
+    broker.failNothing();
     for (const ObjectPath& instance : knownInstances()) {
       provider.send({Operation::kEnumInstanceNames, instance.className, instance}, &broker);
     }
@@ -77,6 +77,9 @@ class LogOfRequests : public RequestTest {
     for (const LogLine& line : logLines()) lines.insert(line.text);
     return lines;
   }
+
+  // Providers keep the broker of their first call, so one serves all requests of a test.
+  test_support::DecoratedBroker broker{provider.manager().broker(), {.pathTextBytes = 4096}};
 
   static bool hasControl(const std::string& text) {
     return std::any_of(text.begin(), text.end(),
@@ -166,7 +169,6 @@ TEST_F(LogOfRequests, ShowsBytesThatAreNoCharacters) {
 /// Where nothing keeps debug lines, no object manager is asked for their text.
 TEST_F(LogOfRequests, AsksForNoTextThatNobodyReads) {
   const int kept = setlogmask(LOG_UPTO(LOG_INFO));
-  test_support::DecoratedBroker broker(provider.manager().broker());
   for (const Request& request : requestsWith("none")) provider.send(request, &broker);
   EXPECT_EQ(broker.count("objectPath.toString"), 0U);
   setlogmask(kept);
