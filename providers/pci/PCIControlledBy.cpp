@@ -316,14 +316,8 @@ namespace {
 
 constexpr AssociationShape kControlledBy{"Zelmar_PCIControlledBy", "Antecedent", "Dependent"};
 
-CmpiObjectPath MakePCIControlledByRef(const CmpiObjectPath& device, const CmpiObjectPath& port) {
-  return kControlledBy.MakePath(device, port);
-}
-
-CmpiInstance MakePCIControlledBy(const CmpiObjectPath& device, const CmpiObjectPath& port,
-                                 const char** properties) {
-  return kControlledBy.MakeInstance(device, port, properties);
-}
+constexpr auto& MakePCIControlledBy = MakePair<kControlledBy>;
+constexpr auto& MakePCIControlledByRef = MakePairRef<kControlledBy>;
 
 using Pairs = PairSinks<MakePCIControlledBy, MakePCIControlledByRef>;
 

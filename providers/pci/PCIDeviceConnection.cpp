@@ -23,15 +23,8 @@ namespace {
 constexpr AssociationShape kDeviceConnection{"Zelmar_PCIDeviceConnection", "Antecedent",
                                              "Dependent"};
 
-CmpiObjectPath MakePCIDeviceConnectionRef(const CmpiObjectPath& antecedent,
-                                          const CmpiObjectPath& dependent) {
-  return kDeviceConnection.MakePath(antecedent, dependent);
-}
-
-CmpiInstance MakePCIDeviceConnection(const CmpiObjectPath& antecedent,
-                                     const CmpiObjectPath& dependent, const char** properties) {
-  return kDeviceConnection.MakeInstance(antecedent, dependent, properties);
-}
+constexpr auto& MakePCIDeviceConnection = MakePair<kDeviceConnection>;
+constexpr auto& MakePCIDeviceConnectionRef = MakePairRef<kDeviceConnection>;
 
 using Pairs = PairSinks<MakePCIDeviceConnection, MakePCIDeviceConnectionRef>;
 

@@ -16,15 +16,8 @@ namespace {
 constexpr AssociationShape kHostedCollection{"Zelmar_PCIHostedCollection", "Antecedent",
                                              "Dependent"};
 
-CmpiObjectPath MakePCIHostedCollectionRef(const CmpiObjectPath& system,
-                                          const CmpiObjectPath& group) {
-  return kHostedCollection.MakePath(system, group);
-}
-
-CmpiInstance MakePCIHostedCollection(const CmpiObjectPath& system, const CmpiObjectPath& group,
-                                     const char** properties) {
-  return kHostedCollection.MakeInstance(system, group, properties);
-}
+constexpr auto& MakePCIHostedCollection = MakePair<kHostedCollection>;
+constexpr auto& MakePCIHostedCollectionRef = MakePairRef<kHostedCollection>;
 
 using Pairs = PairSinks<MakePCIHostedCollection, MakePCIHostedCollectionRef>;
 

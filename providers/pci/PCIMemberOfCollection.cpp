@@ -26,15 +26,8 @@ constexpr AssociationShape kMemberOfCollection{"Zelmar_PCIMemberOfCollection", "
 constexpr char kUnservedAssociator[] = "PCIDeviceConnection ai ignoring";
 constexpr char kUnservedReference[] = "PCIDeviceConnection reference unsupported class";
 
-CmpiObjectPath MakePCIMemberOfCollectionRef(const CmpiObjectPath& group,
-                                            const CmpiObjectPath& port) {
-  return kMemberOfCollection.MakePath(group, port);
-}
-
-CmpiInstance MakePCIMemberOfCollection(const CmpiObjectPath& group, const CmpiObjectPath& port,
-                                       const char** properties) {
-  return kMemberOfCollection.MakeInstance(group, port, properties);
-}
+constexpr auto& MakePCIMemberOfCollection = MakePair<kMemberOfCollection>;
+constexpr auto& MakePCIMemberOfCollectionRef = MakePairRef<kMemberOfCollection>;
 
 using Pairs = PairSinks<MakePCIMemberOfCollection, MakePCIMemberOfCollectionRef>;
 

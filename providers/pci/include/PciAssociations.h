@@ -34,6 +34,18 @@ struct AssociationShape {
   }
 };
 
+/// An instance and a path of the association of that shape. Each association calls them by names of
+/// its own, Make<Class> and Make<Class>Ref.
+template <const AssociationShape& shape>
+CmpiInstance MakePair(const CmpiObjectPath& first, const CmpiObjectPath& second,
+                      const char** properties) {
+  return shape.MakeInstance(first, second, properties);
+}
+template <const AssociationShape& shape>
+CmpiObjectPath MakePairRef(const CmpiObjectPath& first, const CmpiObjectPath& second) {
+  return shape.MakePath(first, second);
+}
+
 /// Where a walk over pairs puts what it finds: the same walk returns instances or paths.
 using PairSink = std::function<void(const CmpiObjectPath& first, const CmpiObjectPath& second)>;
 
