@@ -4,14 +4,6 @@
 
 namespace zelInt {
 
-namespace {
-
-CmpiStatus notSupported() {
-  return CmpiStatus(CMPI_RC_ERR_NOT_SUPPORTED);
-}
-
-}  // namespace
-
 CmpiAssociationMI::CmpiAssociationMI(const CmpiBroker& broker, const CmpiContext& context)
     : CmpiBaseMI(broker, context) {}
 CmpiAssociationMI::~CmpiAssociationMI() = default;
@@ -43,11 +35,8 @@ CMPIStatus CmpiAssociationMI::driveAssociators(CMPIAssociationMI* mi, const CMPI
                                                const char* assocClass, const char* resultClass,
                                                const char* role, const char* resultRole,
                                                const char** properties) {
-  return drive<CmpiAssociationMI>(mi, [&](CmpiAssociationMI& provider) {
-    CmpiResult result(rslt);
-    return provider.associators(CmpiContext(ctx), result, CmpiObjectPath(cop), assocClass,
-                                resultClass, role, resultRole, properties);
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiAssociationMI::associators, assocClass, resultClass,
+                      role, resultRole, properties);
 }
 
 CMPIStatus CmpiAssociationMI::driveAssociatorNames(CMPIAssociationMI* mi, const CMPIContext* ctx,
@@ -55,32 +44,22 @@ CMPIStatus CmpiAssociationMI::driveAssociatorNames(CMPIAssociationMI* mi, const 
                                                    const CMPIObjectPath* cop,
                                                    const char* assocClass, const char* resultClass,
                                                    const char* role, const char* resultRole) {
-  return drive<CmpiAssociationMI>(mi, [&](CmpiAssociationMI& provider) {
-    CmpiResult result(rslt);
-    return provider.associatorNames(CmpiContext(ctx), result, CmpiObjectPath(cop), assocClass,
-                                    resultClass, role, resultRole);
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiAssociationMI::associatorNames, assocClass,
+                      resultClass, role, resultRole);
 }
 
 CMPIStatus CmpiAssociationMI::driveReferences(CMPIAssociationMI* mi, const CMPIContext* ctx,
                                               const CMPIResult* rslt, const CMPIObjectPath* cop,
                                               const char* resultClass, const char* role,
                                               const char** properties) {
-  return drive<CmpiAssociationMI>(mi, [&](CmpiAssociationMI& provider) {
-    CmpiResult result(rslt);
-    return provider.references(CmpiContext(ctx), result, CmpiObjectPath(cop), resultClass, role,
-                               properties);
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiAssociationMI::references, resultClass, role,
+                      properties);
 }
 
 CMPIStatus CmpiAssociationMI::driveReferenceNames(CMPIAssociationMI* mi, const CMPIContext* ctx,
                                                   const CMPIResult* rslt, const CMPIObjectPath* cop,
                                                   const char* resultClass, const char* role) {
-  return drive<CmpiAssociationMI>(mi, [&](CmpiAssociationMI& provider) {
-    CmpiResult result(rslt);
-    return provider.referenceNames(CmpiContext(ctx), result, CmpiObjectPath(cop), resultClass,
-                                   role);
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiAssociationMI::referenceNames, resultClass, role);
 }
 
 }  // namespace zelInt

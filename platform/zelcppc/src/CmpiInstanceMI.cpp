@@ -4,14 +4,6 @@
 
 namespace zelInt {
 
-namespace {
-
-CmpiStatus notSupported() {
-  return CmpiStatus(CMPI_RC_ERR_NOT_SUPPORTED);
-}
-
-}  // namespace
-
 CmpiInstanceMI::CmpiInstanceMI(const CmpiBroker& broker, const CmpiContext& context)
     : CmpiBaseMI(broker, context) {}
 CmpiInstanceMI::~CmpiInstanceMI() = default;
@@ -53,65 +45,42 @@ CmpiStatus CmpiInstanceMI::execQuery(const CmpiContext&, CmpiResult&, const Cmpi
 CMPIStatus CmpiInstanceMI::driveEnumInstanceNames(CMPIInstanceMI* mi, const CMPIContext* ctx,
                                                   const CMPIResult* rslt,
                                                   const CMPIObjectPath* cop) {
-  return drive<CmpiInstanceMI>(mi, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.enumInstanceNames(CmpiContext(ctx), result, CmpiObjectPath(cop));
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiInstanceMI::enumInstanceNames);
 }
 
 CMPIStatus CmpiInstanceMI::driveEnumInstances(CMPIInstanceMI* mi, const CMPIContext* ctx,
                                               const CMPIResult* rslt, const CMPIObjectPath* cop,
                                               const char** properties) {
-  return drive<CmpiInstanceMI>(mi, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.enumInstances(CmpiContext(ctx), result, CmpiObjectPath(cop), properties);
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiInstanceMI::enumInstances, properties);
 }
 
 CMPIStatus CmpiInstanceMI::driveGetInstance(CMPIInstanceMI* mi, const CMPIContext* ctx,
                                             const CMPIResult* rslt, const CMPIObjectPath* cop,
                                             const char** properties) {
-  return drive<CmpiInstanceMI>(mi, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.getInstance(CmpiContext(ctx), result, CmpiObjectPath(cop), properties);
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiInstanceMI::getInstance, properties);
 }
 
 CMPIStatus CmpiInstanceMI::driveCreateInstance(CMPIInstanceMI* mi, const CMPIContext* ctx,
                                                const CMPIResult* rslt, const CMPIObjectPath* cop,
                                                const CMPIInstance* instance) {
-  return drive<CmpiInstanceMI>(mi, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.createInstance(CmpiContext(ctx), result, CmpiObjectPath(cop),
-                                   CmpiInstance(instance));
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiInstanceMI::createInstance, instance);
 }
 
 CMPIStatus CmpiInstanceMI::driveSetInstance(CMPIInstanceMI* mi, const CMPIContext* ctx,
                                             const CMPIResult* rslt, const CMPIObjectPath* cop,
                                             const CMPIInstance* instance, const char** properties) {
-  return drive<CmpiInstanceMI>(mi, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.setInstance(CmpiContext(ctx), result, CmpiObjectPath(cop),
-                                CmpiInstance(instance), properties);
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiInstanceMI::setInstance, instance, properties);
 }
 
 CMPIStatus CmpiInstanceMI::driveDeleteInstance(CMPIInstanceMI* mi, const CMPIContext* ctx,
                                                const CMPIResult* rslt, const CMPIObjectPath* cop) {
-  return drive<CmpiInstanceMI>(mi, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.deleteInstance(CmpiContext(ctx), result, CmpiObjectPath(cop));
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiInstanceMI::deleteInstance);
 }
 
 CMPIStatus CmpiInstanceMI::driveExecQuery(CMPIInstanceMI* mi, const CMPIContext* ctx,
                                           const CMPIResult* rslt, const CMPIObjectPath* cop,
                                           const char* query, const char* language) {
-  return drive<CmpiInstanceMI>(mi, [&](CmpiInstanceMI& provider) {
-    CmpiResult result(rslt);
-    return provider.execQuery(CmpiContext(ctx), result, CmpiObjectPath(cop), query, language);
-  });
+  return driveRequest(mi, ctx, rslt, cop, &CmpiInstanceMI::execQuery, query, language);
 }
 
 }  // namespace zelInt

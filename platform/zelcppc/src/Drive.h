@@ -2,12 +2,16 @@
 
 #include <zelcppc/CmpiBaseMI.h>
 #include <zelcppc/CmpiBroker.h>
+#include <zelcppc/CmpiContext.h>
+#include <zelcppc/CmpiObjectPath.h>
+#include <zelcppc/CmpiResult.h>
 #include <zelcppc/CmpiStatus.h>
 
 #include "LivingProviders.h"
 
 #include <atomic>
 #include <exception>
+#include <type_traits>
 
 namespace zelInt {
 
@@ -60,6 +64,26 @@ CMPIStatus drive(const Record* record, Operation operation) noexcept {
       throw CmpiStatus(CMPI_RC_ERR_NOT_SUPPORTED, "the provider lacks this interface");
     }
     return operation(*provider);
+  });
+}
+
+/// What an operation returns that a provider does not override.
+inline CmpiStatus notSupported() {
+  return CmpiStatus(CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
+/// Calls a provider's operation with the request's context, result and path as objects of the
+/// binding, and each of `others` as the operation takes it.
+template <class Interface, class Record, class... Parameters, class... Others>
+CMPIStatus driveRequest(const Record* record, const CMPIContext* ctx, const CMPIResult* rslt,
+                        const CMPIObjectPath* cop,
+                        CmpiStatus (Interface::*operation)(const CmpiContext&, CmpiResult&,
+                                                           const CmpiObjectPath&, Parameters...),
+                        Others... others) noexcept {
+  return drive<Interface>(record, [&](Interface& provider) {
+    CmpiResult result(rslt);
+    return (provider.*operation)(CmpiContext(ctx), result, CmpiObjectPath(cop),
+                                 std::remove_cvref_t<Parameters>(others)...);
   });
 }
 
