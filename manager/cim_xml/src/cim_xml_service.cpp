@@ -173,49 +173,47 @@ class Operation {
   // Associations. The standard knows no INVALID_CLASS there: a class in a parameter that is not
   // there is a wrong parameter.
 
-  void associators(RequestParameters& parameters) {
-    const RequestedObject object = takeObject(parameters);
-    const AssociationFilter filter = takeAssociatorFilter(parameters);
-    const ElementOptions options = takeInstanceOptions(parameters);
-    parameters.expectNoOthers();
-    if (object.isClass) {
-      writeClasses(linkedClasses(object, filter), options);
-    } else {
-      writeInstances(operations_.associators(object.path, filter, options.properties), options);
-    }
-  }
-
+  void associators(RequestParameters& parameters) { writeRelated(parameters, kAssociators); }
   void associatorNames(RequestParameters& parameters) {
-    const RequestedObject object = takeObject(parameters);
-    const AssociationFilter filter = takeAssociatorFilter(parameters);
-    parameters.expectNoOthers();
-    if (object.isClass) {
-      writeClassPaths(linkedClasses(object, filter));
-    } else {
-      writePaths(operations_.associatorNames(object.path, filter));
-    }
+    writeRelatedNames(parameters, kAssociators);
   }
+  void references(RequestParameters& parameters) { writeRelated(parameters, kReferences); }
+  void referenceNames(RequestParameters& parameters) { writeRelatedNames(parameters, kReferences); }
 
-  void references(RequestParameters& parameters) {
+  /// What the two kinds of association requests differ in: which filters they take, and what they
+  /// find for a class and for an instance.
+  struct Relation {
+    AssociationFilter (Operation::*filter)(RequestParameters&) const;
+    std::vector<std::string> (Operation::*classes)(const RequestedObject&,
+                                                   const AssociationFilter&) const;
+    std::vector<Instance> (Operations::*instances)(const ObjectPath&, const AssociationFilter&,
+                                                   const PropertyList&);
+    std::vector<ObjectPath> (Operations::*names)(const ObjectPath&, const AssociationFilter&);
+  };
+  static const Relation kAssociators;
+  static const Relation kReferences;
+
+  void writeRelated(RequestParameters& parameters, const Relation& relation) {
     const RequestedObject object = takeObject(parameters);
-    const AssociationFilter filter = takeReferenceFilter(parameters);
+    const AssociationFilter filter = (this->*relation.filter)(parameters);
     const ElementOptions options = takeInstanceOptions(parameters);
     parameters.expectNoOthers();
     if (object.isClass) {
-      writeClasses(linkingClasses(object, filter), options);
+      writeClasses((this->*relation.classes)(object, filter), options);
     } else {
-      writeInstances(operations_.references(object.path, filter, options.properties), options);
+      writeInstances((operations_.*relation.instances)(object.path, filter, options.properties),
+                     options);
     }
   }
 
-  void referenceNames(RequestParameters& parameters) {
+  void writeRelatedNames(RequestParameters& parameters, const Relation& relation) {
     const RequestedObject object = takeObject(parameters);
-    const AssociationFilter filter = takeReferenceFilter(parameters);
+    const AssociationFilter filter = (this->*relation.filter)(parameters);
     parameters.expectNoOthers();
     if (object.isClass) {
-      writeClassPaths(linkingClasses(object, filter));
+      writeClassPaths((this->*relation.classes)(object, filter));
     } else {
-      writePaths(operations_.referenceNames(object.path, filter));
+      writePaths((operations_.*relation.names)(object.path, filter));
     }
   }
 
@@ -307,6 +305,13 @@ class Operation {
   const CimMessage& message_;
   XmlWriter& writer_;
 };
+
+const Operation::Relation Operation::kAssociators{
+    &Operation::takeAssociatorFilter, &Operation::linkedClasses, &Operations::associators,
+    &Operations::associatorNames};
+const Operation::Relation Operation::kReferences{
+    &Operation::takeReferenceFilter, &Operation::linkingClasses, &Operations::references,
+    &Operations::referenceNames};
 
 /// Codes beyond those of CIM are CMPI's own and mean nothing to a client.
 int cimCode(CMPIrc code) {
