@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <type_traits>
 
 #include "broker_tables.h"
@@ -75,6 +76,21 @@ int setThreadSpecific(unsigned int key, void* value) {
   return pthread_setspecific(key, value);
 }
 
+/// A new object that `init` sets up, on the heap, as the interface has it; null where there is
+/// none.
+template <class Object, class Attributes, int (*init)(Object*, const Attributes*)>
+void* newObject(int) {
+  std::unique_ptr<Object> object(new (std::nothrow) Object{});
+  if (!object || init(object.get(), nullptr) != 0) return nullptr;
+  return object.release();
+}
+
+template <class Object, int (*destroy)(Object*)>
+void destroyObject(void* object) {
+  const std::unique_ptr<Object> owned(static_cast<Object*>(object));
+  if (owned) destroy(owned.get());
+}
+
 pthread_mutex_t* mutexOf(void* mutex) {
   return static_cast<pthread_mutex_t*>(mutex);
 }
@@ -82,33 +98,11 @@ pthread_cond_t* conditionOf(void* condition) {
   return static_cast<pthread_cond_t*>(condition);
 }
 
-void* newMutex(int) {
-  auto mutex = std::make_unique<pthread_mutex_t>();
-  if (pthread_mutex_init(mutex.get(), nullptr) != 0) return nullptr;
-  return mutex.release();
-}
-
-void destroyMutex(void* mutex) {
-  const std::unique_ptr<pthread_mutex_t> owned(mutexOf(mutex));
-  if (owned) pthread_mutex_destroy(owned.get());
-}
-
 void lockMutex(void* mutex) {
   pthread_mutex_lock(mutexOf(mutex));
 }
 void unlockMutex(void* mutex) {
   pthread_mutex_unlock(mutexOf(mutex));
-}
-
-void* newCondition(int) {
-  auto condition = std::make_unique<pthread_cond_t>();
-  if (pthread_cond_init(condition.get(), nullptr) != 0) return nullptr;
-  return condition.release();
-}
-
-void destroyCondition(void* condition) {
-  const std::unique_ptr<pthread_cond_t> owned(conditionOf(condition));
-  if (owned) pthread_cond_destroy(owned.get());
 }
 
 int condWait(void* condition, void* mutex) {
@@ -126,27 +120,28 @@ int signalCondition(void* condition) {
 }  // namespace
 
 const CMPIBrokerExtFT& operatingSystemTable() {
-  static const CMPIBrokerExtFT table = {200,
-                                        resolveFileName,
-                                        newThread,
-                                        joinThread,
-                                        exitThread,
-                                        cancelThread,
-                                        threadSleep,
-                                        threadOnce,
-                                        createThreadKey,
-                                        destroyThreadKey,
-                                        getThreadSpecific,
-                                        setThreadSpecific,
-                                        newMutex,
-                                        destroyMutex,
-                                        lockMutex,
-                                        unlockMutex,
-                                        newCondition,
-                                        destroyCondition,
-                                        condWait,
-                                        timedCondWait,
-                                        signalCondition};
+  static const CMPIBrokerExtFT table = {
+      200,
+      resolveFileName,
+      newThread,
+      joinThread,
+      exitThread,
+      cancelThread,
+      threadSleep,
+      threadOnce,
+      createThreadKey,
+      destroyThreadKey,
+      getThreadSpecific,
+      setThreadSpecific,
+      newObject<pthread_mutex_t, pthread_mutexattr_t, pthread_mutex_init>,
+      destroyObject<pthread_mutex_t, pthread_mutex_destroy>,
+      lockMutex,
+      unlockMutex,
+      newObject<pthread_cond_t, pthread_condattr_t, pthread_cond_init>,
+      destroyObject<pthread_cond_t, pthread_cond_destroy>,
+      condWait,
+      timedCondWait,
+      signalCondition};
   return table;
 }
 
