@@ -5,11 +5,10 @@
 // provider reads its host once, and the log is one for all.
 #include "machine_answers.h"
 
+#include <caught_log.h>
 #include <provider_requests.h>
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -36,19 +35,6 @@ using requests::Operation;
 using requests::Outcome;
 
 constexpr const char* kHostName = "machine";
-
-std::string& logText() {
-  static std::string text;
-  return text;
-}
-
-/// Keeps warnings and errors; what traces requests or reports progress is left out.
-void keepLogLine(int priority, const char* format, std::va_list arguments) {
-  if (priority != LOG_WARNING && priority != LOG_ERR) return;
-  char line[2048];
-  std::vsnprintf(line, sizeof line, format, arguments);
-  logText() += std::string("  ") + (priority == LOG_ERR ? "error: " : "warning: ") + line + '\n';
-}
 
 const std::vector<std::string>& publishedClasses() {
   static const std::vector<std::string> names{
@@ -230,9 +216,14 @@ std::set<std::string> addressesIn(const std::filesystem::path& machine) {
   return addresses;
 }
 
-/// The log without the directory that the machine is in.
+/// The warnings and errors of the log, without the directory that the machine is in; what traces
+/// requests or reports progress is left out.
 std::string logOver(const std::filesystem::path& machine) {
-  std::string text = logText();
+  std::string text;
+  for (const caughtlog::LogLine& line : caughtlog::logLines()) {
+    if (line.priority == LOG_ERR) text += "  error: " + line.text + '\n';
+    if (line.priority == LOG_WARNING) text += "  warning: " + line.text + '\n';
+  }
   const std::string directory = machine.parent_path().string() + '/';
   for (std::size_t at = text.find(directory); at != std::string::npos; at = text.find(directory)) {
     text.erase(at, directory.size());
@@ -259,26 +250,7 @@ std::string answersOver(const std::filesystem::path& machine) {
 
 }  // namespace machines
 
-// These replace the C library's; hardened builds call the second one.
 extern "C" {
-__attribute__((visibility("default"))) void syslog(int priority, const char* format, ...);
-__attribute__((visibility("default"))) void __syslog_chk(int priority, int flag, const char* format,
-                                                         ...);
-
-void syslog(int priority, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  machines::keepLogLine(priority, format, arguments);
-  va_end(arguments);
-}
-
-void __syslog_chk(int priority, int /*flag*/, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  machines::keepLogLine(priority, format, arguments);
-  va_end(arguments);
-}
-
 // Names must not change with the list that the system has today.
 __attribute__((visibility("default"))) struct pci_access* pci_alloc(void) {
   using Alloc = struct pci_access* (*)();

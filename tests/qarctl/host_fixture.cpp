@@ -1,11 +1,8 @@
 #include "host_fixture.h"
 
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <mutex>
 #include <sstream>
 
 #include <unistd.h>
@@ -13,23 +10,6 @@
 namespace qarctltest {
 
 namespace fs = std::filesystem;
-
-std::vector<LogLine>& logLines() {
-  static std::vector<LogLine> lines;
-  return lines;
-}
-
-namespace {
-
-void keepLogLine(int priority, const char* format, va_list arguments) {
-  static std::mutex mutex;
-  const std::lock_guard<std::mutex> lock(mutex);
-  char text[2048];
-  std::vsnprintf(text, sizeof text, format, arguments);
-  logLines().push_back({priority, text});
-}
-
-}  // namespace
 
 HostTest::HostTest()
     : folder(fs::temp_directory_path() / ("qarctl-test-" + std::to_string(getpid()))) {
@@ -141,24 +121,3 @@ std::string readSample(const std::string& name) {
 }
 
 }  // namespace qarctltest
-
-// These replace the C library's; hardened builds call the second one.
-extern "C" {
-__attribute__((visibility("default"))) void syslog(int priority, const char* format, ...);
-__attribute__((visibility("default"))) void __syslog_chk(int priority, int flag, const char* format,
-                                                         ...);
-
-void syslog(int priority, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  qarctltest::keepLogLine(priority, format, arguments);
-  va_end(arguments);
-}
-
-void __syslog_chk(int priority, int /*flag*/, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  qarctltest::keepLogLine(priority, format, arguments);
-  va_end(arguments);
-}
-}

@@ -2,6 +2,7 @@
 
 #include "made_function.h"
 
+#include <caught_log.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <qarctl/HostCtlException.h>
@@ -17,14 +18,8 @@ namespace qarctltest {
 using HostCtl::Hardware::PciDevice;
 using Devices = std::vector<std::unique_ptr<PciDevice>>;
 
-/// One line that the library logged.
-struct LogLine {
-  int priority = 0;
-  std::string text;
-};
-
-/// What was logged since the test began; the system's own log gets nothing.
-std::vector<LogLine>& logLines();
+using caughtlog::LogLine;
+using caughtlog::logLines;
 
 /// Host control as its users see it, over inputs that live in a folder of the test's own.
 class HostTest : public testing::Test {
