@@ -1,8 +1,10 @@
 #!/bin/bash
 # Checks that each source file includes only from the layers that its own one knows. The rules are
 # the table under "Layers" in docs/engineering.md: a file may include headers of its own layer, the
-# public headers (below include/) of the layers that its row names under "knows", and nothing that
-# stands in backticks and angle brackets under "never knows".
+# public headers (below include/) of the layers that its row names under "knows", and none of the
+# headers that its row lists as `<header>` under "never knows". An include that the check cannot
+# follow fails it too: a macro, a line that goes on in the next, a header in quotes that is no file
+# of the project.
 # Usage: scripts/check-layers.sh [TREE]     (TREE: the project's directory; this one by default)
 set -euo pipefail
 
@@ -32,8 +34,8 @@ layers() {
 }
 
 sources() {
-  find tools manager providers platform -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.inc' \) |
-    sort
+  find tools manager providers platform -regextype posix-extended -type f \
+    -regex '.*[.](h|hh|hpp|hxx|c|cc|cpp|cxx|inc|inl|ipp|tcc|def)' | sort
 }
 
 check() {
@@ -62,9 +64,12 @@ check() {
       if (name in public) return public[name]
       return name in private ? private[name] : ""
     }
-    function checkInclude(file, line, layer, name,   meant, other, count, words, i) {
+    function checkInclude(file, line, layer, name, quoted,   meant, other, count, words, i) {
       meant = target(file, layer, name)
       if (meant == "") {
+        if (quoted || name ~ /^\/|\.\.\//) {
+          trouble(file ":" line ": " name " is no header of the project by that path")
+        }
         count = split(forbidden[layer], words, " ")
         for (i = 1; i <= count; ++i) {
           if (index("<" name ">", substr(words[i], 1, length(words[i]) - 1)) == 1) {
@@ -81,15 +86,22 @@ check() {
         trouble(file ":" line ": " name " is private to " other)
       }
     }
-    function checkFile(file, layer,   text, line) {
+    function checkFile(file, layer,   text, line, status, quoted) {
       line = 0
-      while ((getline text < file) > 0) {
+      while ((status = (getline text < file)) > 0) {
         ++line
-        if (text !~ /^[ \t]*#[ \t]*include[ \t]*[<"]/) continue
+        gsub(/\/\*([^*]|\*+[^*\/])*\*+\//, " ", text)
+        if (text !~ /^[ \t]*(#|%:)[ \t]*(include|include_next|import)([^a-zA-Z0-9_]|$)/) continue
+        if (text !~ /(include|include_next|import)[ \t]*[<"]/) {
+          trouble(file ":" line ": an include without a name that can be checked")
+          continue
+        }
+        quoted = text ~ /(include|include_next|import)[ \t]*"/
         sub(/^[^<"]*[<"]/, "", text)
         sub(/[>"].*/, "", text)
-        checkInclude(file, line, layer, text)
+        checkInclude(file, line, layer, text, quoted)
       }
+      if (status < 0) trouble(file " cannot be read")
       close(file)
     }
     NR == FNR {

@@ -83,6 +83,45 @@ file manager/left/src/left.cpp '#include <pci/pci.h>'
 expect_broken "a header below one that is never known" "manager/left/ never knows <pci/>"
 
 good_tree
+file manager/left/src/left.cpp '#include <right/../../src/detail.h>'
+expect_broken "an include by a path from an include directory" \
+  "manager/left/src/left.cpp:1: right/../../src/detail.h is no header of the project by that path"
+
+good_tree
+file manager/left/src/left.cpp "#include \"$tree/manager/right/src/detail.h\""
+expect_broken "an include by a whole path" "is no header of the project by that path"
+
+good_tree
+file manager/left/src/left.cpp '#include "right/right.tab"'
+expect_broken "a header of the project by another ending" "right/right.tab is no header"
+
+good_tree
+file manager/left/src/left.cpp '#define HEADER <right/right.h>' '#include HEADER'
+expect_broken "an include of a macro" "left.cpp:2: an include without a name that can be checked"
+
+good_tree
+file manager/left/src/left.cpp "#include \\" '<right/right.h>'
+expect_broken "an include over two lines" "left.cpp:1: an include without a name that can be checked"
+
+for way in '#include_next <right/right.h>' '#import <right/right.h>' '/* so */ #include <right/right.h>' \
+  '# /* so */ include /* or so */ <right/right.h>' '%:include <right/right.h>' '#include<right/right.h>'; do
+  good_tree
+  file manager/left/src/left.cpp "$way"
+  expect_broken "'$way'" "left.cpp:1: manager/left/ does not know manager/right/, but includes right/right.h"
+done
+
+for ending in hpp hh c cc inl; do
+  good_tree
+  file "manager/left/src/other.$ending" '#include <right/right.h>'
+  expect_broken "an include in a .$ending file" "other.$ending:1: manager/left/ does not know manager/right/"
+done
+
+good_tree
+file manager/left/src/left.cpp '// #include <right/right.h>' '#if __has_include(<string>)' '#endif' \
+  '/* #include <right/right.h> */' '#included'
+expect_kept "what is no include"
+
+good_tree
 file manager/new/src/new.cpp ''
 expect_broken "a directory without a row" "manager/new/src/new.cpp: no row"
 
