@@ -54,6 +54,7 @@ TEST_F(Messages, ElementsWithoutContentAreWrittenWithTwoTagsWhereContentIsAllowe
 TEST_F(Messages, WhatIsNoXmlIsNotWellFormed) {
   const std::string body = request.body();
   const char* const cim = "<CIM CIMVERSION=\"2.0\"";
+  const std::string mark = "\xef\xbb\xbf";
   for (const std::string& broken : std::vector<std::string>{
            "",
            "hello",
@@ -81,6 +82,16 @@ TEST_F(Messages, WhatIsNoXmlIsNotWellFormed) {
                     "ID=\"42\"", "ID=\"&nbsp;\""),
            replaced(body, "<?xml version", "<?xmlversion"),
            replaced(body, "<?xml version=\"1.0\"", "<?xml"),
+           replaced(body, "version=\"1.0\"", "version=\"2.0\""),
+           replaced(body, "version=\"1.0\"", "version=\"1.\""),
+           replaced(body, "version=\"1.0\"", "version=\"1.0a\""),
+           replaced(body, "version=\"1.0\"", "version=\"one\""),
+           replaced(body, "?>", " standalone=\"maybe\"?>"),
+           "<!-- first -->" + body,
+           mark + mark + body,
+           " " + mark + body,
+           replaced(body, cim, mark + cim),
+           replaced(body, cim, "<!DOCTYPE CIM>" + mark + cim),
            replaced(body, "</SIMPLEREQ>", "<![CDATA[</SIMPLEREQ>")}) {
     expectRefusal(request.headers(), broken, 400, "request-not-well-formed");
   }
@@ -107,6 +118,8 @@ TEST_F(Messages, CommentsInstructionsAndSectionsAreRead) {
   body = replaced(body, "<SIMPLEREQ>", "<!-- one <of> these --><?php 1?><SIMPLEREQ>");
   EXPECT_EQ(service.answer(request.headers(), body).status, 200);
   EXPECT_EQ(service.answer(request.headers(), "\xef\xbb\xbf" + body).status, 200);
+  EXPECT_EQ(service.answer(request.headers(), replaced(body, "x.dtd", "x>[y].dtd")).status, 200);
+  EXPECT_EQ(service.answer(request.headers(), replaced(body, "=\"1.0\"", "='1.1'")).status, 200);
   const CimRequest role = CimRequest("ReferenceNames")
                               .xml("ObjectName", instanceName("Test_Thing", {{"Id", "a"}}))
                               .xml("Role", "<VALUE>L<![CDATA[e<&]]>&#x66;t</VALUE>");

@@ -35,6 +35,9 @@ class XmlChecker {
   /// Returns where the document type declaration ends, if there is one: nothing behind it has been
   /// checked then.
   std::optional<std::size_t> run() {
+    // Expat skips one where a text begins, and what it gets need not be the document's beginning.
+    if (text_.starts_with(kByteOrderMark))
+      throw XmlError("a byte order mark out of place", offset_);
     const bool isRead = XML_Parse(parser_.get(), text_.data(), static_cast<int>(text_.size()),
                                   XML_TRUE) == XML_STATUS_OK;
     if (refusal_ != nullptr) fail(refusal_);
@@ -57,10 +60,17 @@ class XmlChecker {
 
   static XmlChecker& of(void* data) { return *static_cast<XmlChecker*>(data); }
 
-  static void XMLCALL onDeclaration(void* data, const XML_Char* /*version*/,
-                                    const XML_Char* encoding, int /*standalone*/) {
+  /// Expat takes any text for a version.
+  static bool isVersionOne(std::string_view version) {
+    return version.size() > 2 && version.starts_with("1.") &&
+           version.find_first_not_of("0123456789", 2) == std::string_view::npos;
+  }
+
+  static void XMLCALL onDeclaration(void* data, const XML_Char* version, const XML_Char* encoding,
+                                    int /*standalone*/) {
     const std::string_view name = encoding != nullptr ? encoding : "utf-8";
     of(data).refuseIf(!of(data).isBeginning_, "an XML declaration out of place");
+    of(data).refuseIf(version == nullptr || !isVersionOne(version), "a version of XML other than 1");
     of(data).refuseIf(!sameName(name, "utf-8") && !sameName(name, "us-ascii"),
                       "an encoding other than UTF-8");
   }
