@@ -1,5 +1,5 @@
 // What the built provider costs beside a floor that makes the same broker calls from ready values:
-// in instructions, when run by valgrind, else in CPU time. --verify compares what both answer.
+// in instructions, when run by valgrind, else in CPU time. --verify compares what both return.
 // Each request is sent once while its broker calls are recorded, and replaying these is the floor;
 // both are measured over the same sources and by both ways of allocation. What outlives a request
 // is kept explicitly, all else ends with it. For one thread: the broker has one request at a time.

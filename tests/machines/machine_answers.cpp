@@ -149,7 +149,7 @@ bool areThePaths(const std::vector<ObjectPath>& names, const std::vector<Instanc
                     });
 }
 
-/// Asks the provider and collects what it answers.
+/// Asks the provider and collects what it returns.
 class AnswerBook {
  public:
   std::string text() const { return text_; }
@@ -184,7 +184,7 @@ class AnswerBook {
     text_ += others;
   }
 
-  /// The ids that the enumerations answered.
+  /// The ids that the enumerations returned.
   const std::set<std::string>& enumerated() const { return enumerated_; }
 
  private:

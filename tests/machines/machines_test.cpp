@@ -1,4 +1,4 @@
-// What all classes answer over saved machines, compared with what is written down beside them.
+// What all classes return over saved machines, compared with what is written down beside them.
 #include "machine_answers.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// What clients are answered, whatever the object manager's manners.
+// What clients get, whatever the object manager's manners.
 #include "manner_list.h"
 #include "manners_test.h"
 
@@ -32,7 +32,7 @@ TEST_P(SameAnswers, AreGivenTo) {
 INSTANTIATE_TEST_SUITE_P(ManagersWhere, SameAnswers, testing::ValuesIn(harmlessManners()),
                          [](const auto& testInfo) { return testInfo.param.name; });
 
-/// The requests above are worth their number only when each operation of each class answers.
+/// The requests above are worth their number only when no operation of a class is without any.
 TEST_F(MannersTest, EveryOperationAnswersSomething) {
   std::set<std::string> silent;
   std::set<std::string> answering;

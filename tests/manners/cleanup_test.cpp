@@ -28,7 +28,7 @@ class Cleanups : public LifeTest, public testing::WithParamInterface<const char*
     return through == 'i' ? cleanUp(records.instance) : cleanUp(records.association);
   }
 
-  /// What both records of all associations answer.
+  /// What both records of all associations return.
   std::string answers() {
     std::string all;
     for (const std::string& className : associationClasses()) {

@@ -29,14 +29,14 @@ inline const std::vector<std::string>& associationClasses() {
   return names;
 }
 
-/// A request that each class answers over the saved machine, with instances where it has some.
+/// A request that each class serves over the saved machine, with instances where it has some.
 inline requests::Request listingOf(
     const std::string& className,
     requests::Operation operation = requests::Operation::kEnumInstances) {
   return {operation, className, requests::pathOf(className)};
 }
 
-/// One that each association answers with instances, from a port of a switch or from a group. The
+/// One to which each association returns instances, from a port of a switch or from a group. The
 /// computer system comes through the broker.
 inline requests::Request navigationOf(
     const std::string& className,

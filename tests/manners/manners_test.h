@@ -78,7 +78,7 @@ inline std::vector<requests::Request> everyRequest() {
   return all;
 }
 
-/// Those of them that answer instances, with a property list.
+/// Those of them that return instances, with a property list.
 inline std::vector<requests::Request> everyRequestFor(const cimom::PropertyList& properties) {
   std::vector<requests::Request> all = everyRequest();
   std::erase_if(all, [](const auto& request) { return !answersInstances(request.operation); });

@@ -34,7 +34,7 @@ const char* nameOf(Operation operation);
 
 struct Request {
   Operation operation;
-  /// The class whose provider answers.
+  /// The class whose provider is asked.
   std::string className;
   /// The class path, the instance's path or the source.
   cimom::ObjectPath path;

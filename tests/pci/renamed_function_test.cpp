@@ -30,7 +30,7 @@ TEST_F(RenamedLater, AGroupsMembersAreFoundByTheAddressesOfNow) {
     return "Zelmar_PCIMemberOfCollection(Zelmar_PCIPortGroup:Zelmar:bus-1,Zelmar_PCIPort:" + name +
            ")";
   };
-  // A has no port under its new name, C has that of E, and B stands once for each of its ports.
+  // A has no port under its new name, C has that of E, and B is there once for each of its ports.
   EXPECT_THAT(ask(Operation::kReferenceNames),
               ElementsAre(member("B-sec"), member("B-pri"), member("B-sec"), member("B-pri"),
                           member("E-ep"), member("E-ep")));

@@ -143,7 +143,7 @@ std::unique_ptr<Hardware::HardwareInfo> Host::GetHardwareInfo() {
 
 }  // namespace HostCtl
 
-// These stand before the C library's, also for a provider library that the test opens.
+// These come before the C library's, also for a provider library that the test opens.
 #define VISIBLE extern "C" __attribute__((visibility("default")))
 
 /// Every line that the provider logs ends here.

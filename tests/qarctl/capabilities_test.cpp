@@ -70,7 +70,7 @@ TEST_F(Capabilities, OfLinkSpeedAreFourteenAndFifteen) {
   EXPECT_THAT(valuesOf(withSpeed(2)), ElementsAre(13U, 14U));
   EXPECT_THAT(valuesOf(withSpeed(3)), ElementsAre(13U, 14U, 15U));
   EXPECT_THAT(valuesOf(withSpeed(6)), ElementsAre(13U, 14U, 15U));
-  EXPECT_THAT(valuesOf(withSpeed(0xf0)), ElementsAre(13U)) << "the width stands beside the speed";
+  EXPECT_THAT(valuesOf(withSpeed(0xf0)), ElementsAre(13U)) << "the width is beside the speed";
   EXPECT_THAT(valuesOf(withSpeed(3).cut(0x4f)), ElementsAre(13U)) << "half a register";
 }
 

@@ -93,7 +93,7 @@ TEST_F(Sysfs, BytesBehindTheStandardSpaceAreNobodysRegisters) {
   const auto port = MadeFunction("", 4096).bridge(1, 1).express(4, 0xf0).slot(7, 0xf0);
   plug("pci0000:00/0000:00:01.0", port);
   plug("pci0000:00/0000:00:01.0/0000:01:00.0", MadeFunction(""));
-  EXPECT_EQ(read().at(1)->GetPhysicalSlot(), -1) << "its slot register would stand at 0x104";
+  EXPECT_EQ(read().at(1)->GetPhysicalSlot(), -1) << "its slot register would be at 0x104";
   EXPECT_EQ(readInventory("00:01.0 x\n" + port.hexLines() + MadeFunction("01:00.0").text())
                 .at(1)
                 ->GetPhysicalSlot(),

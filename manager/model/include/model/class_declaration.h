@@ -53,7 +53,7 @@ struct ClassDeclaration {
   /// True also when a superclass is an association.
   bool isAssociation = false;
   bool isAbstract = false;
-  /// Where the declaration stands.
+  /// Where the declaration is.
   std::string file;
   std::size_t line = 0;
   std::size_t column = 0;

@@ -8,7 +8,7 @@ namespace zelInt {
 
 /// The association interface of a provider. Operations that a class does not override return
 /// NOT_SUPPORTED. May be called from any thread. Filters that the client did not give are null.
-/// `cop` is the object from which the client looks; an association that it has no end in answers OK
+/// `cop` is the object from which the client looks; an association that it has no end in returns OK
 /// with nothing. Object managers enumerate an association through the instance interface:
 ///
 ///     class FanControl : public virtual CmpiInstanceMI, public virtual CmpiAssociationMI {
