@@ -1,5 +1,7 @@
 #include "register_fixture.h"
 
+#include <gmock/gmock.h>
+
 #include <fstream>
 #include <regex>
 #include <stdexcept>
@@ -94,6 +96,14 @@ fs::path Register::sfcbConfigFor(const std::string& directories) const {
   const fs::path file = state().parent_path() / "sfcb.cfg";
   write(file, "httpPort: 5988\nproviderDirs: " + directories + "\n");
   return file;
+}
+
+void Register::expectFailure(const std::string& options, const std::vector<std::string>& texts,
+                             std::source_location place) const {
+  const testing::ScopedTrace trace(place.file_name(), static_cast<int>(place.line()), options);
+  const Outcome outcome = runWithErrors(options);
+  EXPECT_EQ(outcome.status, 1);
+  for (const std::string& text : texts) EXPECT_THAT(outcome.out, testing::HasSubstr(text));
 }
 
 std::string Register::commandLine(const std::string& options) const {

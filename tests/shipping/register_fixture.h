@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <map>
+#include <source_location>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,9 @@ class Register : public testing::Test {
   Outcome runWithErrors(const std::string& options) const {
     return shell(commandLine(options) + " 2>&1");
   }
+  /// Expects that the command fails with 1 and says each of the texts.
+  void expectFailure(const std::string& options, const std::vector<std::string>& texts,
+                     std::source_location place = std::source_location::current()) const;
   /// The script of the installation, with MOF and registration files that are the test's own.
   std::string commandLine(const std::string& options) const;
   /// Runs commands that a document shows, on the test's own MOF and registration files.
