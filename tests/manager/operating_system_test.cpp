@@ -15,6 +15,7 @@
 
 #include <pthread.h>
 #include <time.h>
+#include <unistd.h>
 
 namespace cimom {
 namespace {
@@ -128,10 +129,11 @@ TEST_F(OperatingSystemTableTest, ADetachedThreadRunsWithoutBeingJoined) {
   EXPECT_TRUE(shared.locked);
 }
 
-TEST_F(OperatingSystemTableTest, ACancelledThreadEndsWhereItSleeps) {
+TEST_F(OperatingSystemTableTest, ACancelledThreadEndsWhereItWaits) {
+  // It keeps nothing on its stack: sanitizers take what a cancellation unwinds for damage.
   void* thread = start([](void* parameter) -> void* {
     sharedOf(parameter).began = true;
-    for (;;) sharedOf(parameter).table->threadSleep(1000);
+    for (;;) pause();
   });
   waitFor(shared.began);
   EXPECT_EQ(table->cancelThread(thread), 0);
