@@ -69,11 +69,9 @@ inline bool answersInstances(requests::Operation operation) {
 /// Every operation of every class, from all kinds of sources, with all properties.
 inline std::vector<requests::Request> everyRequest() {
   std::vector<requests::Request> all = oddRequests();
-  for (const auto& instance : scripted::knownInstances()) {
-    for (requests::Request& request : scripted::requestsOf(instance)) {
-      request.properties.reset();
-      all.push_back(std::move(request));
-    }
+  for (requests::Request& request : scripted::allRequests()) {
+    request.properties.reset();
+    all.push_back(std::move(request));
   }
   return all;
 }

@@ -10,14 +10,6 @@ namespace {
 using namespace requests;
 using namespace scripted;
 
-std::vector<Request> allRequests() {
-  std::vector<Request> all;
-  for (const cimom::ObjectPath& instance : knownInstances()) {
-    for (Request& request : requestsOf(instance)) all.push_back(std::move(request));
-  }
-  return all;
-}
-
 const int kFunctions = static_cast<int>(machine().size());
 
 TEST(DeviceLife, EndsWhenTheLibraryIsUnloaded) {

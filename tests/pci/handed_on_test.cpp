@@ -100,11 +100,9 @@ class HandedOn : public RequestTest {
   /// property.
   static std::vector<Request> all() {
     std::vector<Request> wanted;
-    for (const ObjectPath& instance : knownInstances()) {
-      for (Request& request : requestsOf(instance)) {
-        request.properties = {{"Caption"}};
-        if (answersInstances(request)) wanted.push_back(std::move(request));
-      }
+    for (Request& request : allRequests()) {
+      request.properties = {{"Caption"}};
+      if (answersInstances(request)) wanted.push_back(std::move(request));
     }
     return wanted;
   }

@@ -91,6 +91,14 @@ std::vector<Request> requestsOf(const ObjectPath& instance) {
   return all;
 }
 
+std::vector<Request> allRequests() {
+  std::vector<Request> all;
+  for (const ObjectPath& instance : knownInstances()) {
+    for (Request& request : requestsOf(instance)) all.push_back(std::move(request));
+  }
+  return all;
+}
+
 std::string nameOf(const Request& request) {
   return request.className + " " + requests::nameOf(request.operation) + " " +
          briefOf(request.path);

@@ -2,7 +2,7 @@
 
 #include "provider_requests.h"
 
-/// Requests over the scripted machine that every class answers.
+/// Requests over the scripted machine that every class serves.
 namespace scripted {
 
 /// The path of the machine's host system, with all keys.
@@ -18,12 +18,15 @@ cimom::ObjectPath fullDevicePath(const std::string& className, const std::string
 /// The same for a plain device.
 cimom::ObjectPath plainDevicePath(const std::string& id);
 
-/// An instance that each class answers when it is asked for it.
+/// An instance of each class that is returned when it is asked for.
 std::vector<cimom::ObjectPath> knownInstances();
 
 /// The enumerations of the instance's class, the instance itself and, for an association, all that
 /// navigates from the objects at its ends.
 std::vector<requests::Request> requestsOf(const cimom::ObjectPath& instance);
+
+/// Those of all known instances.
+std::vector<requests::Request> allRequests();
 
 /// Class, operation and path in a few words.
 std::string nameOf(const requests::Request& request);

@@ -10,13 +10,6 @@ namespace {
 
 using namespace requests;
 using namespace scripted;
-std::vector<Request> allRequests() {
-  std::vector<Request> all;
-  for (const cimom::ObjectPath& instance : knownInstances()) {
-    for (Request& request : requestsOf(instance)) all.push_back(std::move(request));
-  }
-  return all;
-}
 
 class Threads : public RequestTest {};
 
