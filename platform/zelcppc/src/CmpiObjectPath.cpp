@@ -20,7 +20,7 @@ const CMPIObjectPath* newObjectPath(const char* nameSpace, const char* className
                                                        nameSpace, className);
 }
 
-bool isText(const CmpiData& data) {
+bool comparesAsText(const CmpiData& data) {
   return data.type() == CMPI_string || data.type() == CMPI_chars || data.type() == CMPI_null;
 }
 
@@ -46,7 +46,7 @@ bool sameOtherValue(const CMPIData& left, const CMPIData& right) {
 }
 
 bool sameValue(const CmpiData& left, const CmpiData& right) {
-  if (isText(left) && isText(right)) return sameText(left, right);
+  if (comparesAsText(left) && comparesAsText(right)) return sameText(left, right);
   if (left.isNull() || right.isNull()) return left.isNull() && right.isNull();
   if (left.type() == CMPI_ref && right.type() == CMPI_ref) {
     return CmpiObjectPath(left) == CmpiObjectPath(right);

@@ -6,6 +6,9 @@
 namespace zelInt {
 
 /// Text of the broker, valid until the request ends. A null string reads as empty text.
+///
+///     const CmpiString name(path.getKey("Name"));
+///     if (std::strcmp(name.charPtr(), "fan0") == 0) result.returnData(makeFan(name.charPtr()));
 class ZELCPPC_EXPORT CmpiString {
  public:
   /// Throws CmpiStatus when the broker cannot give the characters.
