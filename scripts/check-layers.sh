@@ -65,7 +65,8 @@ check() {
       return name in private ? private[name] : ""
     }
     function checkInclude(file, line, layer, name, quoted,   meant, other, count, words, i) {
-      meant = target(file, layer, name)
+      # A way up from anywhere but the file itself depends on the directories that are searched.
+      meant = name ~ /^\/|[^.\/]\/\.\.\// || (!quoted && name ~ /\.\.\//) ? "" : target(file, layer, name)
       if (meant == "") {
         if (quoted || name ~ /^\/|\.\.\//) {
           trouble(file ":" line ": " name " is no header of the project by that path")

@@ -54,7 +54,6 @@ TEST_F(Messages, ElementsWithoutContentAreWrittenWithTwoTagsWhereContentIsAllowe
 TEST_F(Messages, WhatIsNoXmlIsNotWellFormed) {
   const std::string body = request.body();
   const char* const cim = "<CIM CIMVERSION=\"2.0\"";
-  const std::string mark = "\xef\xbb\xbf";
   for (const std::string& broken : std::vector<std::string>{
            "",
            "hello",
@@ -82,17 +81,23 @@ TEST_F(Messages, WhatIsNoXmlIsNotWellFormed) {
                     "ID=\"42\"", "ID=\"&nbsp;\""),
            replaced(body, "<?xml version", "<?xmlversion"),
            replaced(body, "<?xml version=\"1.0\"", "<?xml"),
+           replaced(body, "</SIMPLEREQ>", "<![CDATA[</SIMPLEREQ>")}) {
+    expectRefusal(request.headers(), broken, 400, "request-not-well-formed");
+  }
+}
+
+TEST_F(Messages, WhatDoesNotBeginAsXmlDoesIsNotWellFormed) {
+  const std::string body = request.body();
+  const char* const cim = "<CIM CIMVERSION=\"2.0\"";
+  const std::string mark = "\xef\xbb\xbf";
+  for (const std::string& broken : std::vector<std::string>{
            replaced(body, "version=\"1.0\"", "version=\"2.0\""),
            replaced(body, "version=\"1.0\"", "version=\"1.\""),
            replaced(body, "version=\"1.0\"", "version=\"1.0a\""),
            replaced(body, "version=\"1.0\"", "version=\"one\""),
-           replaced(body, "?>", " standalone=\"maybe\"?>"),
-           "<!-- first -->" + body,
-           mark + mark + body,
-           " " + mark + body,
-           replaced(body, cim, mark + cim),
-           replaced(body, cim, "<!DOCTYPE CIM>" + mark + cim),
-           replaced(body, "</SIMPLEREQ>", "<![CDATA[</SIMPLEREQ>")}) {
+           replaced(body, "?>", " standalone=\"maybe\"?>"), "<!-- first -->" + body,
+           mark + mark + body, " " + mark + body, replaced(body, cim, mark + cim),
+           replaced(body, cim, "<!DOCTYPE CIM>" + mark + cim)}) {
     expectRefusal(request.headers(), broken, 400, "request-not-well-formed");
   }
 }

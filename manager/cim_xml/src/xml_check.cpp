@@ -70,7 +70,8 @@ class XmlChecker {
                                     int /*standalone*/) {
     const std::string_view name = encoding != nullptr ? encoding : "utf-8";
     of(data).refuseIf(!of(data).isBeginning_, "an XML declaration out of place");
-    of(data).refuseIf(version == nullptr || !isVersionOne(version), "a version of XML other than 1");
+    of(data).refuseIf(version == nullptr || !isVersionOne(version),
+                      "a version of XML other than 1");
     of(data).refuseIf(!sameName(name, "utf-8") && !sameName(name, "us-ascii"),
                       "an encoding other than UTF-8");
   }
