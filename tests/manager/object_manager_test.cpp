@@ -7,6 +7,7 @@
 #include <model/cim_error.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,7 @@ constexpr char kClasses[] = R"(
   class Test_SmallThing : Test_Thing { };
   class Test_UnservedThing : Test_Thing { };
   class Test_Refused { [Key] string Name; };
+  class Test_Stepwise { [Key] string Name; string Note; uint16 Size; };
   class Test_Empty { [Key] string Name; };
   [Association] class Test_AnyLink { [Key] string Name; string Note; uint16 Size; };
   [Association] class Test_Link : Test_AnyLink { };
@@ -83,7 +85,7 @@ class ObjectManagerTest : public testing::Test {
 TEST_F(ObjectManagerTest, ServesTheClassesForWhichALibraryExportsAFactory) {
   EXPECT_THAT(manager.servedClasses(),
               ElementsAre("Test_Empty", "Test_Link", "Test_NarrowLink", "Test_OtherLink",
-                          "Test_Refused", "Test_SmallThing", "Test_Thing"));
+                          "Test_Refused", "Test_SmallThing", "Test_Stepwise", "Test_Thing"));
 }
 
 TEST_F(ObjectManagerTest, SaysWhichLibraryCannotBeLoaded) {
@@ -196,6 +198,70 @@ TEST_F(ObjectManagerTest, SaysWhatAFactoryDidWrong) {
               manager.enumerateInstanceNames({"", "", "Test_Empty", {}});
             }),
             "CIM_ERR_FAILED: factory Test_Empty_Create_InstanceMI gave no usable record");
+}
+
+/// What became of the objects of the last listing of Test_Stepwise so far: "+" for each taken.
+std::string stepsOf(ObjectManager& manager) {
+  return noteOf(manager.getInstance(thing("steps", "Test_Stepwise")));
+}
+
+const ObjectPath kStepwise{"", "", "Test_Stepwise", {}};
+
+TEST_F(ObjectManagerTest, AListingHandsEachObjectOnBeforeTheProviderReturnsTheNext) {
+  Texts seen;
+  EXPECT_EQ(failureOf([&] {
+              manager.enumerateInstanceNames(kStepwise, [&](ObjectPath&& path) {
+                seen.push_back(textsOf({path}).front() + stepsOf(manager));
+              });
+            }),
+            "CIM_ERR_FAILED: no more steps");
+  EXPECT_THAT(seen,
+              ElementsAre("Test_Stepwise:one", "Test_Stepwise:two+", "Test_Stepwise:three++"));
+  seen.clear();
+  EXPECT_EQ(failureOf([&] {
+              manager.enumerateInstances(kStepwise, Texts{"Note"}, [&](Instance&& instance) {
+                EXPECT_THAT(propertyNames(instance), ElementsAre("Name", "Note"));
+                seen.push_back(noteOf(instance) + stepsOf(manager));
+              });
+            }),
+            "CIM_ERR_FAILED: no more steps");
+  EXPECT_THAT(seen, ElementsAre("[Note]", "[Note]+", "[Note]++"));
+}
+
+TEST_F(ObjectManagerTest, WithoutASinkAListingThatFailsReturnsNothing) {
+  EXPECT_EQ(failureOf([&] { manager.enumerateInstanceNames(kStepwise); }),
+            "CIM_ERR_FAILED: no more steps");
+  EXPECT_EQ(failureOf([&] { manager.enumerateInstances(kStepwise); }),
+            "CIM_ERR_FAILED: no more steps");
+}
+
+TEST_F(ObjectManagerTest, WhatASinkThrowsEndsTheListingOnceTheProviderHasReturned) {
+  const auto failingAtTheSecond = [](int& calls) {
+    return [&calls](auto&&) {
+      if (++calls == 2) throw std::length_error("the reader is full");
+    };
+  };
+  int calls = 0;
+  EXPECT_THROW(manager.enumerateInstanceNames(kStepwise, failingAtTheSecond(calls)),
+               std::length_error);
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(stepsOf(manager), "+--");
+  calls = 0;
+  EXPECT_THROW(manager.enumerateInstances(kStepwise, std::nullopt, failingAtTheSecond(calls)),
+               std::length_error);
+  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(stepsOf(manager), "+--");
+}
+
+TEST_F(ObjectManagerTest, ASinkThatThrowsKeepsFurtherProvidersFromBeingAsked) {
+  int calls = 0;
+  EXPECT_THROW(manager.associatorNames(thing("a"), {},
+                                       [&calls](ObjectPath&&) {
+                                         ++calls;
+                                         throw std::length_error("the reader is full");
+                                       }),
+               std::length_error);
+  EXPECT_EQ(calls, 1);
 }
 
 TEST_F(ObjectManagerTest, WithoutAnAssociationClassEachAssociationProviderIsAsked) {

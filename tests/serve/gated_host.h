@@ -34,28 +34,25 @@ class GatedHost : public cimom::Operations {
   cimom::Instance getInstance(const cimom::ObjectPath& path, const cimom::PropertyList&) override {
     return {path, {{"Note", cimom::Value::text(pass())}}};
   }
-  std::vector<cimom::ObjectPath> enumerateInstanceNames(const cimom::ObjectPath&) override {
-    return {};
-  }
-  std::vector<cimom::Instance> enumerateInstances(const cimom::ObjectPath&,
-                                                  const cimom::PropertyList&) override {
+  void enumerateInstanceNames(const cimom::ObjectPath&, const cimom::PathSink&) override {}
+  void enumerateInstances(const cimom::ObjectPath&, const cimom::PropertyList&,
+                          const cimom::InstanceSink&) override {
     refuse();
   }
-  std::vector<cimom::Instance> associators(const cimom::ObjectPath&,
-                                           const cimom::AssociationFilter&,
-                                           const cimom::PropertyList&) override {
+  void associators(const cimom::ObjectPath&, const cimom::AssociationFilter&,
+                   const cimom::PropertyList&, const cimom::InstanceSink&) override {
     refuse();
   }
-  std::vector<cimom::ObjectPath> associatorNames(const cimom::ObjectPath&,
-                                                 const cimom::AssociationFilter&) override {
+  void associatorNames(const cimom::ObjectPath&, const cimom::AssociationFilter&,
+                       const cimom::PathSink&) override {
     refuse();
   }
-  std::vector<cimom::Instance> references(const cimom::ObjectPath&, const cimom::AssociationFilter&,
-                                          const cimom::PropertyList&) override {
+  void references(const cimom::ObjectPath&, const cimom::AssociationFilter&,
+                  const cimom::PropertyList&, const cimom::InstanceSink&) override {
     refuse();
   }
-  std::vector<cimom::ObjectPath> referenceNames(const cimom::ObjectPath&,
-                                                const cimom::AssociationFilter&) override {
+  void referenceNames(const cimom::ObjectPath&, const cimom::AssociationFilter&,
+                      const cimom::PathSink&) override {
     refuse();
   }
 

@@ -19,43 +19,51 @@ class ScriptedUpcalls : public cimom::Operations {
   /// slashes and the property list.
   std::vector<std::string> seen;
 
-  std::vector<cimom::Instance> enumerateInstances(const cimom::ObjectPath& path,
-                                                  const cimom::PropertyList& properties) override {
-    return answer(instances, "enumerateInstances", path, textOf(properties));
+  void enumerateInstances(const cimom::ObjectPath& path, const cimom::PropertyList& properties,
+                          const cimom::InstanceSink& sink) override {
+    note("enumerateInstances", path, textOf(properties));
+    handOver(instances, sink);
   }
-  std::vector<cimom::ObjectPath> enumerateInstanceNames(const cimom::ObjectPath& path) override {
-    return answer(paths, "enumerateInstanceNames", path);
+  void enumerateInstanceNames(const cimom::ObjectPath& path, const cimom::PathSink& sink) override {
+    note("enumerateInstanceNames", path);
+    handOver(paths, sink);
   }
   cimom::Instance getInstance(const cimom::ObjectPath& path,
                               const cimom::PropertyList& properties) override {
-    return answer(instances, "getInstance", path, textOf(properties)).front();
+    note("getInstance", path, textOf(properties));
+    return instances.front();
   }
-  std::vector<cimom::Instance> associators(const cimom::ObjectPath& path,
-                                           const cimom::AssociationFilter& filter,
-                                           const cimom::PropertyList& properties) override {
-    return answer(instances, "associators", path, textOf(filter) + textOf(properties));
+  void associators(const cimom::ObjectPath& path, const cimom::AssociationFilter& filter,
+                   const cimom::PropertyList& properties,
+                   const cimom::InstanceSink& sink) override {
+    note("associators", path, textOf(filter) + textOf(properties));
+    handOver(instances, sink);
   }
-  std::vector<cimom::ObjectPath> associatorNames(const cimom::ObjectPath& path,
-                                                 const cimom::AssociationFilter& filter) override {
-    return answer(paths, "associatorNames", path, textOf(filter));
+  void associatorNames(const cimom::ObjectPath& path, const cimom::AssociationFilter& filter,
+                       const cimom::PathSink& sink) override {
+    note("associatorNames", path, textOf(filter));
+    handOver(paths, sink);
   }
-  std::vector<cimom::Instance> references(const cimom::ObjectPath& path,
-                                          const cimom::AssociationFilter& filter,
-                                          const cimom::PropertyList& properties) override {
-    return answer(instances, "references", path, textOf(filter) + textOf(properties));
+  void references(const cimom::ObjectPath& path, const cimom::AssociationFilter& filter,
+                  const cimom::PropertyList& properties, const cimom::InstanceSink& sink) override {
+    note("references", path, textOf(filter) + textOf(properties));
+    handOver(instances, sink);
   }
-  std::vector<cimom::ObjectPath> referenceNames(const cimom::ObjectPath& path,
-                                                const cimom::AssociationFilter& filter) override {
-    return answer(paths, "referenceNames", path, textOf(filter));
+  void referenceNames(const cimom::ObjectPath& path, const cimom::AssociationFilter& filter,
+                      const cimom::PathSink& sink) override {
+    note("referenceNames", path, textOf(filter));
+    handOver(paths, sink);
   }
 
  private:
-  template <class Answer>
-  Answer answer(const Answer& prepared, const std::string& operation, const cimom::ObjectPath& path,
-                const std::string& rest = {}) {
+  void note(const std::string& operation, const cimom::ObjectPath& path,
+            const std::string& rest = {}) {
     seen.push_back(operation + " " + cimom::toText(path) + rest);
     if (failure) std::rethrow_exception(failure);
-    return prepared;
+  }
+  template <class Object, class Sink>
+  static void handOver(const std::vector<Object>& prepared, const Sink& sink) {
+    for (const Object& object : prepared) sink(Object(object));
   }
   static std::string textOf(const cimom::AssociationFilter& filter) {
     return " " + filter.assocClass + "/" + filter.resultClass + "/" + filter.role + "/" +

@@ -1,17 +1,20 @@
 // Sends each request to the providers of its class. A dispatcher picks them in alphabetical order
 // of their classes (for instances those of the class and of its subclasses, for one instance that
 // of the class itself, for associations those of the filter's class and of its subclasses) and
-// calls each within a RequestScope of its own; what it returns is copied out before the scope ends.
-// Safe from any number of threads once all providers are loaded. A status other than OK always
-// becomes a CimError, and a property list always narrows what is returned (keys stay).
+// calls each within a RequestScope of its own; what it returns goes to the sink of the request at
+// once. Safe from any number of threads once all providers are loaded. A status other than OK
+// always becomes a CimError, and a property list always narrows what is returned (keys stay).
 #include <broker/broker.h>
 #include <broker/object_manager.h>
 #include <broker/request_scope.h>
 #include <model/cim_error.h>
 #include <model/names.h>
 
-#include <iterator>
+#include <exception>
+#include <functional>
+#include <mutex>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "loaded_providers.h"
@@ -39,10 +42,44 @@ ObjectPath named(const ObjectPath& path, const std::string& className) {
   return copy;
 }
 
-template <class Answer>
-void append(std::vector<Answer>& all, std::vector<Answer>&& more) {
-  all.insert(all.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
-}
+/// Passes what the providers of a request hand over on to its sink, once at a time whatever their
+/// threads; what is no Object the request did not ask for.
+template <class Object>
+class SinkReceiver final : public AnswerReceiver {
+ public:
+  using Sink = std::function<void(Object&&)>;
+  /// `sink` outlives the receiver.
+  explicit SinkReceiver(const Sink& sink) : sink_(sink) {}
+
+  void receive(Instance&& instance) override { pass(std::move(instance)); }
+  void receive(ObjectPath&& path) override { pass(std::move(path)); }
+  void receiveDone() override {}
+
+  /// Throws what the sink threw, if it did.
+  void rethrowFailure() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (failure_) std::rethrow_exception(failure_);
+  }
+
+ private:
+  template <class Given>
+  void pass(Given&& given) {
+    if constexpr (std::is_same_v<Given, Object>) {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (failure_) std::rethrow_exception(failure_);
+      try {
+        sink_(std::forward<Given>(given));
+      } catch (...) {
+        failure_ = std::current_exception();
+        throw;
+      }
+    }
+  }
+
+  const Sink& sink_;
+  std::mutex mutex_;
+  std::exception_ptr failure_;
+};
 
 }  // namespace
 
@@ -56,23 +93,21 @@ class ObjectManager::Dispatcher {
   const CMPIBroker* broker() const { return broker_.record(); }
 
   template <class Operation>
-  std::vector<ObjectPath> names(const ObjectPath& path, Operation operation) {
-    std::vector<ObjectPath> all;
+  void names(const ObjectPath& path, const PathSink& sink, Operation operation) {
+    SinkReceiver<ObjectPath> receiver(sink);
     forEachInstanceProvider(path, [&](const std::string& name, ClassProvider& provider) {
-      append(all, call(provider.instance, named(path, name), operation).paths);
+      call(provider.instance, named(path, name), receiver, operation);
     });
-    return all;
   }
 
   template <class Operation>
-  std::vector<Instance> instances(const ObjectPath& path, const PropertyList& properties,
-                                  Operation operation) {
-    std::vector<Instance> all;
+  void instances(const ObjectPath& path, const PropertyList& properties, const InstanceSink& sink,
+                 Operation operation) {
+    const InstanceSink narrowing = narrowed(properties, sink);
+    SinkReceiver<Instance> receiver(narrowing);
     forEachInstanceProvider(path, [&](const std::string& name, ClassProvider& provider) {
-      append(all, call(provider.instance, named(path, name), operation).instances);
+      call(provider.instance, named(path, name), receiver, operation);
     });
-    narrow(all, properties);
-    return all;
   }
 
   template <class Operation>
@@ -83,48 +118,54 @@ class ObjectManager::Dispatcher {
     if (found == providers_.byClass().end() || !found->second.instance.exists()) {
       throwNoProvider(path);
     }
-    RequestAnswers answers = call(found->second.instance, named(path, path.className), operation);
-    if (answers.instances.empty()) return std::nullopt;
-    answers.instances.resize(1);
-    narrow(answers.instances, properties);
-    return std::move(answers.instances.front());
+    std::optional<Instance> first;
+    const InstanceSink narrowing = narrowed(properties, [&first](Instance&& instance) {
+      if (!first) first = std::move(instance);
+    });
+    SinkReceiver<Instance> receiver(narrowing);
+    call(found->second.instance, named(path, path.className), receiver, operation);
+    return first;
   }
 
   template <class Operation>
-  std::vector<ObjectPath> linkedNames(const ObjectPath& path, const std::string& associationClass,
-                                      Operation operation) {
-    std::vector<ObjectPath> all;
+  void linkedNames(const ObjectPath& path, const std::string& associationClass,
+                   const PathSink& sink, Operation operation) {
+    SinkReceiver<ObjectPath> receiver(sink);
     forEachAssociationProvider(path, associationClass, [&](ClassProvider& provider) {
-      append(all, call(provider.association, named(path, path.className), operation).paths);
+      call(provider.association, named(path, path.className), receiver, operation);
     });
-    return all;
   }
 
   template <class Operation>
-  std::vector<Instance> linkedInstances(const ObjectPath& path, const std::string& associationClass,
-                                        const PropertyList& properties, Operation operation) {
-    std::vector<Instance> all;
+  void linkedInstances(const ObjectPath& path, const std::string& associationClass,
+                       const PropertyList& properties, const InstanceSink& sink,
+                       Operation operation) {
+    const InstanceSink narrowing = narrowed(properties, sink);
+    SinkReceiver<Instance> receiver(narrowing);
     forEachAssociationProvider(path, associationClass, [&](ClassProvider& provider) {
-      append(all, call(provider.association, named(path, path.className), operation).instances);
+      call(provider.association, named(path, path.className), receiver, operation);
     });
-    narrow(all, properties);
-    return all;
   }
 
  private:
-  template <class Record, class Operation>
-  RequestAnswers call(ProviderFactory<Record>& factory, const ObjectPath& path,
-                      Operation operation) {
+  template <class Record, class Object, class Operation>
+  void call(ProviderFactory<Record>& factory, const ObjectPath& path,
+            SinkReceiver<Object>& receiver, Operation operation) {
     Record& record = factory.record(broker());
     RequestScope scope;
-    RequestAnswers answers;
-    CMPIStatus status{CMPI_RC_OK, nullptr};
-    guarded("the provider of " + path.className, [&] {
-      status = operation(record, scope.newContext(path.nameSpace, 0), scope.newResult(answers),
-                         scope.newPath(path));
-    });
-    throwUnlessOk(status, path.className);
-    return answers;
+    try {
+      CMPIStatus status{CMPI_RC_OK, nullptr};
+      guarded("the provider of " + path.className, [&] {
+        status = operation(record, scope.newContext(path.nameSpace, 0), scope.newResult(receiver),
+                           scope.newPath(path));
+      });
+      throwUnlessOk(status, path.className);
+    } catch (const CimError&) {
+      // A provider whose object was not taken may fail for that alone.
+      receiver.rethrowFailure();
+      throw;
+    }
+    receiver.rethrowFailure();
   }
 
   template <class Visit>
@@ -152,15 +193,17 @@ class ObjectManager::Dispatcher {
     }
   }
 
-  /// Providers need not narrow their instances; the manager does what is left to do.
-  void narrow(std::vector<Instance>& instances, const PropertyList& wanted) const {
-    if (!wanted) return;
-    for (Instance& instance : instances) {
+  /// Providers need not narrow their instances; the manager does what is left to do before it
+  /// passes them on.
+  InstanceSink narrowed(const PropertyList& wanted, const InstanceSink& sink) const {
+    if (!wanted) return sink;
+    return [this, &wanted, sink](Instance&& instance) {
       const auto& keys = repository_.keys(instance.path.className);
       std::erase_if(instance.properties, [&](const NamedValue& property) {
         return !holdsName(*wanted, property.name) && !holdsName(keys, property.name);
       });
-    }
+      sink(std::move(instance));
+    };
   }
 
   void checkRequest(const ObjectPath& path) const {
@@ -204,16 +247,16 @@ const CMPIBroker* ObjectManager::broker() const {
   return dispatcher_->broker();
 }
 
-std::vector<Instance> ObjectManager::enumerateInstances(const ObjectPath& classPath,
-                                                        const PropertyList& properties) {
+void ObjectManager::enumerateInstances(const ObjectPath& classPath, const PropertyList& properties,
+                                       const InstanceSink& sink) {
   PropertyArray list(properties);
-  return dispatcher_->instances(classPath, properties, [&](auto& mi, auto... request) {
+  dispatcher_->instances(classPath, properties, sink, [&](auto& mi, auto... request) {
     return mi.ft->enumerateInstances(&mi, request..., list.get());
   });
 }
 
-std::vector<ObjectPath> ObjectManager::enumerateInstanceNames(const ObjectPath& classPath) {
-  return dispatcher_->names(classPath, [](auto& mi, auto... request) {
+void ObjectManager::enumerateInstanceNames(const ObjectPath& classPath, const PathSink& sink) {
+  dispatcher_->names(classPath, sink, [](auto& mi, auto... request) {
     return mi.ft->enumerateInstanceNames(&mi, request...);
   });
 }
@@ -232,41 +275,39 @@ std::optional<Instance> ObjectManager::findInstance(const ObjectPath& path,
   });
 }
 
-std::vector<Instance> ObjectManager::associators(const ObjectPath& path,
-                                                 const AssociationFilter& filter,
-                                                 const PropertyList& properties) {
+void ObjectManager::associators(const ObjectPath& path, const AssociationFilter& filter,
+                                const PropertyList& properties, const InstanceSink& sink) {
   PropertyArray list(properties);
-  return dispatcher_->linkedInstances(
-      path, filter.assocClass, properties, [&](auto& mi, auto... request) {
+  dispatcher_->linkedInstances(
+      path, filter.assocClass, properties, sink, [&](auto& mi, auto... request) {
         return mi.ft->associators(&mi, request..., filterText(filter.assocClass),
                                   filterText(filter.resultClass), filterText(filter.role),
                                   filterText(filter.resultRole), list.get());
       });
 }
 
-std::vector<ObjectPath> ObjectManager::associatorNames(const ObjectPath& path,
-                                                       const AssociationFilter& filter) {
-  return dispatcher_->linkedNames(path, filter.assocClass, [&](auto& mi, auto... request) {
+void ObjectManager::associatorNames(const ObjectPath& path, const AssociationFilter& filter,
+                                    const PathSink& sink) {
+  dispatcher_->linkedNames(path, filter.assocClass, sink, [&](auto& mi, auto... request) {
     return mi.ft->associatorNames(&mi, request..., filterText(filter.assocClass),
                                   filterText(filter.resultClass), filterText(filter.role),
                                   filterText(filter.resultRole));
   });
 }
 
-std::vector<Instance> ObjectManager::references(const ObjectPath& path,
-                                                const AssociationFilter& filter,
-                                                const PropertyList& properties) {
+void ObjectManager::references(const ObjectPath& path, const AssociationFilter& filter,
+                               const PropertyList& properties, const InstanceSink& sink) {
   PropertyArray list(properties);
-  return dispatcher_->linkedInstances(
-      path, filter.resultClass, properties, [&](auto& mi, auto... request) {
+  dispatcher_->linkedInstances(
+      path, filter.resultClass, properties, sink, [&](auto& mi, auto... request) {
         return mi.ft->references(&mi, request..., filterText(filter.resultClass),
                                  filterText(filter.role), list.get());
       });
 }
 
-std::vector<ObjectPath> ObjectManager::referenceNames(const ObjectPath& path,
-                                                      const AssociationFilter& filter) {
-  return dispatcher_->linkedNames(path, filter.resultClass, [&](auto& mi, auto... request) {
+void ObjectManager::referenceNames(const ObjectPath& path, const AssociationFilter& filter,
+                                   const PathSink& sink) {
+  dispatcher_->linkedNames(path, filter.resultClass, sink, [&](auto& mi, auto... request) {
     return mi.ft->referenceNames(&mi, request..., filterText(filter.resultClass),
                                  filterText(filter.role));
   });

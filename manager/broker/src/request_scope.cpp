@@ -50,8 +50,8 @@ RequestScope::~RequestScope() {
   innermost = outer_;
 }
 
-CMPIResult* RequestScope::newResult(RequestAnswers& answers) {
-  return arena_->keep(std::make_unique<ResultObject>(answers));
+CMPIResult* RequestScope::newResult(AnswerReceiver& receiver) {
+  return arena_->keep(std::make_unique<ResultObject>(receiver));
 }
 
 CMPIContext* RequestScope::newContext(const std::string& nameSpace, CMPIUint32 invocationFlags) {

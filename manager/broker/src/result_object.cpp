@@ -9,20 +9,30 @@
 namespace cimom {
 namespace {
 
+/// What the receiver throws becomes a status: no exception crosses the interface.
+template <class Call>
+CMPIStatus handOver(Call call) noexcept {
+  try {
+    call();
+    return okStatus();
+  } catch (...) {
+    return {CMPI_RC_ERR_FAILED, nullptr};
+  }
+}
+
 CMPIStatus resultReturnInstance(const CMPIResult* handle, const CMPIInstance* instance) {
-  ResultObject* result = get<ResultObject>(handle);
+  const ResultObject* result = get<ResultObject>(handle);
   const InstanceObject* object = get<InstanceObject>(instance);
   if (result == nullptr || object == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-  result->answers->instances.push_back(object->instance);
-  return okStatus();
+  // The provider may go on with its own.
+  return handOver([&] { result->receiver->receive(Instance(object->instance)); });
 }
 
 CMPIStatus resultReturnObjectPath(const CMPIResult* handle, const CMPIObjectPath* path) {
-  ResultObject* result = get<ResultObject>(handle);
+  const ResultObject* result = get<ResultObject>(handle);
   const PathObject* object = get<PathObject>(path);
   if (result == nullptr || object == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-  result->answers->paths.push_back(object->path);
-  return okStatus();
+  return handOver([&] { result->receiver->receive(ObjectPath(object->path)); });
 }
 
 CMPIStatus resultReturnData(const CMPIResult* handle, const CMPIValue* value, CMPIType type) {
@@ -33,10 +43,9 @@ CMPIStatus resultReturnData(const CMPIResult* handle, const CMPIValue* value, CM
 }
 
 CMPIStatus resultReturnDone(const CMPIResult* handle) {
-  ResultObject* result = get<ResultObject>(handle);
+  const ResultObject* result = get<ResultObject>(handle);
   if (result == nullptr) return badHandle();
-  ++result->answers->doneCount;
-  return okStatus();
+  return handOver([&] { result->receiver->receiveDone(); });
 }
 
 }  // namespace

@@ -12,12 +12,12 @@ namespace cimom {
 struct ResultObject : BrokerObject {
   using Record = CMPIResult;
   static const CMPIResultFT table;
-  explicit ResultObject(RequestAnswers& where) : handle{this, &table}, answers(&where) {}
+  explicit ResultObject(AnswerReceiver& where) : handle{this, &table}, receiver(&where) {}
   ResultObject(const ResultObject& other)
-      : BrokerObject(other), handle{this, &table}, answers(other.answers) {}
+      : BrokerObject(other), handle{this, &table}, receiver(other.receiver) {}
   ResultObject& operator=(const ResultObject&) = delete;
   Record handle;
-  RequestAnswers* answers;
+  AnswerReceiver* receiver;
 };
 
 }  // namespace cimom

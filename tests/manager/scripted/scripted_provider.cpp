@@ -45,15 +45,16 @@ CMPIObjectPath* namedPath(const Served& served, const CMPIObjectPath* request,
   return path;
 }
 
-void returnInstance(const Served& served, const CMPIResult* result, const CMPIObjectPath* request,
-                    const std::string& name, const std::string& note) {
+CMPIStatus returnInstance(const Served& served, const CMPIResult* result,
+                          const CMPIObjectPath* request, const std::string& name,
+                          const std::string& note) {
   const CMPIObjectPath* path = namedPath(served, request, name);
   CMPIInstance* instance = served.broker->eft->newInstance(served.broker, path, nullptr);
   CMPIValue size{};
   size.uint16 = 7;
   instance->ft->setProperty(instance, "Note", chars(note), CMPI_chars);
   instance->ft->setProperty(instance, "Size", &size, CMPI_uint16);
-  result->ft->returnInstance(result, instance);
+  return result->ft->returnInstance(result, instance);
 }
 
 std::string nameOf(const CMPIObjectPath* path) {
@@ -142,6 +143,43 @@ CMPIStatus referenceNames(CMPIAssociationMI* mi, const CMPIContext*, const CMPIR
   return {CMPI_RC_OK, nullptr};
 }
 
+// Test_Stepwise: its listings return "one", "two" and "three" and then fail; getInstance returns in
+// Note what became of the objects of the last listing so far.
+
+std::string steps;
+
+CMPIStatus noteStep(const Served& served, CMPIStatus taken) {
+  steps += taken.rc == CMPI_RC_OK ? "+" : "-";
+  return failure(served, CMPI_RC_ERR_FAILED, "no more steps");
+}
+
+CMPIStatus enumerateStepNames(CMPIInstanceMI* mi, const CMPIContext*, const CMPIResult* result,
+                              const CMPIObjectPath* path) {
+  const Served& served = servedBy(mi);
+  steps.clear();
+  CMPIStatus end{CMPI_RC_OK, nullptr};
+  for (const char* name : {"one", "two", "three"}) {
+    end = noteStep(served, result->ft->returnObjectPath(result, namedPath(served, path, name)));
+  }
+  return end;
+}
+
+CMPIStatus enumerateSteps(CMPIInstanceMI* mi, const CMPIContext*, const CMPIResult* result,
+                          const CMPIObjectPath* path, const char** properties) {
+  const Served& served = servedBy(mi);
+  steps.clear();
+  CMPIStatus end{CMPI_RC_OK, nullptr};
+  for (const char* name : {"one", "two", "three"}) {
+    end = noteStep(served, returnInstance(served, result, path, name, listed(properties)));
+  }
+  return end;
+}
+
+CMPIStatus getSteps(CMPIInstanceMI* mi, const CMPIContext*, const CMPIResult* result,
+                    const CMPIObjectPath* path, const char**) {
+  return returnInstance(servedBy(mi), result, path, "steps", steps);
+}
+
 CMPIInstanceMIFT makeInstanceTable() {
   CMPIInstanceMIFT table{};
   table.ftVersion = 100;
@@ -151,6 +189,14 @@ CMPIInstanceMIFT makeInstanceTable() {
   table.enumerateInstanceNames = enumerateInstanceNames;
   table.enumerateInstances = enumerateInstances;
   table.getInstance = getInstance;
+  return table;
+}
+
+CMPIInstanceMIFT makeStepTable() {
+  CMPIInstanceMIFT table = makeInstanceTable();
+  table.enumerateInstanceNames = enumerateStepNames;
+  table.enumerateInstances = enumerateSteps;
+  table.getInstance = getSteps;
   return table;
 }
 
@@ -168,6 +214,7 @@ CMPIAssociationMIFT makeAssociationTable() {
 }
 
 const CMPIInstanceMIFT kInstanceTable = makeInstanceTable();
+const CMPIInstanceMIFT kStepTable = makeStepTable();
 const CMPIAssociationMIFT kAssociationTable = makeAssociationTable();
 
 void fill(Served& served, const char* className, const CMPIBroker* broker) {
@@ -198,6 +245,13 @@ SERVE(Test_SmallThing, Instance, instance)
 SERVE(Test_Link, Association, association)
 SERVE(Test_NarrowLink, Association, association)
 SERVE(Test_OtherLink, Association, association)
+
+FACTORY(Test_Stepwise, Instance) {
+  static Served served;
+  fill(served, "Test_Stepwise", broker);
+  served.instance.ft = &kStepTable;
+  return &served.instance;
+}
 
 FACTORY(Test_Refused, Instance) {
   *status = {CMPI_RC_ERR_ACCESS_DENIED,

@@ -39,10 +39,19 @@ class ObjectManager final : public Operations {
   /// The classes that the loaded libraries serve, in alphabetical order.
   std::vector<std::string> servedClasses() const;
 
-  /// As their providers hand them over, narrowed to the listed properties (keys stay).
-  std::vector<Instance> enumerateInstances(const ObjectPath& classPath,
-                                           const PropertyList& properties = std::nullopt) override;
-  std::vector<ObjectPath> enumerateInstanceNames(const ObjectPath& classPath) override;
+  // Each listing also returns all objects of its answer where no sink is given.
+  using Operations::associatorNames;
+  using Operations::associators;
+  using Operations::enumerateInstanceNames;
+  using Operations::enumerateInstances;
+  using Operations::referenceNames;
+  using Operations::references;
+
+  /// As their providers hand them over, narrowed to the listed properties (keys stay). An error of
+  /// one provider ends a request; those after it are not asked.
+  void enumerateInstances(const ObjectPath& classPath, const PropertyList& properties,
+                          const InstanceSink& sink) override;
+  void enumerateInstanceNames(const ObjectPath& classPath, const PathSink& sink) override;
 
   /// What the provider of the path's class hands over; the first, where there are several.
   /// NOT_FOUND when it returns OK without an instance.
@@ -57,14 +66,14 @@ class ObjectManager final : public Operations {
   /// Association requests go to each association class that a provider serves, or, with a class
   /// given (assocClass; for references resultClass), to it and its subclasses. Filters go to the
   /// providers as they are, and nothing is filtered afterwards.
-  std::vector<Instance> associators(const ObjectPath& path, const AssociationFilter& filter,
-                                    const PropertyList& properties = std::nullopt) override;
-  std::vector<ObjectPath> associatorNames(const ObjectPath& path,
-                                          const AssociationFilter& filter) override;
-  std::vector<Instance> references(const ObjectPath& path, const AssociationFilter& filter,
-                                   const PropertyList& properties = std::nullopt) override;
-  std::vector<ObjectPath> referenceNames(const ObjectPath& path,
-                                         const AssociationFilter& filter) override;
+  void associators(const ObjectPath& path, const AssociationFilter& filter,
+                   const PropertyList& properties, const InstanceSink& sink) override;
+  void associatorNames(const ObjectPath& path, const AssociationFilter& filter,
+                       const PathSink& sink) override;
+  void references(const ObjectPath& path, const AssociationFilter& filter,
+                  const PropertyList& properties, const InstanceSink& sink) override;
+  void referenceNames(const ObjectPath& path, const AssociationFilter& filter,
+                      const PathSink& sink) override;
 
   /// The broker that providers of this manager receive. Lives as long as the manager.
   const CMPIBroker* broker() const;
