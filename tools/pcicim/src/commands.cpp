@@ -107,15 +107,23 @@ class CommandRunner {
       case Command::kEnumerate:
         return enumerate();
       case Command::kGet:
-        return print({session_.manager().getInstance(path_, properties())});
+        return list(
+            [&](const auto& sink) { sink(session_.manager().getInstance(path_, properties())); });
       case Command::kAssociators:
-        return print(session_.manager().associators(path_, filter(), properties()));
+        return list([&](const auto& sink) {
+          session_.manager().associators(path_, filter(), properties(), sink);
+        });
       case Command::kAssociatorNames:
-        return print(session_.manager().associatorNames(path_, filter()));
+        return list(
+            [&](const auto& sink) { session_.manager().associatorNames(path_, filter(), sink); });
       case Command::kReferences:
-        return print(session_.manager().references(path_, referenceFilter(), properties()));
+        return list([&](const auto& sink) {
+          session_.manager().references(path_, referenceFilter(), properties(), sink);
+        });
       case Command::kReferenceNames:
-        return print(session_.manager().referenceNames(path_, referenceFilter()));
+        return list([&](const auto& sink) {
+          session_.manager().referenceNames(path_, referenceFilter(), sink);
+        });
       case Command::kServe:
         return serve(session_, options_, publishedClasses(), out_);
       case Command::kTree:
@@ -155,27 +163,32 @@ class CommandRunner {
     return filter;
   }
 
-  void print(const std::vector<cimom::Instance>& instances) {
-    printInstances(instances, session_.classes(), options_.format, out_);
-  }
-  void print(const std::vector<cimom::ObjectPath>& paths) {
-    printPaths(paths, options_.format, out_);
+  /// Prints what the request hands to the sink that it is given.
+  template <typename Request>
+  void list(Request request) {
+    ListingPrinter printer(session_.classes(), options_.format, out_);
+    request([&printer](const auto& object) { printer.print(object); });
+    printer.finish();
   }
 
   void enumerate() {
     const cimom::ObjectPath asked = classPath(options_.target);
-    if (options_.namesOnly) {
-      print(session_.manager().enumerateInstanceNames(asked));
-    } else {
-      print(session_.manager().enumerateInstances(asked, properties()));
-    }
+    list([&](const auto& sink) {
+      if (options_.namesOnly) {
+        session_.manager().enumerateInstanceNames(asked, sink);
+      } else {
+        session_.manager().enumerateInstances(asked, properties(), sink);
+      }
+    });
   }
 
   void count() {
     std::ostringstream lines;
     for (const std::string& name : publishedClasses()) {
-      const auto names = session_.manager().enumerateInstanceNames(classPath(name));
-      lines << std::setw(6) << names.size() << "  " << name << '\n';
+      std::size_t names = 0;
+      session_.manager().enumerateInstanceNames(classPath(name),
+                                                [&names](const auto&) { ++names; });
+      lines << std::setw(6) << names << "  " << name << '\n';
     }
     out_ << lines.str();
   }

@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "options.h"
+#include "output.h"
 #include "standard_output.h"
 
 namespace {
@@ -36,6 +37,8 @@ int main(int count, char** words) {
   std::ostream out(&buffer);
   try {
     pcicim::runCommand(parsed.options, out);
+  } catch (const pcicim::OutputFailure&) {
+    // The buffer knows why.
   } catch (const std::exception& error) {
     out.flush();
     std::cerr << "pcicim: " << error.what() << '\n';

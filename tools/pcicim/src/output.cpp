@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 namespace pcicim {
@@ -82,49 +83,39 @@ Json toJson(const cimom::Instance& instance) {
   return object;
 }
 
-/// What the class's ValueMap and Values say that the number means; empty when they say nothing.
-std::string meaning(const cimom::PropertyDeclaration* property, const std::string& number) {
-  if (property == nullptr) {
-    return "";
-  }
-  const auto* map = cimom::findQualifier(property->qualifiers, "ValueMap");
-  const auto* values = cimom::findQualifier(property->qualifiers, "Values");
+/// What numbers mean, by their text.
+using ValueWords = std::unordered_map<std::string, std::string>;
+
+/// What the property's ValueMap and Values say; empty when they say nothing.
+ValueWords wordsOf(const cimom::PropertyDeclaration& property) {
+  ValueWords words;
+  const auto* map = cimom::findQualifier(property.qualifiers, "ValueMap");
+  const auto* values = cimom::findQualifier(property.qualifiers, "Values");
   if (map == nullptr || values == nullptr) {
-    return "";
+    return words;
   }
   const std::size_t count = std::min(map->elements.size(), values->elements.size());
   for (std::size_t i = 0; i < count; ++i) {
-    if (map->elements[i].text == number) {
-      return values->elements[i].text;
-    }
+    words.emplace(map->elements[i].text, values->elements[i].text);
   }
-  return "";
+  return words;
 }
 
-std::string explained(const cimom::Value& value, const cimom::PropertyDeclaration* property) {
+std::string explained(const cimom::Value& value, const ValueWords* words) {
   const cimom::MofValue mof = cimom::toMof(value);
   std::string text = cimom::writeMof(mof);
+  if (words == nullptr) {
+    return text;
+  }
   std::string meanings;
   for (const auto& element : mof.elements) {
-    const std::string word = meaning(property, element.text);
-    if (!word.empty()) {
-      meanings += (meanings.empty() ? "" : ", ") + word;
+    const auto word = words->find(element.text);
+    if (word != words->end() && !word->second.empty()) {
+      meanings += meanings.empty() ? "" : ", ";
+      meanings += word->second;
     }
   }
   return meanings.empty() ? text : text + " (" + meanings + ")";
-}
-
-void printText(const cimom::Instance& instance, const cimom::ClassRepository& classes,
-               std::ostream& out) {
-  std::size_t width = 0;
-  for (const auto& [name, value] : instance.properties) {
-    width = std::max(width, name.size());
-  }
-  out << instance.path.className << '\n';
-  for (const auto& [name, value] : instance.properties) {
-    out << "  " << name << std::string(width - name.size(), ' ') << " = "
-        << explained(value, classes.findProperty(instance.path.className, name)) << '\n';
-  }
 }
 
 std::string description(const cimom::ClassDeclaration& declaration) {
@@ -134,31 +125,91 @@ std::string description(const cimom::ClassDeclaration& declaration) {
 
 }  // namespace
 
-void printInstances(const std::vector<cimom::Instance>& instances,
-                    const cimom::ClassRepository& classes, Format format, std::ostream& out) {
-  if (format == Format::kJson) {
-    printJsonArray(instances, out, [](const auto& instance) { return toJson(instance); });
-    return;
-  }
-  const char* separator = "";
-  for (const cimom::Instance& instance : instances) {
-    out << separator;
-    if (format == Format::kMof) {
-      out << cimom::writeMof(cimom::toMof(instance));
-    } else {
-      printText(instance, classes, out);
+/// The words for the values of one class after the other, looked up once for each property.
+class ListingPrinter::Meanings {
+ public:
+  explicit Meanings(const cimom::ClassRepository& classes) : classes_(classes) {}
+
+  void printText(const cimom::Instance& instance, std::ostream& out) {
+    std::size_t width = 0;
+    for (const auto& [name, value] : instance.properties) {
+      width = std::max(width, name.size());
     }
-    separator = "\n";
+    Words& words = words_[instance.path.className];
+    text_ = instance.path.className + '\n';
+    for (const auto& [name, value] : instance.properties) {
+      text_ += "  " + name;
+      text_.append(width - name.size(), ' ');
+      text_ += " = " + explained(value, find(words, instance.path.className, name)) + '\n';
+    }
+    out << text_;
+  }
+
+ private:
+  /// By the name of the property as instances have it.
+  using Words = std::unordered_map<std::string, ValueWords>;
+
+  /// Null where values mean themselves.
+  const ValueWords* find(Words& words, const std::string& className, const std::string& name) {
+    auto found = words.find(name);
+    if (found == words.end()) {
+      const auto* property = classes_.findProperty(className, name);
+      found = words.emplace(name, property != nullptr ? wordsOf(*property) : ValueWords()).first;
+    }
+    return found->second.empty() ? nullptr : &found->second;
+  }
+
+  const cimom::ClassRepository& classes_;
+  std::unordered_map<std::string, Words> words_;
+  std::string text_;
+};
+
+OutputFailure::OutputFailure() : std::runtime_error("the output cannot be written") {}
+
+ListingPrinter::ListingPrinter(const cimom::ClassRepository& classes, Format format,
+                               std::ostream& out)
+    : format_(format), out_(out), meanings_(std::make_unique<Meanings>(classes)) {}
+
+ListingPrinter::~ListingPrinter() = default;
+
+void ListingPrinter::startObject(const char* separator) {
+  if (!out_) {
+    throw OutputFailure();
+  }
+  if (format_ == Format::kJson) {
+    out_ << (isEmpty_ ? "[\n" : ",\n");
+  } else if (!isEmpty_) {
+    out_ << separator;
+  }
+  isEmpty_ = false;
+}
+
+void ListingPrinter::print(const cimom::Instance& instance) {
+  startObject("\n");
+  switch (format_) {
+    case Format::kJson:
+      out_ << onOneLine(toJson(instance));
+      return;
+    case Format::kMof:
+      out_ << cimom::writeMof(cimom::toMof(instance));
+      return;
+    default:
+      meanings_->printText(instance, out_);
   }
 }
 
-void printPaths(const std::vector<cimom::ObjectPath>& paths, Format format, std::ostream& out) {
-  if (format == Format::kJson) {
-    printJsonArray(paths, out, [](const auto& path) { return toJson(path); });
-    return;
+void ListingPrinter::print(const cimom::ObjectPath& path) {
+  startObject("");
+  if (format_ == Format::kJson) {
+    out_ << onOneLine(toJson(path));
+  } else {
+    out_ << cimom::toText(path) << '\n';
   }
-  for (const cimom::ObjectPath& path : paths) {
-    out << cimom::toText(path) << '\n';
+}
+
+void ListingPrinter::finish() {
+  if (format_ == Format::kJson) {
+    out_ << (isEmpty_ ? "[]\n" : "\n]\n");
   }
 }
 

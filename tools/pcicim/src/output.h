@@ -4,20 +4,52 @@
 #include <mof/class_repository.h>
 
 #include <iosfwd>
+#include <memory>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "options.h"
 
 namespace pcicim {
 
-/// Prints instances. Text: one block each, names aligned, values with the meaning that their class
-/// gives them; JSON: an array, one object to a line, its class as "@class", references as objects,
-/// bytes that are no UTF-8 replaced; MOF: what a MOF reader reads back.
-void printInstances(const std::vector<cimom::Instance>& instances,
-                    const cimom::ClassRepository& classes, Format format, std::ostream& out);
+/// What output throws that finds its stream failed: nobody reads the rest of the listing.
+class OutputFailure : public std::runtime_error {
+ public:
+  OutputFailure();
+};
 
-/// Prints object paths: one to a line, in JSON an array of objects.
-void printPaths(const std::vector<cimom::ObjectPath>& paths, Format format, std::ostream& out);
+/// Prints a listing object by object, as they come; finish() after the last one. What was printed
+/// before a listing fails stays, a JSON array then without its end. For one thread; the classes
+/// and the stream outlive it.
+///
+/// Instances. Text: one block each, names aligned, values with the meaning that their class gives
+/// them; JSON: an array, one object to a line, its class as "@class", references as objects, bytes
+/// that are no UTF-8 replaced; MOF: what a MOF reader reads back.
+/// Object paths: one to a line, in JSON an array of objects.
+class ListingPrinter {
+ public:
+  ListingPrinter(const cimom::ClassRepository& classes, Format format, std::ostream& out);
+  ~ListingPrinter();
+  ListingPrinter(const ListingPrinter&) = delete;
+  ListingPrinter& operator=(const ListingPrinter&) = delete;
+
+  /// Throw OutputFailure when the stream has failed.
+  void print(const cimom::Instance& instance);
+  void print(const cimom::ObjectPath& path);
+
+  void finish();
+
+ private:
+  class Meanings;
+  /// Writes what stands before an object.
+  void startObject(const char* separator);
+
+  Format format_;
+  std::ostream& out_;
+  std::unique_ptr<Meanings> meanings_;
+  bool isEmpty_ = true;
+};
 
 /// Prints classes by name, each with its superclass and description, as text or JSON; as MOF they
 /// are files already.
