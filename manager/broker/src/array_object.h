@@ -2,11 +2,13 @@
 
 #include <cmpi/cmpi.h>
 
-#include <model/value.h>
+#include <model/cim_type.h>
 
+#include <memory>
 #include <utility>
 
 #include "broker_object.h"
+#include "stored_value.h"
 
 namespace cimom {
 
@@ -14,12 +16,15 @@ namespace cimom {
 struct ArrayObject : BrokerObject {
   using Record = CMPIArray;
   static const CMPIArrayFT table;
-  explicit ArrayObject(Value content) : handle{this, &table}, value(std::move(content)) {}
+  ArrayObject(CimType elementType, std::shared_ptr<const StoredElements> content)
+      : handle{this, &table}, type(elementType), elements(std::move(content)) {}
   ArrayObject(const ArrayObject& other)
-      : BrokerObject(other), handle{this, &table}, value(other.value) {}
+      : BrokerObject(other), handle{this, &table}, type(other.type), elements(other.elements) {}
   ArrayObject& operator=(const ArrayObject&) = delete;
   Record handle;
-  Value value;
+  CimType type;
+  /// Values that came of this array share them: a change goes to a copy.
+  std::shared_ptr<const StoredElements> elements;
 };
 
 /// An array of that many null elements.

@@ -5,8 +5,7 @@
 namespace cimom {
 
 Broker::Broker(const ClassRepository& repository, Operations* operations)
-    : state_(std::make_unique<State>()) {
-  state_->repository = &repository;
+    : state_(std::make_unique<State>(repository)) {
   state_->operations = operations;
   state_->record = {state_.get(), &upcallTable(), &objectTable(), &operatingSystemTable(),
                     &memoryTable()};

@@ -2,28 +2,46 @@
 
 #include <cmpi/cmpi.h>
 
-#include <memory>
+#include <cstddef>
+#include <new>
+#include <utility>
 
 /// What all objects behind the broker's handles have in common. Each kind has a file of its own,
 /// which holds the functions of its table; what a make function returns belongs to the thread's
 /// request and is released at its end.
 namespace cimom {
 
+class TextPool;
+
 /// What a request owns.
 struct BrokerObject {
+  BrokerObject() = default;
+  BrokerObject(const BrokerObject&) noexcept {}
+  BrokerObject& operator=(const BrokerObject&) = delete;
   virtual ~BrokerObject() = default;
+
   /// Clones belong to the caller that made them and end with their release.
-  bool isClone = false;
+  bool isClone() const noexcept { return next == this; }
+  void markAsClone() noexcept { next = this; }
+
+  /// The object of the same request that was made before this one.
+  BrokerObject* next = nullptr;
 };
 
-/// Hands the object over to the innermost request of this thread.
-void adopt(std::unique_ptr<BrokerObject> object);
+/// Memory of the innermost request of this thread, for one object; what begins there goes to
+/// `adopt`, which lets it end with the request.
+void* placeForObject(std::size_t size);
+void adopt(BrokerObject& object) noexcept;
+/// The texts that objects of that request share.
+TextPool& requestTexts();
 
-template <class Object>
-typename Object::Record* keep(std::unique_ptr<Object> object) {
-  auto* handle = &object->handle;
-  adopt(std::move(object));
-  return handle;
+/// Makes an object of the innermost request of this thread.
+template <class Object, class... Arguments>
+typename Object::Record* make(Arguments&&... arguments) {
+  static_assert(alignof(Object) <= alignof(std::max_align_t));
+  auto* object = new (placeForObject(sizeof(Object))) Object(std::forward<Arguments>(arguments)...);
+  adopt(*object);
+  return &object->handle;
 }
 
 /// Writes the status where the caller wants one.
@@ -60,7 +78,7 @@ template <class Object>
 CMPIStatus releaseObject(typename Object::Record* handle) {
   Object* object = get<Object>(handle);
   if (object == nullptr) return badHandle();
-  if (object->isClone) delete object;
+  if (object->isClone()) delete object;
   return okStatus();
 }
 
@@ -68,9 +86,9 @@ template <class Object>
 typename Object::Record* cloneObject(const typename Object::Record* handle, CMPIStatus* status) {
   const Object* object = get<Object>(handle, status);
   if (object == nullptr) return nullptr;
-  auto copy = std::make_unique<Object>(*object);
-  copy->isClone = true;
-  return &copy.release()->handle;
+  auto* copy = new Object(*object);
+  copy->markAsClone();
+  return &copy->handle;
 }
 
 }  // namespace cimom

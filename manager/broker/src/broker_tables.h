@@ -8,6 +8,7 @@
 #include <string>
 
 #include "broker_object.h"
+#include "class_layout.h"
 #include "path_object.h"
 
 /// The function tables of the broker's record, each in a file of its own.
@@ -15,7 +16,11 @@ namespace cimom {
 
 /// What the record's hdl points to.
 struct Broker::State {
-  const ClassRepository* repository = nullptr;
+  explicit State(const ClassRepository& classes) : repository(&classes), layouts(classes) {}
+
+  const ClassRepository* repository;
+  /// Has a lock of its own.
+  mutable ClassLayouts layouts;
   Operations* operations = nullptr;
   CMPIBroker record{};
 };
@@ -24,7 +29,7 @@ inline const Broker::State* stateOf(const CMPIBroker* broker) {
   return broker != nullptr ? static_cast<const Broker::State*>(broker->hdl) : nullptr;
 }
 
-inline std::string orEmpty(const char* text) {
+inline const char* orEmpty(const char* text) {
   return text != nullptr ? text : "";
 }
 

@@ -4,13 +4,11 @@
 #include <cstdint>
 #include <memory>
 #include <utility>
-#include <variant>
-
-#include <model/names.h>
 
 #include "array_object.h"
 #include "path_object.h"
 #include "string_object.h"
+#include "text_pool.h"
 
 namespace cimom {
 namespace {
@@ -31,51 +29,111 @@ constexpr TypePair kTypes[] = {
     {CMPI_ref, CimType::kReference},
 };
 
-std::optional<Scalar> scalarFrom(const CMPIValue& value, CMPIType type) {
+/// What a caller may give again with the next object is shared; a null for what names no object.
+StoredValue referenceFrom(const CMPIObjectPath* handle) {
+  const PathObject* path = get<PathObject>(handle);
+  if (path == nullptr) return StoredValue(CimType::kReference);
+  return StoredValue::reference({nullptr, std::make_shared<const StoredPath>(path->path)});
+}
+
+StoredValue textFrom(const CMPIString* handle) {
+  const StringObject* string = get<StringObject>(handle);
+  return string != nullptr ? StoredValue::text(requestTexts().get(string->text.view()))
+                           : StoredValue(CimType::kString);
+}
+
+std::optional<StoredValue> scalarFrom(const CMPIValue& value, CMPIType type) {
   switch (type) {
     case CMPI_boolean:
-      return value.boolean != 0;
+      return StoredValue::boolean(value.boolean != 0);
     case CMPI_char16:
-      return std::uint64_t{value.char16};
+      return StoredValue::number(CimType::kChar16, value.char16);
     case CMPI_uint8:
-      return std::uint64_t{value.uint8};
+      return StoredValue::number(CimType::kUint8, value.uint8);
     case CMPI_uint16:
-      return std::uint64_t{value.uint16};
+      return StoredValue::number(CimType::kUint16, value.uint16);
     case CMPI_uint32:
-      return std::uint64_t{value.uint32};
+      return StoredValue::number(CimType::kUint32, value.uint32);
     case CMPI_uint64:
-      return std::uint64_t{value.uint64};
+      return StoredValue::number(CimType::kUint64, value.uint64);
     case CMPI_sint8:
-      return std::int64_t{value.sint8};
+      return StoredValue::signedNumber(CimType::kSint8, value.sint8);
     case CMPI_sint16:
-      return std::int64_t{value.sint16};
+      return StoredValue::signedNumber(CimType::kSint16, value.sint16);
     case CMPI_sint32:
-      return std::int64_t{value.sint32};
+      return StoredValue::signedNumber(CimType::kSint32, value.sint32);
     case CMPI_sint64:
-      return std::int64_t{value.sint64};
+      return StoredValue::signedNumber(CimType::kSint64, value.sint64);
     case CMPI_real32:
-      return static_cast<double>(value.real32);
+      return StoredValue::real(CimType::kReal32, static_cast<double>(value.real32));
     case CMPI_real64:
-      return value.real64;
-    case CMPI_string: {
-      const StringObject* text = get<StringObject>(value.string);
-      return text != nullptr ? Scalar(text->text) : Scalar();
-    }
-    case CMPI_ref: {
-      const PathObject* path = get<PathObject>(value.ref);
-      return path != nullptr ? Scalar(std::make_shared<const ObjectPath>(path->path)) : Scalar();
-    }
+      return StoredValue::real(CimType::kReal64, value.real64);
+    case CMPI_string:
+      return textFrom(value.string);
+    case CMPI_ref:
+      return referenceFrom(value.ref);
     default:
       return std::nullopt;
   }
 }
 
-template <class Number>
-Number numberOf(const Scalar& scalar) {
-  if (const auto* number = std::get_if<std::uint64_t>(&scalar)) return static_cast<Number>(*number);
-  if (const auto* number = std::get_if<std::int64_t>(&scalar)) return static_cast<Number>(*number);
-  if (const auto* number = std::get_if<double>(&scalar)) return static_cast<Number>(*number);
-  return Number{};
+CMPIObjectPath* pathFrom(const StoredReference& reference) {
+  return makePath(reference.stored ? *reference.stored
+                                   : fromModel(*reference.model, requestTexts()));
+}
+
+/// What is there of a scalar, in the member of its CMPI type.
+void fill(CMPIData& data, const StoredValue& value) {
+  switch (data.type) {
+    case CMPI_boolean:
+      data.value.boolean = value.asBoolean() ? 1 : 0;
+      break;
+    case CMPI_char16:
+      data.value.char16 = value.as<CMPIChar16>();
+      break;
+    case CMPI_uint8:
+      data.value.uint8 = value.as<CMPIUint8>();
+      break;
+    case CMPI_uint16:
+      data.value.uint16 = value.as<CMPIUint16>();
+      break;
+    case CMPI_uint32:
+      data.value.uint32 = value.as<CMPIUint32>();
+      break;
+    case CMPI_uint64:
+      data.value.uint64 = value.as<CMPIUint64>();
+      break;
+    case CMPI_sint8:
+      data.value.sint8 = value.as<CMPISint8>();
+      break;
+    case CMPI_sint16:
+      data.value.sint16 = value.as<CMPISint16>();
+      break;
+    case CMPI_sint32:
+      data.value.sint32 = value.as<CMPISint32>();
+      break;
+    case CMPI_sint64:
+      data.value.sint64 = value.as<CMPISint64>();
+      break;
+    case CMPI_real32:
+      data.value.real32 = value.as<CMPIReal32>();
+      break;
+    case CMPI_real64:
+      data.value.real64 = value.as<CMPIReal64>();
+      break;
+    case CMPI_string:
+      data.value.string = makeString(value.asText());
+      break;
+    case CMPI_ref:
+      if (const StoredReference* reference = value.asReference()) {
+        data.value.ref = pathFrom(*reference);
+      } else {
+        data.state = CMPI_nullValue;
+      }
+      break;
+    default:
+      break;
+  }
 }
 
 }  // namespace
@@ -95,111 +153,41 @@ CMPIType cmpiTypeOf(CimType type) {
   return found->cmpi;
 }
 
-std::optional<Value> valueFrom(const CMPIValue* value, CMPIType type) {
+std::optional<StoredValue> valueFrom(const CMPIValue* value, CMPIType type) {
   const auto cimType = cimTypeOf(type);
   if (!cimType) return std::nullopt;
   const bool isArray = (type & CMPI_ARRAY) != 0;
-  if (value == nullptr) return Value::null(*cimType, isArray);
+  if (value == nullptr) return StoredValue(*cimType, isArray);
   if (isArray) {
     const ArrayObject* array = get<ArrayObject>(value->array);
-    return array != nullptr ? array->value : Value::null(*cimType, true);
+    return array != nullptr ? StoredValue::array(array->type, array->elements)
+                            : StoredValue(*cimType, true);
   }
   // Text comes as the pointer itself, not as the address of a value that holds it.
-  if (type == CMPI_chars) return Value::text(reinterpret_cast<const char*>(value));
-  const auto scalar = scalarFrom(*value, type);
-  if (!scalar) return std::nullopt;
-  if (std::holds_alternative<std::monostate>(*scalar)) return Value::null(*cimType);
-  Value single = Value::null(*cimType);
-  single.isNull = false;
-  single.elements.push_back(*scalar);
-  return single;
+  if (type == CMPI_chars) {
+    return StoredValue::text(requestTexts().get(reinterpret_cast<const char*>(value)));
+  }
+  return scalarFrom(*value, type);
 }
 
-CMPIData dataFrom(const Scalar& scalar, CimType type) {
-  CMPIData data = nullData(cmpiTypeOf(type));
-  if (std::holds_alternative<std::monostate>(scalar)) return data;
+CMPIData dataFrom(const StoredValue& value) {
+  const CMPIType element = cmpiTypeOf(value.type());
+  CMPIData data = nullData(value.isArray() ? static_cast<CMPIType>(CMPI_ARRAY | element) : element);
+  if (value.isNull()) return data;
   data.state = CMPI_goodValue;
-  switch (data.type) {
-    case CMPI_boolean:
-      data.value.boolean = std::holds_alternative<bool>(scalar) && std::get<bool>(scalar) ? 1 : 0;
-      break;
-    case CMPI_char16:
-      data.value.char16 = numberOf<CMPIChar16>(scalar);
-      break;
-    case CMPI_uint8:
-      data.value.uint8 = numberOf<CMPIUint8>(scalar);
-      break;
-    case CMPI_uint16:
-      data.value.uint16 = numberOf<CMPIUint16>(scalar);
-      break;
-    case CMPI_uint32:
-      data.value.uint32 = numberOf<CMPIUint32>(scalar);
-      break;
-    case CMPI_uint64:
-      data.value.uint64 = numberOf<CMPIUint64>(scalar);
-      break;
-    case CMPI_sint8:
-      data.value.sint8 = numberOf<CMPISint8>(scalar);
-      break;
-    case CMPI_sint16:
-      data.value.sint16 = numberOf<CMPISint16>(scalar);
-      break;
-    case CMPI_sint32:
-      data.value.sint32 = numberOf<CMPISint32>(scalar);
-      break;
-    case CMPI_sint64:
-      data.value.sint64 = numberOf<CMPISint64>(scalar);
-      break;
-    case CMPI_real32:
-      data.value.real32 = numberOf<CMPIReal32>(scalar);
-      break;
-    case CMPI_real64:
-      data.value.real64 = numberOf<CMPIReal64>(scalar);
-      break;
-    case CMPI_string:
-      data.value.string = makeString(toText(scalar));
-      break;
-    case CMPI_ref:
-      if (const auto* path = std::get_if<std::shared_ptr<const ObjectPath>>(&scalar)) {
-        data.value.ref = makePath(**path);
-      } else {
-        data.state = CMPI_nullValue;
-      }
-      break;
-    default:
-      break;
+  if (value.isArray()) {
+    data.value.array = make<ArrayObject>(value.type(), value.elements());
+  } else {
+    fill(data, value);
   }
   return data;
 }
 
-CMPIData dataFrom(const Value& value) {
-  if (value.isArray) {
-    CMPIData data = nullData(static_cast<CMPIType>(CMPI_ARRAY | cmpiTypeOf(value.type)));
-    if (value.isNull) return data;
-    data.state = CMPI_goodValue;
-    data.value.array = keep(std::make_unique<ArrayObject>(value));
-    return data;
-  }
-  if (value.isNull || value.elements.empty()) return nullData(cmpiTypeOf(value.type));
-  return dataFrom(value.elements.front(), value.type);
-}
-
-CMPIData notFound(CMPIStatus* status, CMPIrc code, const std::string& text) {
+CMPIData notFound(CMPIStatus* status, CMPIrc code, std::string_view text) {
   setStatus(status, {code, makeString(text)});
   CMPIData data = nullData(CMPI_null);
   data.state = CMPI_nullValue | CMPI_notFound;
   return data;
-}
-
-void putNamed(std::vector<NamedValue>& values, const char* name, Value value) {
-  const auto found = std::find_if(values.begin(), values.end(), [&](const NamedValue& candidate) {
-    return sameName(candidate.name, name);
-  });
-  if (found != values.end()) {
-    found->value = std::move(value);
-  } else {
-    values.push_back({name, std::move(value)});
-  }
 }
 
 CMPIData nullData(CMPIType type) {

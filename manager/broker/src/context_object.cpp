@@ -1,10 +1,10 @@
 #include "context_object.h"
 
-#include <memory>
 #include <utility>
 
 #include "cmpi_values.h"
 #include "named_values.h"
+#include "text_pool.h"
 
 namespace cimom {
 namespace {
@@ -12,8 +12,8 @@ namespace {
 CMPIData contextGetEntry(const CMPIContext* handle, const char* name, CMPIStatus* status) {
   const ContextObject* object = get<ContextObject>(handle);
   if (object != nullptr && name != nullptr) {
-    for (const NamedValue& entry : object->entries) {
-      if (entry.name != name) continue;
+    for (const StoredNamed& entry : object->entries) {
+      if (entry.name.view() != name) continue;
       setStatus(status, CMPI_RC_OK);
       return dataFrom(entry.value);
     }
@@ -27,7 +27,7 @@ CMPIStatus contextAddEntry(const CMPIContext* handle, const char* name, const CM
   if (object == nullptr || name == nullptr) return badHandle();
   auto entry = valueFrom(value, type);
   if (!entry) return {CMPI_RC_ERR_INVALID_DATA_TYPE, nullptr};
-  putNamed(object->entries, name, std::move(*entry));
+  putNamed(object->entries, requestTexts().get(name), std::move(*entry));
   return okStatus();
 }
 

@@ -2,12 +2,10 @@
 
 #include <cmpi/cmpi.h>
 
-#include <model/value.h>
-
 #include <utility>
-#include <vector>
 
 #include "broker_object.h"
+#include "stored_value.h"
 
 namespace cimom {
 
@@ -15,15 +13,15 @@ namespace cimom {
 struct ContextObject : BrokerObject {
   using Record = CMPIContext;
   static const CMPIContextFT table;
-  explicit ContextObject(std::vector<NamedValue> content)
+  explicit ContextObject(StoredValues content)
       : handle{this, &table}, entries(std::move(content)) {}
   ContextObject(const ContextObject& other)
       : BrokerObject(other), handle{this, &table}, entries(other.entries) {}
   ContextObject& operator=(const ContextObject&) = delete;
-  const std::vector<NamedValue>& values() const { return entries; }
+  const StoredValues& values() const { return entries; }
 
   Record handle;
-  std::vector<NamedValue> entries;
+  StoredValues entries;
 };
 
 }  // namespace cimom

@@ -1,12 +1,12 @@
 #include "enumeration_object.h"
 
-#include <memory>
 #include <utility>
 
 #include "cmpi_values.h"
 #include "instance_object.h"
 #include "not_supported.h"
 #include "path_object.h"
+#include "text_pool.h"
 
 namespace cimom {
 namespace {
@@ -35,27 +35,26 @@ const CMPIEnumerationFT EnumerationObject::table = {
     enumerationHasNext,
     notSupported<decltype(CMPIEnumerationFT::toArray)>()};
 
-CMPIEnumeration* makeEnumeration(std::vector<ObjectPath> paths) {
-  auto enumeration = std::make_unique<EnumerationObject>();
-  for (ObjectPath& path : paths) {
+CMPIEnumeration* makeEnumeration(const std::vector<ObjectPath>& paths) {
+  std::vector<CMPIData> elements;
+  for (const ObjectPath& path : paths) {
     CMPIData data = nullData(CMPI_ref);
     data.state = CMPI_goodValue;
-    data.value.ref = makePath(std::move(path));
-    enumeration->elements.push_back(data);
+    data.value.ref = makePath(fromModel(path, requestTexts()));
+    elements.push_back(data);
   }
-  return keep(std::move(enumeration));
+  return make<EnumerationObject>(std::move(elements));
 }
 
-CMPIEnumeration* makeEnumeration(std::vector<Instance> instances,
-                                 const ClassRepository& repository) {
-  auto enumeration = std::make_unique<EnumerationObject>();
-  for (Instance& instance : instances) {
+CMPIEnumeration* makeEnumeration(const std::vector<Instance>& instances, ClassLayouts& layouts) {
+  std::vector<CMPIData> elements;
+  for (const Instance& instance : instances) {
     CMPIData data = nullData(CMPI_instance);
     data.state = CMPI_goodValue;
-    data.value.inst = makeInstance(std::move(instance), repository);
-    enumeration->elements.push_back(data);
+    data.value.inst = makeInstance(instance, layouts.of(instance.path.className));
+    elements.push_back(data);
   }
-  return keep(std::move(enumeration));
+  return make<EnumerationObject>(std::move(elements));
 }
 
 }  // namespace cimom

@@ -3,12 +3,13 @@
 #include <cmpi/cmpi.h>
 
 #include <model/value.h>
-#include <mof/class_repository.h>
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "broker_object.h"
+#include "class_layout.h"
 
 namespace cimom {
 
@@ -16,7 +17,8 @@ namespace cimom {
 struct EnumerationObject : BrokerObject {
   using Record = CMPIEnumeration;
   static const CMPIEnumerationFT table;
-  EnumerationObject() : handle{this, &table} {}
+  explicit EnumerationObject(std::vector<CMPIData> content)
+      : handle{this, &table}, elements(std::move(content)) {}
   EnumerationObject(const EnumerationObject& other)
       : BrokerObject(other), handle{this, &table}, elements(other.elements), next(other.next) {}
   EnumerationObject& operator=(const EnumerationObject&) = delete;
@@ -25,8 +27,7 @@ struct EnumerationObject : BrokerObject {
   std::size_t next = 0;
 };
 
-CMPIEnumeration* makeEnumeration(std::vector<ObjectPath> paths);
-CMPIEnumeration* makeEnumeration(std::vector<Instance> instances,
-                                 const ClassRepository& repository);
+CMPIEnumeration* makeEnumeration(const std::vector<ObjectPath>& paths);
+CMPIEnumeration* makeEnumeration(const std::vector<Instance>& instances, ClassLayouts& layouts);
 
 }  // namespace cimom

@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <model/names.h>
@@ -10,14 +12,15 @@
 #include "named_values.h"
 #include "path_object.h"
 #include "string_object.h"
+#include "text_pool.h"
 
 namespace cimom {
 namespace {
 
 CMPIData instanceGetProperty(const CMPIInstance* handle, const char* name, CMPIStatus* status) {
   const InstanceObject* object = get<InstanceObject>(handle);
-  const Value* value =
-      object != nullptr && name != nullptr ? object->instance.findProperty(name) : nullptr;
+  const StoredValue* value =
+      object != nullptr && name != nullptr ? findNamed(object->properties, name) : nullptr;
   if (value == nullptr) {
     return notFound(status, CMPI_RC_ERR_NO_SUCH_PROPERTY, "the instance has no such property");
   }
@@ -25,29 +28,38 @@ CMPIData instanceGetProperty(const CMPIInstance* handle, const char* name, CMPIS
   return dataFrom(*value);
 }
 
+bool fits(const StoredValue& given, const ClassLayout::Property& declared) {
+  return given.isArray() == declared.isArray &&
+         (given.type() == declared.type ||
+          (given.type() == CimType::kString && declared.type == CimType::kDateTime));
+}
+
+CMPIStatus unknownProperty(const InstanceObject& object, std::string_view name) {
+  return {CMPI_RC_ERR_NO_SUCH_PROPERTY, makeString("class " + object.path.className.string() +
+                                                   " has no property " + std::string(name))};
+}
+
+CMPIStatus mismatch(const InstanceObject& object, std::string_view name, CimType declared) {
+  return {CMPI_RC_ERR_TYPE_MISMATCH,
+          makeString("property " + object.path.className.string() + "." + std::string(name) +
+                     " is of type " + std::string(typeName(declared)))};
+}
+
 CMPIStatus instanceSetProperty(const CMPIInstance* handle, const char* name, const CMPIValue* value,
                                CMPIType type) {
   InstanceObject* object = get<InstanceObject>(handle);
   if (object == nullptr) return badHandle();
   if (name == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-  const std::string& className = object->instance.path.className;
-  const PropertyDeclaration* declared = object->repository->findProperty(className, name);
-  if (declared == nullptr) {
-    return {CMPI_RC_ERR_NO_SUCH_PROPERTY,
-            makeString("class " + className + " has no property " + name)};
-  }
+  const std::string_view asked = name;
+  const ClassLayout::Property* declared = object->layout->find(asked);
+  if (declared == nullptr) return unknownProperty(*object, asked);
   auto given = valueFrom(value, type);
-  const bool fits = given && given->isArray == declared->isArray &&
-                    (given->type == declared->type ||
-                     (given->type == CimType::kString && declared->type == CimType::kDateTime));
-  if (!fits) {
-    return {CMPI_RC_ERR_TYPE_MISMATCH,
-            makeString("property " + className + "." + name + " is of type " +
-                       std::string(typeName(declared->type)))};
-  }
-  if (declared->isKey) putNamed(object->instance.path.keys, declared->name.c_str(), *given);
-  if (object->filter && !holdsName(*object->filter, name)) return okStatus();
-  putNamed(object->instance.properties, name, std::move(*given));
+  if (!given || !fits(*given, *declared)) return mismatch(*object, asked, declared->type);
+  if (declared->isKey) putNamed(object->path.keys, declared->name, *given);
+  if (object->filter && !holdsName(*object->filter, asked)) return okStatus();
+  const bool isUsual = declared->name.view() == asked;
+  putNamed(object->properties, isUsual ? declared->name : requestTexts().get(asked),
+           std::move(*given));
   return okStatus();
 }
 
@@ -58,7 +70,7 @@ CMPIStatus instanceSetPropertyWithOrigin(const CMPIInstance* handle, const char*
 
 CMPIObjectPath* instanceGetObjectPath(const CMPIInstance* handle, CMPIStatus* status) {
   const InstanceObject* object = get<InstanceObject>(handle, status);
-  return object != nullptr ? makePath(object->instance.path) : nullptr;
+  return object != nullptr ? makePath(object->path) : nullptr;
 }
 
 void appendNames(std::vector<std::string>& names, const char** list) {
@@ -75,9 +87,10 @@ CMPIStatus instanceSetPropertyFilter(const CMPIInstance* handle, const char** pr
   std::vector<std::string> kept;
   appendNames(kept, properties);
   appendNames(kept, keys);
-  std::erase_if(object->instance.properties,
-                [&](const NamedValue& property) { return !holdsName(kept, property.name); });
-  object->filter = std::move(kept);
+  std::erase_if(object->properties, [&](const StoredNamed& property) {
+    return !holdsName(kept, property.name.view());
+  });
+  object->filter = std::make_shared<const std::vector<std::string>>(std::move(kept));
   return okStatus();
 }
 
@@ -85,7 +98,8 @@ CMPIStatus instanceSetObjectPath(const CMPIInstance* handle, const CMPIObjectPat
   InstanceObject* object = get<InstanceObject>(handle);
   const PathObject* source = get<PathObject>(path);
   if (object == nullptr || source == nullptr) return badHandle();
-  object->instance.path = source->path;
+  object->path = source->path;
+  object->layout = &object->layout->owner().of(object->path.className.view());
   return okStatus();
 }
 
@@ -103,8 +117,14 @@ const CMPIInstanceFT InstanceObject::table = {200,
                                               instanceSetObjectPath,
                                               instanceSetPropertyWithOrigin};
 
-CMPIInstance* makeInstance(Instance instance, const ClassRepository& repository) {
-  return keep(std::make_unique<InstanceObject>(std::move(instance), &repository));
+Instance toModel(const InstanceObject& object) {
+  return {toModel(object.path), toModel(object.properties)};
+}
+
+CMPIInstance* makeInstance(const Instance& instance, const ClassLayout& layout) {
+  TextPool& texts = requestTexts();
+  return make<InstanceObject>(fromModel(instance.path, texts),
+                              fromModel(instance.properties, texts), &layout);
 }
 
 }  // namespace cimom

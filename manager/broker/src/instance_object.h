@@ -2,13 +2,16 @@
 
 #include <cmpi/cmpi.h>
 
-#include <model/operations.h>
 #include <model/value.h>
-#include <mof/class_repository.h>
 
+#include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "broker_object.h"
+#include "class_layout.h"
+#include "stored_value.h"
 
 namespace cimom {
 
@@ -16,23 +19,33 @@ namespace cimom {
 struct InstanceObject : BrokerObject {
   using Record = CMPIInstance;
   static const CMPIInstanceFT table;
-  InstanceObject(Instance value, const ClassRepository* classes)
-      : handle{this, &table}, instance(std::move(value)), repository(classes) {}
+  /// `classLayout` is that of the path's class and outlives the object.
+  InstanceObject(StoredPath itsPath, StoredValues values, const ClassLayout* classLayout)
+      : handle{this, &table},
+        path(std::move(itsPath)),
+        properties(std::move(values)),
+        layout(classLayout) {}
   InstanceObject(const InstanceObject& other)
       : BrokerObject(other),
         handle{this, &table},
-        instance(other.instance),
-        repository(other.repository),
+        path(other.path),
+        properties(other.properties),
+        layout(other.layout),
         filter(other.filter) {}
   InstanceObject& operator=(const InstanceObject&) = delete;
-  const std::vector<NamedValue>& values() const { return instance.properties; }
+  const StoredValues& values() const { return properties; }
 
   Record handle;
-  Instance instance;
-  const ClassRepository* repository;
-  PropertyList filter;
+  StoredPath path;
+  StoredValues properties;
+  const ClassLayout* layout;
+  /// The names of what it takes; null when it takes all.
+  std::shared_ptr<const std::vector<std::string>> filter;
 };
 
-CMPIInstance* makeInstance(Instance instance, const ClassRepository& repository);
+Instance toModel(const InstanceObject& object);
+
+/// `layout` is that of the instance's class.
+CMPIInstance* makeInstance(const Instance& instance, const ClassLayout& layout);
 
 }  // namespace cimom

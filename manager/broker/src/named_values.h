@@ -2,12 +2,9 @@
 
 #include <cmpi/cmpi.h>
 
-#include <model/value.h>
-
-#include <vector>
-
 #include "broker_object.h"
 #include "cmpi_values.h"
+#include "stored_value.h"
 #include "string_object.h"
 
 /// The functions by which a caller walks the keys of a path, the properties of an instance and the
@@ -19,7 +16,7 @@ CMPIData valueAt(const typename Object::Record* handle, CMPICount index, CMPIStr
                  CMPIStatus* status) {
   const Object* object = get<Object>(handle);
   if (object == nullptr) return notFound(status, CMPI_RC_ERR_INVALID_HANDLE, "no such object");
-  const std::vector<NamedValue>& values = object->values();
+  const StoredValues& values = object->values();
   if (index >= values.size()) {
     return notFound(status, CMPI_RC_ERR_NO_SUCH_PROPERTY, "index out of range");
   }

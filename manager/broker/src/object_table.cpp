@@ -1,5 +1,4 @@
-#include <model/value.h>
-
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -12,6 +11,7 @@
 #include "not_supported.h"
 #include "object_text.h"
 #include "string_object.h"
+#include "text_pool.h"
 
 #include <syslog.h>
 
@@ -21,15 +21,18 @@ namespace {
 CMPIInstance* eftNewInstance(const CMPIBroker* broker, const CMPIObjectPath* path,
                              CMPIStatus* status) {
   if (!checkPath(path, status)) return nullptr;
-  const Broker::State& state = *stateOf(broker);
-  const ObjectPath& named = *pathOf(path);
-  if (state.repository->find(named.className) == nullptr) {
-    setStatus(status, {CMPI_RC_ERR_INVALID_CLASS, makeString("unknown class " + named.className)});
+  const StoredPath& named = *pathOf(path);
+  const ClassLayout* layout = stateOf(broker)->layouts.find(named.className.view());
+  if (layout == nullptr) {
+    setStatus(status,
+              {CMPI_RC_ERR_INVALID_CLASS, makeString("unknown class " + named.className.string())});
     return nullptr;
   }
   setStatus(status, CMPI_RC_OK);
-  Instance instance{named, named.keys};
-  return makeInstance(std::move(instance), *state.repository);
+  StoredValues properties;
+  properties.reserve(std::max(layout->usualCount(), named.keys.size()));
+  properties.assign(named.keys.begin(), named.keys.end());
+  return make<InstanceObject>(named, std::move(properties), layout);
 }
 
 CMPIObjectPath* eftNewObjectPath(const CMPIBroker*, const char* ns, const char* cn,
@@ -39,7 +42,8 @@ CMPIObjectPath* eftNewObjectPath(const CMPIBroker*, const char* ns, const char* 
     return nullptr;
   }
   setStatus(status, CMPI_RC_OK);
-  return makePath({"", orEmpty(ns), cn, {}});
+  TextPool& texts = requestTexts();
+  return makePath({{}, texts.get(orEmpty(ns)), texts.get(cn), {}});
 }
 
 CMPIString* eftNewString(const CMPIBroker*, const char* data, CMPIStatus* status) {
@@ -61,8 +65,9 @@ CMPIBoolean eftClassPathIsA(const CMPIBroker* broker, const CMPIObjectPath* path
                             const char* className, CMPIStatus* status) {
   if (!checkPath(path, status)) return 0;
   setStatus(status, CMPI_RC_OK);
-  if (className == nullptr) return 0;
-  return stateOf(broker)->repository->isA(pathOf(path)->className, className) ? 1 : 0;
+  const Broker::State* state = stateOf(broker);
+  if (state == nullptr || className == nullptr) return 0;
+  return state->repository->isA(pathOf(path)->className.view(), className) ? 1 : 0;
 }
 
 CMPIString* eftToString(const CMPIBroker*, const void* object, CMPIStatus* status) {

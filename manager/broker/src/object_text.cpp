@@ -38,12 +38,12 @@ const char* objectTypeName(const void* object) {
 std::optional<std::string> objectText(const void* object) {
   const void* table = tableOf(object);
   if (table == &StringObject::table) {
-    return get<StringObject>(static_cast<const CMPIString*>(object))->text;
+    return get<StringObject>(static_cast<const CMPIString*>(object))->text.string();
   }
   if (table == &PathObject::table)
-    return toText(*pathOf(static_cast<const CMPIObjectPath*>(object)));
+    return toText(toModel(*pathOf(static_cast<const CMPIObjectPath*>(object))));
   if (table == &InstanceObject::table) {
-    return toText(get<InstanceObject>(static_cast<const CMPIInstance*>(object))->instance.path);
+    return toText(toModel(get<InstanceObject>(static_cast<const CMPIInstance*>(object))->path));
   }
   const char* type = objectTypeName(object);
   return type != nullptr ? std::optional<std::string>(type) : std::nullopt;

@@ -1,25 +1,26 @@
 #include "path_object.h"
 
-#include <memory>
 #include <string>
+#include <utility>
 
 #include "cmpi_values.h"
 #include "named_values.h"
 #include "not_supported.h"
 #include "string_object.h"
+#include "text_pool.h"
 
 namespace cimom {
 namespace {
 
-template <std::string ObjectPath::*Member>
+template <SharedText StoredPath::*Member>
 CMPIStatus setPathText(const CMPIObjectPath* handle, const char* text) {
   PathObject* object = get<PathObject>(handle);
   if (object == nullptr) return badHandle();
-  object->path.*Member = text != nullptr ? text : "";
+  object->path.*Member = requestTexts().get(text != nullptr ? text : "");
   return okStatus();
 }
 
-template <std::string ObjectPath::*Member>
+template <SharedText StoredPath::*Member>
 CMPIString* getPathText(const CMPIObjectPath* handle, CMPIStatus* status) {
   const PathObject* object = get<PathObject>(handle, status);
   return object != nullptr ? makeString(object->path.*Member) : nullptr;
@@ -31,8 +32,8 @@ CMPIStatus pathAddKey(const CMPIObjectPath* handle, const char* name, const CMPI
   if (object == nullptr) return badHandle();
   if (name == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
   auto key = valueFrom(value, type);
-  if (!key || key->isArray) return {CMPI_RC_ERR_INVALID_DATA_TYPE, nullptr};
-  putNamed(object->path.keys, name, std::move(*key));
+  if (!key || key->isArray()) return {CMPI_RC_ERR_INVALID_DATA_TYPE, nullptr};
+  putNamed(object->path.keys, requestTexts().get(name), std::move(*key));
   return okStatus();
 }
 
@@ -41,7 +42,7 @@ CMPIData pathGetKey(const CMPIObjectPath* handle, const char* name, CMPIStatus* 
   if (object == nullptr || name == nullptr) {
     return notFound(status, CMPI_RC_ERR_INVALID_PARAMETER, "no path or no key name");
   }
-  const Value* key = object->path.findKey(name);
+  const StoredValue* key = findNamed(object->path.keys, name);
   if (key == nullptr) {
     return notFound(status, CMPI_RC_ERR_NOT_FOUND, std::string("the path has no key ") + name);
   }
@@ -58,16 +59,17 @@ CMPIStatus pathCopyNameSpace(const CMPIObjectPath* handle, const CMPIObjectPath*
 }
 
 CMPIStatus pathCopyHostAndNameSpace(const CMPIObjectPath* handle, const CMPIObjectPath* source) {
-  const CMPIStatus status = pathCopyNameSpace(handle, source);
-  if (status.rc == CMPI_RC_OK) {
-    get<PathObject>(handle)->path.host = get<PathObject>(source)->path.host;
-  }
-  return status;
+  PathObject* object = get<PathObject>(handle);
+  const PathObject* from = get<PathObject>(source);
+  if (object == nullptr || from == nullptr) return badHandle();
+  object->path.nameSpace = from->path.nameSpace;
+  object->path.host = from->path.host;
+  return okStatus();
 }
 
 CMPIString* pathToString(const CMPIObjectPath* handle, CMPIStatus* status) {
   const PathObject* object = get<PathObject>(handle, status);
-  return object != nullptr ? makeString(toText(object->path)) : nullptr;
+  return object != nullptr ? makeString(toText(toModel(object->path))) : nullptr;
 }
 
 }  // namespace
@@ -76,12 +78,12 @@ const CMPIObjectPathFT PathObject::table = {
     200,
     releaseObject<PathObject>,
     cloneObject<PathObject>,
-    setPathText<&ObjectPath::nameSpace>,
-    getPathText<&ObjectPath::nameSpace>,
-    setPathText<&ObjectPath::host>,
-    getPathText<&ObjectPath::host>,
-    setPathText<&ObjectPath::className>,
-    getPathText<&ObjectPath::className>,
+    setPathText<&StoredPath::nameSpace>,
+    getPathText<&StoredPath::nameSpace>,
+    setPathText<&StoredPath::host>,
+    getPathText<&StoredPath::host>,
+    setPathText<&StoredPath::className>,
+    getPathText<&StoredPath::className>,
     pathAddKey,
     pathGetKey,
     valueAt<PathObject>,
@@ -94,11 +96,11 @@ const CMPIObjectPathFT PathObject::table = {
     notSupported<decltype(CMPIObjectPathFT::getParameterQualifier)>(),
     pathToString};
 
-CMPIObjectPath* makePath(ObjectPath path) {
-  return keep(std::make_unique<PathObject>(std::move(path)));
+CMPIObjectPath* makePath(StoredPath path) {
+  return make<PathObject>(std::move(path));
 }
 
-const ObjectPath* pathOf(const CMPIObjectPath* path) {
+const StoredPath* pathOf(const CMPIObjectPath* path) {
   const PathObject* object = get<PathObject>(path);
   return object != nullptr ? &object->path : nullptr;
 }

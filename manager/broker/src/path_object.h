@@ -2,11 +2,10 @@
 
 #include <cmpi/cmpi.h>
 
-#include <model/value.h>
-
 #include <utility>
 
 #include "broker_object.h"
+#include "stored_value.h"
 
 namespace cimom {
 
@@ -14,19 +13,19 @@ namespace cimom {
 struct PathObject : BrokerObject {
   using Record = CMPIObjectPath;
   static const CMPIObjectPathFT table;
-  explicit PathObject(ObjectPath value) : handle{this, &table}, path(std::move(value)) {}
+  explicit PathObject(StoredPath value) : handle{this, &table}, path(std::move(value)) {}
   PathObject(const PathObject& other)
       : BrokerObject(other), handle{this, &table}, path(other.path) {}
   PathObject& operator=(const PathObject&) = delete;
-  const std::vector<NamedValue>& values() const { return path.keys; }
+  const StoredValues& values() const { return path.keys; }
 
   Record handle;
-  ObjectPath path;
+  StoredPath path;
 };
 
-CMPIObjectPath* makePath(ObjectPath path);
+CMPIObjectPath* makePath(StoredPath path);
 
 /// The path behind a handle; null when there is none.
-const ObjectPath* pathOf(const CMPIObjectPath* path);
+const StoredPath* pathOf(const CMPIObjectPath* path);
 
 }  // namespace cimom

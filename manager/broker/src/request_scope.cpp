@@ -1,5 +1,8 @@
 #include <broker/request_scope.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -7,21 +10,59 @@
 #include "context_object.h"
 #include "path_object.h"
 #include "result_object.h"
+#include "stored_value.h"
+#include "text_pool.h"
 
 namespace cimom {
 
+/// The memory of a request: objects lie one behind the other in pieces, which end together.
 class RequestScope::Arena {
  public:
-  void adopt(std::unique_ptr<BrokerObject> object) { objects_.push_back(std::move(object)); }
-  template <class Object>
-  typename Object::Record* keep(std::unique_ptr<Object> object) {
-    auto* handle = &object->handle;
-    adopt(std::move(object));
-    return handle;
+  Arena() = default;
+  Arena(const Arena&) = delete;
+  Arena& operator=(const Arena&) = delete;
+  ~Arena() {
+    while (newest_ != nullptr) {
+      BrokerObject* object = newest_;
+      newest_ = object->next;
+      object->~BrokerObject();
+    }
   }
 
+  void* place(std::size_t size) {
+    const std::size_t rounded =
+        (size + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
+    if (rounded > left_) addPiece(rounded);
+    left_ -= rounded;
+    return std::exchange(free_, free_ + rounded);
+  }
+  template <class Object, class... Arguments>
+  typename Object::Record* make(Arguments&&... arguments) {
+    auto* object = new (place(sizeof(Object))) Object(std::forward<Arguments>(arguments)...);
+    adopt(*object);
+    return &object->handle;
+  }
+  void adopt(BrokerObject& object) noexcept { object.next = std::exchange(newest_, &object); }
+  TextPool& texts() noexcept { return texts_; }
+
  private:
-  std::vector<std::unique_ptr<BrokerObject>> objects_;
+  static constexpr std::size_t kFirstPiece = 2048;
+  static constexpr std::size_t kLargestPiece = 65536;
+
+  void addPiece(std::size_t atLeast) {
+    const std::size_t size = std::max(nextPiece_, atLeast);
+    pieces_.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
+    free_ = pieces_.back().get();
+    left_ = size;
+    nextPiece_ = std::min(2 * nextPiece_, kLargestPiece);
+  }
+
+  std::vector<std::unique_ptr<std::byte[]>> pieces_;
+  std::byte* free_ = nullptr;
+  std::size_t left_ = 0;
+  std::size_t nextPiece_ = kFirstPiece;
+  BrokerObject* newest_ = nullptr;
+  TextPool texts_;
 };
 
 namespace {
@@ -33,13 +74,22 @@ thread_local RequestScope* innermost = nullptr;
 struct ArenaAccess {
   /// Objects made outside a request live until their thread ends.
   static RequestScope::Arena& current() {
+    if (innermost != nullptr) return *innermost->arena_;
     static thread_local RequestScope::Arena outsideRequests;
-    return innermost != nullptr ? *innermost->arena_ : outsideRequests;
+    return outsideRequests;
   }
 };
 
-void adopt(std::unique_ptr<BrokerObject> object) {
-  ArenaAccess::current().adopt(std::move(object));
+void* placeForObject(std::size_t size) {
+  return ArenaAccess::current().place(size);
+}
+
+void adopt(BrokerObject& object) noexcept {
+  ArenaAccess::current().adopt(object);
+}
+
+TextPool& requestTexts() {
+  return ArenaAccess::current().texts();
 }
 
 RequestScope::RequestScope() : arena_(std::make_unique<Arena>()), outer_(innermost) {
@@ -51,17 +101,18 @@ RequestScope::~RequestScope() {
 }
 
 CMPIResult* RequestScope::newResult(AnswerReceiver& receiver) {
-  return arena_->keep(std::make_unique<ResultObject>(receiver));
+  return arena_->make<ResultObject>(receiver);
 }
 
 CMPIContext* RequestScope::newContext(const std::string& nameSpace, CMPIUint32 invocationFlags) {
-  return arena_->keep(std::make_unique<ContextObject>(std::vector<NamedValue>{
+  const std::vector<NamedValue> entries{
       {"CMPIInitNameSpace", Value::text(nameSpace)},
-      {"CMPIInvocationFlags", Value::number(CimType::kUint32, invocationFlags)}}));
+      {"CMPIInvocationFlags", Value::number(CimType::kUint32, invocationFlags)}};
+  return arena_->make<ContextObject>(fromModel(entries, arena_->texts()));
 }
 
 CMPIObjectPath* RequestScope::newPath(const ObjectPath& path) {
-  return arena_->keep(std::make_unique<PathObject>(path));
+  return arena_->make<PathObject>(fromModel(path, arena_->texts()));
 }
 
 }  // namespace cimom

@@ -25,14 +25,15 @@ CMPIStatus resultReturnInstance(const CMPIResult* handle, const CMPIInstance* in
   const InstanceObject* object = get<InstanceObject>(instance);
   if (result == nullptr || object == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
   // The provider may go on with its own.
-  return handOver([&] { result->receiver->receive(Instance(object->instance)); });
+  object->layout->noteCount(object->properties.size());
+  return handOver([&] { result->receiver->receive(toModel(*object)); });
 }
 
 CMPIStatus resultReturnObjectPath(const CMPIResult* handle, const CMPIObjectPath* path) {
   const ResultObject* result = get<ResultObject>(handle);
   const PathObject* object = get<PathObject>(path);
   if (result == nullptr || object == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-  return handOver([&] { result->receiver->receive(ObjectPath(object->path)); });
+  return handOver([&] { result->receiver->receive(toModel(object->path)); });
 }
 
 CMPIStatus resultReturnData(const CMPIResult* handle, const CMPIValue* value, CMPIType type) {

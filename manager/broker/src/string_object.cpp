@@ -4,8 +4,8 @@ namespace cimom {
 namespace {
 
 char* stringCharPtr(const CMPIString* handle, CMPIStatus* status) {
-  StringObject* string = get<StringObject>(handle, status);
-  return string != nullptr ? string->text.data() : nullptr;
+  const StringObject* string = get<StringObject>(handle, status);
+  return string != nullptr ? string->text.characters() : nullptr;
 }
 
 }  // namespace
@@ -13,8 +13,12 @@ char* stringCharPtr(const CMPIString* handle, CMPIStatus* status) {
 const CMPIStringFT StringObject::table = {200, releaseObject<StringObject>,
                                           cloneObject<StringObject>, stringCharPtr};
 
-CMPIString* makeString(const std::string& text) {
-  return keep(std::make_unique<StringObject>(text));
+CMPIString* makeString(std::string_view text) {
+  return make<StringObject>(SharedText(text));
+}
+
+CMPIString* makeString(SharedText text) {
+  return make<StringObject>(std::move(text));
 }
 
 }  // namespace cimom

@@ -2,10 +2,11 @@
 
 #include <cmpi/cmpi.h>
 
-#include <string>
+#include <string_view>
 #include <utility>
 
 #include "broker_object.h"
+#include "shared_text.h"
 
 namespace cimom {
 
@@ -13,14 +14,16 @@ namespace cimom {
 struct StringObject : BrokerObject {
   using Record = CMPIString;
   static const CMPIStringFT table;
-  explicit StringObject(std::string value) : handle{this, &table}, text(std::move(value)) {}
+  explicit StringObject(SharedText value) : handle{this, &table}, text(std::move(value)) {}
+  /// Providers may write into what they cloned.
   StringObject(const StringObject& other)
-      : BrokerObject(other), handle{this, &table}, text(other.text) {}
+      : BrokerObject(other), handle{this, &table}, text(other.text.view()) {}
   StringObject& operator=(const StringObject&) = delete;
   Record handle;
-  std::string text;
+  SharedText text;
 };
 
-CMPIString* makeString(const std::string& text);
+CMPIString* makeString(std::string_view text);
+CMPIString* makeString(SharedText text);
 
 }  // namespace cimom

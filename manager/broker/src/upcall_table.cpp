@@ -66,7 +66,7 @@ CMPIEnumeration* bftEnumerateInstanceNames(const CMPIBroker* broker, const CMPIC
                                            const CMPIObjectPath* path, CMPIStatus* status) {
   if (!checkPath(path, status)) return nullptr;
   return upcall(broker, status, [&](Operations& operations) {
-    return makeEnumeration(operations.enumerateInstanceNames(*pathOf(path)));
+    return makeEnumeration(operations.enumerateInstanceNames(toModel(*pathOf(path))));
   });
 }
 
@@ -75,8 +75,9 @@ CMPIEnumeration* bftEnumerateInstances(const CMPIBroker* broker, const CMPIConte
                                        CMPIStatus* status) {
   if (!checkPath(path, status)) return nullptr;
   return upcall(broker, status, [&](Operations& operations) {
-    return makeEnumeration(operations.enumerateInstances(*pathOf(path), propertyList(properties)),
-                           *stateOf(broker)->repository);
+    return makeEnumeration(
+        operations.enumerateInstances(toModel(*pathOf(path)), propertyList(properties)),
+        stateOf(broker)->layouts);
   });
 }
 
@@ -85,8 +86,9 @@ CMPIInstance* bftGetInstance(const CMPIBroker* broker, const CMPIContext*,
                              CMPIStatus* status) {
   if (!checkPath(path, status)) return nullptr;
   return upcall(broker, status, [&](Operations& operations) {
-    return makeInstance(operations.getInstance(*pathOf(path), propertyList(properties)),
-                        *stateOf(broker)->repository);
+    const Instance instance =
+        operations.getInstance(toModel(*pathOf(path)), propertyList(properties));
+    return makeInstance(instance, stateOf(broker)->layouts.of(instance.path.className));
   });
 }
 
@@ -97,9 +99,10 @@ CMPIEnumeration* bftAssociators(const CMPIBroker* broker, const CMPIContext*,
   if (!checkPath(path, status)) return nullptr;
   return upcall(broker, status, [&](Operations& operations) {
     return makeEnumeration(
-        operations.associators(*pathOf(path), filterOf(assocClass, resultClass, role, resultRole),
+        operations.associators(toModel(*pathOf(path)),
+                               filterOf(assocClass, resultClass, role, resultRole),
                                propertyList(properties)),
-        *stateOf(broker)->repository);
+        stateOf(broker)->layouts);
   });
 }
 
@@ -110,7 +113,7 @@ CMPIEnumeration* bftAssociatorNames(const CMPIBroker* broker, const CMPIContext*
   if (!checkPath(path, status)) return nullptr;
   return upcall(broker, status, [&](Operations& operations) {
     return makeEnumeration(operations.associatorNames(
-        *pathOf(path), filterOf(assocClass, resultClass, role, resultRole)));
+        toModel(*pathOf(path)), filterOf(assocClass, resultClass, role, resultRole)));
   });
 }
 
@@ -120,9 +123,9 @@ CMPIEnumeration* bftReferences(const CMPIBroker* broker, const CMPIContext*,
   if (!checkPath(path, status)) return nullptr;
   return upcall(broker, status, [&](Operations& operations) {
     return makeEnumeration(
-        operations.references(*pathOf(path), filterOf(nullptr, resultClass, role, nullptr),
+        operations.references(toModel(*pathOf(path)), filterOf(nullptr, resultClass, role, nullptr),
                               propertyList(properties)),
-        *stateOf(broker)->repository);
+        stateOf(broker)->layouts);
   });
 }
 
@@ -131,8 +134,8 @@ CMPIEnumeration* bftReferenceNames(const CMPIBroker* broker, const CMPIContext*,
                                    const char* role, CMPIStatus* status) {
   if (!checkPath(path, status)) return nullptr;
   return upcall(broker, status, [&](Operations& operations) {
-    return makeEnumeration(
-        operations.referenceNames(*pathOf(path), filterOf(nullptr, resultClass, role, nullptr)));
+    return makeEnumeration(operations.referenceNames(
+        toModel(*pathOf(path)), filterOf(nullptr, resultClass, role, nullptr)));
   });
 }
 

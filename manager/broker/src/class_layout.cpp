@@ -1,0 +1,55 @@
+#include "class_layout.h"
+
+#include <model/names.h>
+
+#include <bit>
+#include <mutex>
+
+namespace cimom {
+
+ClassLayout::ClassLayout(ClassLayouts& owner, const ClassRepository& classes,
+                         const std::string& className)
+    : owner_(&owner) {
+  const auto& declared = classes.allProperties(className);
+  places_.resize(std::bit_ceil(2 * declared.size() + 1));
+  properties_.reserve(declared.size());
+  for (const PropertyDeclaration& property : declared) {
+    properties_.push_back(
+        {SharedText(property.name), property.type, property.isArray, property.isKey});
+    std::size_t place = hash(property.name) % places_.size();
+    while (places_[place] != 0) place = (place + 1) % places_.size();
+    places_[place] = static_cast<std::uint32_t>(properties_.size());
+  }
+}
+
+const ClassLayout::Property* ClassLayout::find(std::string_view name) const noexcept {
+  const std::size_t mask = places_.size() - 1;
+  for (std::size_t place = hash(name) & mask; places_[place] != 0; place = (place + 1) & mask) {
+    const Property& property = properties_[places_[place] - 1];
+    if (sameName(property.name.view(), name)) return &property;
+  }
+  return nullptr;
+}
+
+// Setting one bit makes lower case of ASCII letters; what else it makes equal is told apart later.
+std::size_t ClassLayout::hash(std::string_view name) noexcept {
+  std::uint32_t value = 2166136261U;
+  for (const char c : name) value = (value ^ (static_cast<unsigned char>(c) | 0x20U)) * 16777619U;
+  return value;
+}
+
+const ClassLayout* ClassLayouts::find(std::string_view className) {
+  {
+    const std::shared_lock lock(mutex_);
+    const auto found = layouts_.find(className);
+    if (found != layouts_.end()) return found->second.get();
+  }
+  const ClassDeclaration* declared = classes_.find(className);
+  if (declared == nullptr) return nullptr;
+  const std::unique_lock lock(mutex_);
+  auto& layout = layouts_[std::string(className)];
+  if (!layout) layout = std::make_unique<const ClassLayout>(*this, classes_, declared->name);
+  return layout.get();
+}
+
+}  // namespace cimom

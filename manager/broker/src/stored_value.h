@@ -1,0 +1,131 @@
+#pragma once
+
+#include <model/value.h>
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "shared_text.h"
+
+/// Values, paths and properties as the broker's objects keep them until their request ends: a
+/// quarter of what the model takes. What leaves the broker is of the model.
+namespace cimom {
+
+class StoredValue;
+struct StoredPath;
+
+using StoredElements = std::vector<StoredValue>;
+
+/// A path that a value refers to, in the form in which it came.
+struct StoredReference {
+  std::shared_ptr<const ObjectPath> model;
+  std::shared_ptr<const StoredPath> stored;
+};
+
+/// A CIM value of 16 bytes. Texts and array elements are shared among its copies.
+class StoredValue {
+ public:
+  /// A null value.
+  explicit StoredValue(CimType type = CimType::kString, bool isArray = false) noexcept
+      : type_(type), isArray_(isArray) {}
+  static StoredValue boolean(bool value) noexcept;
+  static StoredValue number(CimType type, std::uint64_t value) noexcept;
+  static StoredValue signedNumber(CimType type, std::int64_t value) noexcept;
+  static StoredValue real(CimType type, double value) noexcept;
+  static StoredValue text(SharedText text, CimType type = CimType::kString) noexcept;
+  static StoredValue reference(StoredReference reference);
+  static StoredValue array(CimType type, std::shared_ptr<const StoredElements> elements);
+
+  StoredValue(const StoredValue& other);
+  StoredValue(StoredValue&& other) noexcept;
+  StoredValue& operator=(StoredValue other) noexcept;
+  ~StoredValue();
+
+  CimType type() const noexcept { return type_; }
+  bool isArray() const noexcept { return isArray_; }
+  bool isNull() const noexcept { return kind_ == Kind::kNull; }
+
+  bool asBoolean() const noexcept { return kind_ == Kind::kBoolean && payload_.boolean; }
+  /// A number in the type of the caller; 0 for what is none.
+  template <class Number>
+  Number as() const noexcept {
+    if (kind_ == Kind::kUnsigned) return static_cast<Number>(payload_.number);
+    if (kind_ == Kind::kSigned) return static_cast<Number>(payload_.signedNumber);
+    if (kind_ == Kind::kReal) return static_cast<Number>(payload_.real);
+    return Number{};
+  }
+  /// The text of a scalar: that of toText.
+  SharedText asText() const;
+  /// Null for what is no reference; lives as long as the value.
+  const StoredReference* asReference() const noexcept;
+  /// Null for what is no array with elements.
+  std::shared_ptr<const StoredElements> elements() const noexcept;
+
+  /// A scalar that is null becomes monostate.
+  Scalar toScalar() const;
+  Value toModel() const;
+
+ private:
+  enum class Kind : std::uint8_t {
+    kNull,
+    kBoolean,
+    kUnsigned,
+    kSigned,
+    kReal,
+    kText,
+    kReference,
+    kArray,
+  };
+  using Elements = std::shared_ptr<const StoredElements>;
+  union Payload {
+    Payload() noexcept : number(0) {}
+    // The value knows what is in it.
+    ~Payload() {}
+    bool boolean;
+    std::uint64_t number;
+    std::int64_t signedNumber;
+    double real;
+    SharedText text;
+    StoredReference* reference;
+    Elements* elements;
+  };
+
+  CimType type_;
+  bool isArray_;
+  Kind kind_ = Kind::kNull;
+  Payload payload_;
+};
+
+struct StoredNamed {
+  SharedText name;
+  StoredValue value;
+};
+
+using StoredValues = std::vector<StoredNamed>;
+
+struct StoredPath {
+  SharedText host;
+  SharedText nameSpace;
+  SharedText className;
+  StoredValues keys;
+};
+
+class TextPool;
+
+StoredValue fromModel(const Value& value, TextPool& texts);
+StoredPath fromModel(const ObjectPath& path, TextPool& texts);
+StoredValues fromModel(const std::vector<NamedValue>& values, TextPool& texts);
+
+ObjectPath toModel(const StoredPath& path);
+std::vector<NamedValue> toModel(const StoredValues& values);
+
+/// The value of that name in any case; null when there is none. Lives until the values change.
+StoredValue* findNamed(StoredValues& values, std::string_view name);
+const StoredValue* findNamed(const StoredValues& values, std::string_view name);
+
+/// Sets the value of that name, in any case, or adds it.
+void putNamed(StoredValues& values, SharedText name, StoredValue value);
+
+}  // namespace cimom
