@@ -4,7 +4,6 @@
 
 #include <model/cim_type.h>
 
-#include <memory>
 #include <utility>
 
 #include "broker_object.h"
@@ -16,15 +15,15 @@ namespace cimom {
 struct ArrayObject : BrokerObject {
   using Record = CMPIArray;
   static const CMPIArrayFT table;
-  ArrayObject(CimType elementType, std::shared_ptr<const StoredElements> content)
+  ArrayObject(CimType elementType, SharedElements content)
       : handle{this, &table}, type(elementType), elements(std::move(content)) {}
   ArrayObject(const ArrayObject& other)
       : BrokerObject(other), handle{this, &table}, type(other.type), elements(other.elements) {}
   ArrayObject& operator=(const ArrayObject&) = delete;
   Record handle;
   CimType type;
-  /// Values that came of this array share them: a change goes to a copy.
-  std::shared_ptr<const StoredElements> elements;
+  /// Shared with the values that came of this array.
+  SharedElements elements;
 };
 
 /// An array of that many null elements.

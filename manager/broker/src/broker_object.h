@@ -28,6 +28,9 @@ struct BrokerObject {
   BrokerObject* next = nullptr;
 };
 
+/// Objects hold pointers and nothing wider.
+inline constexpr std::size_t kObjectAlignment = alignof(void*);
+
 /// Memory of the innermost request of this thread, for one object; what begins there goes to
 /// `adopt`, which lets it end with the request.
 void* placeForObject(std::size_t size);
@@ -38,7 +41,7 @@ TextPool& requestTexts();
 /// Makes an object of the innermost request of this thread.
 template <class Object, class... Arguments>
 typename Object::Record* make(Arguments&&... arguments) {
-  static_assert(alignof(Object) <= alignof(std::max_align_t));
+  static_assert(alignof(Object) <= kObjectAlignment);
   auto* object = new (placeForObject(sizeof(Object))) Object(std::forward<Arguments>(arguments)...);
   adopt(*object);
   return &object->handle;

@@ -30,8 +30,7 @@ class RequestScope::Arena {
   }
 
   void* place(std::size_t size) {
-    const std::size_t rounded =
-        (size + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
+    const std::size_t rounded = (size + kObjectAlignment - 1) & ~(kObjectAlignment - 1);
     if (rounded > left_) addPiece(rounded);
     left_ -= rounded;
     return std::exchange(free_, free_ + rounded);

@@ -3,6 +3,7 @@
 #include <model/names.h>
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 #include <utility>
 #include <variant>
@@ -38,6 +39,53 @@ bool sameShortName(std::string_view left, std::string_view right) {
 }
 
 }  // namespace
+
+/// The elements follow it.
+struct SharedElements::Block {
+  std::size_t count;
+  std::atomic<std::uint32_t> holders;
+
+  StoredValue* elements() noexcept { return reinterpret_cast<StoredValue*>(this + 1); }
+};
+
+/// The elements are the caller's to make.
+SharedElements::Block* SharedElements::newBlock(std::size_t count) {
+  static_assert(sizeof(Block) % alignof(StoredValue) == 0);
+  void* memory = ::operator new(sizeof(Block) + count * sizeof(StoredValue));
+  return new (memory) Block{count, 1};
+}
+
+SharedElements::SharedElements(std::size_t count, CimType type) : block_(newBlock(count)) {
+  std::uninitialized_fill_n(block_->elements(), count, StoredValue(type));
+}
+
+SharedElements::SharedElements(const SharedElements& other) noexcept : block_(other.block_) {
+  if (block_ != nullptr) block_->holders.fetch_add(1, std::memory_order_relaxed);
+}
+
+std::size_t SharedElements::size() const noexcept {
+  return block_ != nullptr ? block_->count : 0;
+}
+
+const StoredValue& SharedElements::operator[](std::size_t index) const noexcept {
+  return block_->elements()[index];
+}
+
+void SharedElements::set(std::size_t index, StoredValue value) {
+  if (block_->holders.load(std::memory_order_acquire) != 1) {
+    SharedElements own;
+    own.block_ = newBlock(block_->count);
+    std::uninitialized_copy_n(block_->elements(), block_->count, own.block_->elements());
+    *this = std::move(own);
+  }
+  block_->elements()[index] = std::move(value);
+}
+
+void SharedElements::letGo() noexcept {
+  if (block_->holders.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  std::destroy_n(block_->elements(), block_->count);
+  ::operator delete(block_);
+}
 
 StoredValue StoredValue::boolean(bool value) noexcept {
   StoredValue stored(CimType::kBoolean);
@@ -81,9 +129,9 @@ StoredValue StoredValue::reference(StoredReference reference) {
   return stored;
 }
 
-StoredValue StoredValue::array(CimType type, std::shared_ptr<const StoredElements> elements) {
+StoredValue StoredValue::array(CimType type, SharedElements elements) noexcept {
   StoredValue stored(type, true);
-  stored.payload_.elements = new Elements(std::move(elements));
+  new (&stored.payload_.elements) SharedElements(std::move(elements));
   stored.kind_ = Kind::kArray;
   return stored;
 }
@@ -97,7 +145,7 @@ StoredValue::StoredValue(const StoredValue& other) : type_(other.type_), isArray
       payload_.reference = new StoredReference(*other.payload_.reference);
       break;
     case Kind::kArray:
-      payload_.elements = new Elements(*other.payload_.elements);
+      new (&payload_.elements) SharedElements(other.payload_.elements);
       break;
     default:
       payload_.number = other.payload_.number;
@@ -105,15 +153,21 @@ StoredValue::StoredValue(const StoredValue& other) : type_(other.type_), isArray
   kind_ = other.kind_;
 }
 
-// All that a payload holds is at home wherever its bytes are.
 StoredValue::StoredValue(StoredValue&& other) noexcept
     : type_(other.type_), isArray_(other.isArray_), kind_(other.kind_) {
-  if (kind_ == Kind::kText) {
-    new (&payload_.text) SharedText(std::move(other.payload_.text));
-    return;
+  switch (kind_) {
+    case Kind::kText:
+      new (&payload_.text) SharedText(std::move(other.payload_.text));
+      break;
+    case Kind::kArray:
+      new (&payload_.elements) SharedElements(std::move(other.payload_.elements));
+      break;
+    case Kind::kReference:
+      payload_.reference = std::exchange(other.payload_.reference, nullptr);
+      break;
+    default:
+      payload_.number = other.payload_.number;
   }
-  payload_.number = other.payload_.number;
-  other.kind_ = Kind::kNull;
 }
 
 StoredValue& StoredValue::operator=(StoredValue other) noexcept {
@@ -124,7 +178,7 @@ StoredValue& StoredValue::operator=(StoredValue other) noexcept {
 StoredValue::~StoredValue() {
   if (kind_ == Kind::kText) payload_.text.~SharedText();
   if (kind_ == Kind::kReference) delete payload_.reference;
-  if (kind_ == Kind::kArray) delete payload_.elements;
+  if (kind_ == Kind::kArray) payload_.elements.~SharedElements();
 }
 
 SharedText StoredValue::asText() const {
@@ -135,8 +189,8 @@ const StoredReference* StoredValue::asReference() const noexcept {
   return kind_ == Kind::kReference ? payload_.reference : nullptr;
 }
 
-std::shared_ptr<const StoredElements> StoredValue::elements() const noexcept {
-  return kind_ == Kind::kArray ? *payload_.elements : nullptr;
+SharedElements StoredValue::elements() const noexcept {
+  return kind_ == Kind::kArray ? payload_.elements : SharedElements();
 }
 
 Scalar StoredValue::toScalar() const {
@@ -165,8 +219,11 @@ Value StoredValue::toModel() const {
   if (isNull()) return value;
   value.isNull = false;
   if (kind_ == Kind::kArray) {
-    value.elements.reserve((*payload_.elements)->size());
-    for (const StoredValue& each : **payload_.elements) value.elements.push_back(each.toScalar());
+    const SharedElements& elements = payload_.elements;
+    value.elements.reserve(elements.size());
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+      value.elements.push_back(elements[i].toScalar());
+    }
   } else {
     value.elements.push_back(toScalar());
   }
@@ -178,10 +235,9 @@ StoredValue fromModel(const Value& value, TextPool& texts) {
     return StoredValue(value.type, value.isArray);
   }
   if (!value.isArray) return fromScalar(value.elements.front(), value.type, texts);
-  auto elements = std::make_shared<StoredElements>();
-  elements->reserve(value.elements.size());
-  for (const Scalar& each : value.elements) {
-    elements->push_back(fromScalar(each, value.type, texts));
+  SharedElements elements(value.elements.size(), value.type);
+  for (std::size_t i = 0; i < elements.size(); ++i) {
+    elements.set(i, fromScalar(value.elements[i], value.type, texts));
   }
   return StoredValue::array(value.type, std::move(elements));
 }

@@ -2,9 +2,11 @@
 
 #include <model/value.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "shared_text.h"
@@ -16,7 +18,35 @@ namespace cimom {
 class StoredValue;
 struct StoredPath;
 
-using StoredElements = std::vector<StoredValue>;
+/// The elements of an array, which all its copies share until one of them changes. Copies may live
+/// in different threads.
+class SharedElements {
+ public:
+  SharedElements() noexcept = default;
+  /// So many null elements of the type.
+  SharedElements(std::size_t count, CimType type);
+  SharedElements(const SharedElements& other) noexcept;
+  SharedElements(SharedElements&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
+  SharedElements& operator=(SharedElements other) noexcept {
+    std::swap(block_, other.block_);
+    return *this;
+  }
+  ~SharedElements() {
+    if (block_ != nullptr) letGo();
+  }
+
+  std::size_t size() const noexcept;
+  /// Of an index below size().
+  const StoredValue& operator[](std::size_t index) const noexcept;
+  void set(std::size_t index, StoredValue value);
+
+ private:
+  struct Block;
+  static Block* newBlock(std::size_t count);
+  void letGo() noexcept;
+
+  Block* block_ = nullptr;
+};
 
 /// A path that a value refers to, in the form in which it came.
 struct StoredReference {
@@ -36,7 +66,7 @@ class StoredValue {
   static StoredValue real(CimType type, double value) noexcept;
   static StoredValue text(SharedText text, CimType type = CimType::kString) noexcept;
   static StoredValue reference(StoredReference reference);
-  static StoredValue array(CimType type, std::shared_ptr<const StoredElements> elements);
+  static StoredValue array(CimType type, SharedElements elements) noexcept;
 
   StoredValue(const StoredValue& other);
   StoredValue(StoredValue&& other) noexcept;
@@ -60,8 +90,8 @@ class StoredValue {
   SharedText asText() const;
   /// Null for what is no reference; lives as long as the value.
   const StoredReference* asReference() const noexcept;
-  /// Null for what is no array with elements.
-  std::shared_ptr<const StoredElements> elements() const noexcept;
+  /// None for what is no array.
+  SharedElements elements() const noexcept;
 
   /// A scalar that is null becomes monostate.
   Scalar toScalar() const;
@@ -78,7 +108,6 @@ class StoredValue {
     kReference,
     kArray,
   };
-  using Elements = std::shared_ptr<const StoredElements>;
   union Payload {
     Payload() noexcept : number(0) {}
     // The value knows what is in it.
@@ -89,7 +118,7 @@ class StoredValue {
     double real;
     SharedText text;
     StoredReference* reference;
-    Elements* elements;
+    SharedElements elements;
   };
 
   CimType type_;

@@ -1,5 +1,9 @@
 #include "string_object.h"
 
+#include <utility>
+
+#include "text_pool.h"
+
 namespace cimom {
 namespace {
 
@@ -18,7 +22,8 @@ CMPIString* makeString(std::string_view text) {
 }
 
 CMPIString* makeString(SharedText text) {
-  return make<StringObject>(std::move(text));
+  return requestTexts().string(std::move(text),
+                               [](SharedText own) { return make<StringObject>(std::move(own)); });
 }
 
 }  // namespace cimom

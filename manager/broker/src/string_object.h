@@ -23,7 +23,9 @@ struct StringObject : BrokerObject {
   SharedText text;
 };
 
+/// A string of its own.
 CMPIString* makeString(std::string_view text);
+/// One through which a value is read: reads of the same text may share it.
 CMPIString* makeString(SharedText text);
 
 }  // namespace cimom

@@ -1,32 +1,56 @@
 #pragma once
 
+#include <cmpi/cmpi.h>
+
 #include <array>
 #include <cstddef>
 #include <functional>
 #include <string_view>
+#include <utility>
 
 #include "shared_text.h"
 
 namespace cimom {
 
 /// Lets the objects of a request share texts that come again and again, such as names of keys and
-/// of the host. It remembers the latest of those with the same hash. For one thread.
+/// of the host, and the strings through which a provider reads them. It remembers the latest of
+/// those with the same hash. For one thread.
 class TextPool {
  public:
   SharedText get(std::string_view text) {
     if (text.empty()) return {};
     if (text.size() > kLongest) return SharedText(text);
-    SharedText& slot = slots_[std::hash<std::string_view>()(text) % kSlots];
-    if (slot.view() != text) slot = SharedText(text);
-    return slot;
+    Slot& slot = slotOf(text);
+    if (slot.text.view() != text) slot = {SharedText(text), nullptr};
+    return slot.text;
+  }
+
+  /// The string of the request with that very text; where it is not remembered, the one that
+  /// `make` returns for the text.
+  template <class Make>
+  CMPIString* string(SharedText text, Make make) {
+    if (text.view().empty() || text.view().size() > kLongest) return make(std::move(text));
+    Slot& slot = slotOf(text.view());
+    if (slot.text.view() != text.view()) slot = {text, nullptr};
+    if (slot.string == nullptr) slot.string = make(std::move(text));
+    return slot.string;
   }
 
  private:
+  struct Slot {
+    SharedText text;
+    CMPIString* string = nullptr;
+  };
+
   static constexpr std::size_t kSlots = 128;
   /// Longer ones are seldom the same.
   static constexpr std::size_t kLongest = 40;
 
-  std::array<SharedText, kSlots> slots_;
+  Slot& slotOf(std::string_view text) {
+    return slots_[std::hash<std::string_view>()(text) % kSlots];
+  }
+
+  std::array<Slot, kSlots> slots_;
 };
 
 }  // namespace cimom
