@@ -3,6 +3,7 @@
 #include <cmpi/cmpi.h>
 
 #include <cstddef>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -11,6 +12,7 @@
 /// request and is released at its end.
 namespace cimom {
 
+class NameSet;
 class TextPool;
 
 /// What a request owns.
@@ -37,6 +39,8 @@ void* placeForObject(std::size_t size);
 void adopt(BrokerObject& object) noexcept;
 /// The texts that objects of that request share.
 TextPool& requestTexts();
+/// The latest filter of properties in that request; null before the first.
+std::shared_ptr<const NameSet>& latestFilter();
 
 /// Makes an object of the innermost request of this thread.
 template <class Object, class... Arguments>

@@ -5,6 +5,8 @@
 #include <bit>
 #include <mutex>
 
+#include "name_set.h"
+
 namespace cimom {
 
 ClassLayout::ClassLayout(ClassLayouts& owner, const ClassRepository& classes,
@@ -16,7 +18,7 @@ ClassLayout::ClassLayout(ClassLayouts& owner, const ClassRepository& classes,
   for (const PropertyDeclaration& property : declared) {
     properties_.push_back(
         {SharedText(property.name), property.type, property.isArray, property.isKey});
-    std::size_t place = hash(property.name) % places_.size();
+    std::size_t place = NameHash()(property.name) % places_.size();
     while (places_[place] != 0) place = (place + 1) % places_.size();
     places_[place] = static_cast<std::uint32_t>(properties_.size());
   }
@@ -24,18 +26,12 @@ ClassLayout::ClassLayout(ClassLayouts& owner, const ClassRepository& classes,
 
 const ClassLayout::Property* ClassLayout::find(std::string_view name) const noexcept {
   const std::size_t mask = places_.size() - 1;
-  for (std::size_t place = hash(name) & mask; places_[place] != 0; place = (place + 1) & mask) {
+  for (std::size_t place = NameHash()(name) & mask; places_[place] != 0;
+       place = (place + 1) & mask) {
     const Property& property = properties_[places_[place] - 1];
     if (sameName(property.name.view(), name)) return &property;
   }
   return nullptr;
-}
-
-// Setting one bit makes lower case of ASCII letters; what else it makes equal is told apart later.
-std::size_t ClassLayout::hash(std::string_view name) noexcept {
-  std::uint32_t value = 2166136261U;
-  for (const char c : name) value = (value ^ (static_cast<unsigned char>(c) | 0x20U)) * 16777619U;
-  return value;
 }
 
 const ClassLayout* ClassLayouts::find(std::string_view className) {

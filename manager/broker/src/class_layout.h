@@ -49,8 +49,6 @@ class ClassLayout {
   }
 
  private:
-  static std::size_t hash(std::string_view name) noexcept;
-
   ClassLayouts* owner_;
   std::vector<Property> properties_;
   /// Places in properties_ counted from 1, by the hash of the name or behind that place; 0 is free.

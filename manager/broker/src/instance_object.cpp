@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include <model/names.h>
-
 #include "cmpi_values.h"
 #include "named_values.h"
 #include "path_object.h"
@@ -56,7 +54,7 @@ CMPIStatus instanceSetProperty(const CMPIInstance* handle, const char* name, con
   auto given = valueFrom(value, type);
   if (!given || !fits(*given, *declared)) return mismatch(*object, asked, declared->type);
   if (declared->isKey) putNamed(object->path.keys, declared->name, *given);
-  if (object->filter && !holdsName(*object->filter, asked)) return okStatus();
+  if (object->filter && !object->filter->holds(asked)) return okStatus();
   const bool isUsual = declared->name.view() == asked;
   putNamed(object->properties, isUsual ? declared->name : requestTexts().get(asked),
            std::move(*given));
@@ -73,9 +71,36 @@ CMPIObjectPath* instanceGetObjectPath(const CMPIInstance* handle, CMPIStatus* st
   return object != nullptr ? makePath(object->path) : nullptr;
 }
 
-void appendNames(std::vector<std::string>& names, const char** list) {
-  if (list == nullptr) return;
-  for (; *list != nullptr; ++list) names.emplace_back(*list);
+/// Calls `visit` with each name of the lists, while it returns true.
+template <class Visit>
+bool forEachName(const char** properties, const char** keys, Visit visit) {
+  for (const char** list : {properties, keys}) {
+    for (; list != nullptr && *list != nullptr; ++list) {
+      if (!visit(*list)) return false;
+    }
+  }
+  return true;
+}
+
+bool areNames(const NameSet& set, const char** properties, const char** keys) {
+  auto next = set.names().begin();
+  const auto end = set.names().end();
+  return forEachName(properties, keys,
+                     [&](const char* name) { return next != end && *next++ == name; }) &&
+         next == end;
+}
+
+/// Providers filter one instance after the other by the same names, which these then share.
+std::shared_ptr<const NameSet> filterOf(const char** properties, const char** keys) {
+  std::shared_ptr<const NameSet>& latest = latestFilter();
+  if (latest && areNames(*latest, properties, keys)) return latest;
+  std::vector<std::string> names;
+  forEachName(properties, keys, [&names](const char* name) {
+    names.emplace_back(name);
+    return true;
+  });
+  latest = std::make_shared<const NameSet>(std::move(names));
+  return latest;
 }
 
 CMPIStatus instanceSetPropertyFilter(const CMPIInstance* handle, const char** properties,
@@ -84,13 +109,10 @@ CMPIStatus instanceSetPropertyFilter(const CMPIInstance* handle, const char** pr
   if (object == nullptr) return badHandle();
   object->filter.reset();
   if (properties == nullptr) return okStatus();
-  std::vector<std::string> kept;
-  appendNames(kept, properties);
-  appendNames(kept, keys);
-  std::erase_if(object->properties, [&](const StoredNamed& property) {
-    return !holdsName(kept, property.name.view());
+  object->filter = filterOf(properties, keys);
+  std::erase_if(object->properties, [object](const StoredNamed& property) {
+    return !object->filter->holds(property.name.view());
   });
-  object->filter = std::make_shared<const std::vector<std::string>>(std::move(kept));
   return okStatus();
 }
 

@@ -5,12 +5,11 @@
 #include <model/value.h>
 
 #include <memory>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "broker_object.h"
 #include "class_layout.h"
+#include "name_set.h"
 #include "stored_value.h"
 
 namespace cimom {
@@ -40,7 +39,7 @@ struct InstanceObject : BrokerObject {
   StoredValues properties;
   const ClassLayout* layout;
   /// The names of what it takes; null when it takes all.
-  std::shared_ptr<const std::vector<std::string>> filter;
+  std::shared_ptr<const NameSet> filter;
 };
 
 Instance toModel(const InstanceObject& object);

@@ -12,12 +12,14 @@
 
 #include <exception>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <type_traits>
 #include <utility>
 
 #include "loaded_providers.h"
+#include "name_set.h"
 #include "property_array.h"
 
 namespace cimom {
@@ -197,10 +199,10 @@ class ObjectManager::Dispatcher {
   /// passes them on.
   InstanceSink narrowed(const PropertyList& wanted, const InstanceSink& sink) const {
     if (!wanted) return sink;
-    return [this, &wanted, sink](Instance&& instance) {
+    return [this, names = std::make_shared<const NameSet>(*wanted), sink](Instance&& instance) {
       const auto& keys = repository_.keys(instance.path.className);
       std::erase_if(instance.properties, [&](const NamedValue& property) {
-        return !holdsName(*wanted, property.name) && !holdsName(keys, property.name);
+        return !names->holds(property.name) && !holdsName(keys, property.name);
       });
       sink(std::move(instance));
     };

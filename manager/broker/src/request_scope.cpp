@@ -8,6 +8,7 @@
 
 #include "broker_object.h"
 #include "context_object.h"
+#include "name_set.h"
 #include "path_object.h"
 #include "result_object.h"
 #include "stored_value.h"
@@ -43,6 +44,7 @@ class RequestScope::Arena {
   }
   void adopt(BrokerObject& object) noexcept { object.next = std::exchange(newest_, &object); }
   TextPool& texts() noexcept { return texts_; }
+  std::shared_ptr<const NameSet>& latestFilter() noexcept { return latestFilter_; }
 
  private:
   static constexpr std::size_t kFirstPiece = 2048;
@@ -62,6 +64,7 @@ class RequestScope::Arena {
   std::size_t nextPiece_ = kFirstPiece;
   BrokerObject* newest_ = nullptr;
   TextPool texts_;
+  std::shared_ptr<const NameSet> latestFilter_;
 };
 
 namespace {
@@ -89,6 +92,10 @@ void adopt(BrokerObject& object) noexcept {
 
 TextPool& requestTexts() {
   return ArenaAccess::current().texts();
+}
+
+std::shared_ptr<const NameSet>& latestFilter() {
+  return ArenaAccess::current().latestFilter();
 }
 
 RequestScope::RequestScope() : arena_(std::make_unique<Arena>()), outer_(innermost) {
