@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -56,6 +57,7 @@ class BrokerTest : public testing::Test {
   ClassRepository repository = ClassRepository::parse(R"(
     class Thing { [Key] string Name; uint16 Size; uint16 Sizes[]; datetime Made; Thing REF Next; };
     class Part : Thing { };
+    class Holder { [Key] string Name; };
   )");
   Broker broker{repository, nullptr};
   const CMPIBroker* record = broker.record();
@@ -282,6 +284,73 @@ TEST_F(BrokerObjectTest, InstancesTakeValuesOfTheDeclaredTypeAlone) {
   EXPECT_EQ(instance->ft->getPropertyCount(instance, nullptr), 3U);
 }
 
+TEST_F(BrokerObjectTest, AnInstanceKeepsTheElementsThatAnArrayHadWhenItWasSet) {
+  CMPIInstance* instance = newInstance();
+  CMPIArray* array = record->eft->newArray(record, 1, CMPI_uint16, nullptr);
+  const auto setElement = [](CMPIArray* changed, CMPIUint16 number) {
+    const CMPIValue value = uint16Value(number);
+    EXPECT_EQ(changed->ft->setElementAt(changed, 0, &value, CMPI_uint16).rc, CMPI_RC_OK);
+  };
+  const auto sizes = [instance] {
+    return instance->ft->getProperty(instance, "Sizes", nullptr).value.array;
+  };
+  setElement(array, 7);
+  CMPIValue value{};
+  value.array = array;
+  instance->ft->setProperty(instance, "Sizes", &value, CMPI_ARRAY | CMPI_uint16);
+  setElement(array, 8);
+  EXPECT_EQ(sizes()->ft->getElementAt(sizes(), 0, nullptr).value.uint16, 7);
+  setElement(sizes(), 9);
+  EXPECT_EQ(sizes()->ft->getElementAt(sizes(), 0, nullptr).value.uint16, 7);
+  EXPECT_EQ(array->ft->getElementAt(array, 0, nullptr).value.uint16, 8);
+  CMPIArray* clone = array->ft->clone(array, nullptr);
+  setElement(clone, 10);
+  EXPECT_EQ(array->ft->getElementAt(array, 0, nullptr).value.uint16, 8);
+  clone->ft->release(clone);
+}
+
+TEST_F(BrokerObjectTest, AnInstanceKeepsTheReferenceThatItWasGiven) {
+  CMPIInstance* instance = newInstance();
+  CMPIObjectPath* path = newPath("Part");
+  path->ft->addKey(path, "Name", chars("one"), CMPI_chars);
+  CMPIValue value{};
+  value.ref = path;
+  EXPECT_EQ(instance->ft->setProperty(instance, "Next", &value, CMPI_ref).rc, CMPI_RC_OK);
+  path->ft->addKey(path, "Name", chars("two"), CMPI_chars);
+  const CMPIData next = instance->ft->getProperty(instance, "Next", nullptr);
+  ASSERT_EQ(next.type, CMPI_ref);
+  next.value.ref->ft->setClassName(next.value.ref, "Thing");
+  const CMPIData again = instance->ft->getProperty(instance, "Next", nullptr);
+  EXPECT_EQ(textOf(again.value.ref->ft->toString(again.value.ref, nullptr)),
+            "root/cimv2:Part.Name=\"one\"");
+}
+
+TEST_F(BrokerObjectTest, NamesAreReadBackInTheCaseInWhichTheyWereSet) {
+  CMPIInstance* instance = newInstance();
+  const CMPIValue seven = uint16Value(7);
+  instance->ft->setProperty(instance, "SIZE", &seven, CMPI_uint16);
+  instance->ft->setProperty(instance, "made", chars("20260101"), CMPI_chars);
+  CMPIString* name = nullptr;
+  instance->ft->getPropertyAt(instance, 0, &name, nullptr);
+  EXPECT_EQ(textOf(name), "SIZE");
+  instance->ft->getPropertyAt(instance, 1, &name, nullptr);
+  EXPECT_EQ(textOf(name), "made");
+}
+
+TEST_F(BrokerObjectTest, AnInstanceTakesThePropertiesOfTheClassThatItsPathNames) {
+  CMPIInstance* instance = record->eft->newInstance(record, newPath("Holder"), &status);
+  ASSERT_EQ(status.rc, CMPI_RC_OK);
+  const CMPIValue seven = uint16Value(7);
+  EXPECT_EQ(instance->ft->setProperty(instance, "Size", &seven, CMPI_uint16).rc,
+            CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  EXPECT_EQ(instance->ft->setObjectPath(instance, newPath()).rc, CMPI_RC_OK);
+  EXPECT_EQ(instance->ft->setProperty(instance, "Size", &seven, CMPI_uint16).rc, CMPI_RC_OK);
+  EXPECT_EQ(instance->ft->setObjectPath(instance, newPath("Nothing")).rc, CMPI_RC_OK);
+  const CMPIStatus unknown = instance->ft->setProperty(instance, "Size", &seven, CMPI_uint16);
+  EXPECT_EQ(unknown.rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  EXPECT_EQ(textOf(unknown.msg), "class Nothing has no property Size");
+}
+
 TEST_F(BrokerObjectTest, InstancesOfUnknownClassesAreRefused) {
   EXPECT_EQ(record->eft->newInstance(record, newPath("Nothing"), &status), nullptr);
   EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_CLASS);
@@ -301,6 +370,27 @@ TEST_F(BrokerObjectTest, APropertyFilterDropsWhatIsThereAndWhatComes) {
   EXPECT_EQ(instance->ft->setProperty(instance, "Size", &seven, CMPI_uint16).rc, CMPI_RC_OK);
   EXPECT_EQ(instance->ft->setProperty(instance, "Name", chars("one"), CMPI_chars).rc, CMPI_RC_OK);
   EXPECT_EQ(instance->ft->getPropertyCount(instance, nullptr), 1U);
+}
+
+TEST_F(BrokerObjectTest, EachInstanceHasAPropertyFilterOfItsOwn) {
+  const CMPIValue seven = uint16Value(7);
+  const char* none[] = {nullptr};
+  const char* size[] = {"Size", nullptr};
+  const char* sizeAndMade[] = {"Size", "Made", nullptr};
+  const auto countWith = [&](const char** properties, const char** keys) {
+    CMPIInstance* instance = newInstance();
+    instance->ft->setPropertyFilter(instance, properties, keys);
+    instance->ft->setProperty(instance, "size", &seven, CMPI_uint16);
+    instance->ft->setProperty(instance, "Made", chars("20260101"), CMPI_chars);
+    return instance->ft->getPropertyCount(instance, nullptr);
+  };
+  EXPECT_EQ(countWith(size, nullptr), 1U);
+  EXPECT_EQ(countWith(size, none), 1U);
+  EXPECT_EQ(countWith(sizeAndMade, nullptr), 2U);
+  EXPECT_EQ(countWith(size, sizeAndMade), 2U);
+  EXPECT_EQ(countWith(size, nullptr), 1U);
+  EXPECT_EQ(countWith(none, nullptr), 0U);
+  EXPECT_EQ(countWith(nullptr, none), 2U);
 }
 
 TEST_F(BrokerObjectTest, ObjectsSayWhatTheyAre) {
@@ -332,6 +422,36 @@ TEST_F(BrokerObjectTest, ResultsTakeInstancesAndPathsInTheirOrder) {
   EXPECT_EQ(result->ft->returnData(result, nullptr, CMPI_ref).rc, CMPI_RC_ERR_INVALID_PARAMETER);
   EXPECT_EQ(result->ft->returnData(result, &value, CMPI_uint8).rc, CMPI_RC_ERR_NOT_SUPPORTED);
   EXPECT_EQ(answers.paths.size() + answers.instances.size(), 3U);
+}
+
+/// Throws at whatever it is handed.
+class FullReceiver : public AnswerReceiver {
+ public:
+  void receive(Instance&&) override { throw std::length_error("full"); }
+  void receive(ObjectPath&&) override { throw 1; }
+  void receiveDone() override { throw std::length_error("full"); }
+};
+
+TEST_F(BrokerObjectTest, WhatAReceiverThrowsReachesTheProviderAsAStatus) {
+  FullReceiver receiver;
+  CMPIResult* result = request.newResult(receiver);
+  EXPECT_EQ(result->ft->returnInstance(result, newInstance()).rc, CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(result->ft->returnObjectPath(result, newPath()).rc, CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(result->ft->returnDone(result).rc, CMPI_RC_ERR_FAILED);
+}
+
+TEST_F(BrokerObjectTest, AnInstanceThatWasReturnedStaysAsItIs) {
+  RequestAnswers answers;
+  CMPIResult* result = request.newResult(answers);
+  CMPIInstance* instance = newInstance();
+  for (const CMPIUint16 number : {CMPIUint16{7}, CMPIUint16{8}}) {
+    const CMPIValue value = uint16Value(number);
+    instance->ft->setProperty(instance, "Size", &value, CMPI_uint16);
+    EXPECT_EQ(result->ft->returnInstance(result, instance).rc, CMPI_RC_OK);
+  }
+  ASSERT_EQ(answers.instances.size(), 2U);
+  EXPECT_EQ(toText(answers.instances[0].findProperty("Size")->elements.at(0)), "7");
+  EXPECT_EQ(toText(answers.instances[1].findProperty("Size")->elements.at(0)), "8");
 }
 
 TEST_F(BrokerObjectTest, AHandleWithoutAnObjectIsReported) {

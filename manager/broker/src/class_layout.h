@@ -41,8 +41,8 @@ class ClassLayout {
   /// layout.
   const Property* find(std::string_view name) const noexcept;
 
-  /// How many properties the latest instance had in the end: most instances of a class have as many
-  /// as the one before.
+  /// How many properties the latest instance had before any filter: most instances of a class have
+  /// as many as the one before.
   std::size_t usualCount() const noexcept { return usualCount_.load(std::memory_order_relaxed); }
   void noteCount(std::size_t count) const noexcept {
     usualCount_.store(count, std::memory_order_relaxed);

@@ -110,9 +110,11 @@ CMPIStatus instanceSetPropertyFilter(const CMPIInstance* handle, const char** pr
   object->filter.reset();
   if (properties == nullptr) return okStatus();
   object->filter = filterOf(properties, keys);
+  object->layout->noteCount(object->properties.size());
   std::erase_if(object->properties, [object](const StoredNamed& property) {
     return !object->filter->holds(property.name.view());
   });
+  object->properties.shrink_to_fit();
   return okStatus();
 }
 
@@ -138,10 +140,6 @@ const CMPIInstanceFT InstanceObject::table = {200,
                                               instanceSetPropertyFilter,
                                               instanceSetObjectPath,
                                               instanceSetPropertyWithOrigin};
-
-Instance toModel(const InstanceObject& object) {
-  return {toModel(object.path), toModel(object.properties)};
-}
 
 CMPIInstance* makeInstance(const Instance& instance, const ClassLayout& layout) {
   TextPool& texts = requestTexts();

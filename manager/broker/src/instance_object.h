@@ -42,8 +42,6 @@ struct InstanceObject : BrokerObject {
   std::shared_ptr<const NameSet> filter;
 };
 
-Instance toModel(const InstanceObject& object);
-
 /// `layout` is that of the instance's class.
 CMPIInstance* makeInstance(const Instance& instance, const ClassLayout& layout);
 

@@ -1,6 +1,6 @@
 #include "result_object.h"
 
-#include <memory>
+#include <utility>
 
 #include "instance_object.h"
 #include "not_supported.h"
@@ -9,11 +9,33 @@
 namespace cimom {
 namespace {
 
-/// What the receiver throws becomes a status: no exception crosses the interface.
-template <class Call>
-CMPIStatus handOver(Call call) noexcept {
+/// What is left of the latest copy that this thread handed over.
+template <class Model>
+Model& usedBefore() {
+  static thread_local Model copy;
+  return copy;
+}
+
+void copyTo(Instance& model, const InstanceObject& object) {
+  copyTo(model.path, object.path);
+  copyTo(model.properties, object.properties);
+}
+
+void copyTo(ObjectPath& model, const PathObject& object) {
+  copyTo(model, object.path);
+}
+
+/// A copy of the object goes to the receiver: the provider may go on with its own. What the
+/// receiver leaves of the copy is used for the next one. What it throws becomes a status: no
+/// exception crosses the interface.
+template <class Model, class Object>
+CMPIStatus handOver(const ResultObject& result, const Object& object) noexcept {
   try {
-    call();
+    // The receiver may send requests of its own, which then have no copy to use again.
+    Model copy = std::exchange(usedBefore<Model>(), {});
+    copyTo(copy, object);
+    result.receiver->receive(std::move(copy));
+    usedBefore<Model>() = std::move(copy);
     return okStatus();
   } catch (...) {
     return {CMPI_RC_ERR_FAILED, nullptr};
@@ -24,16 +46,15 @@ CMPIStatus resultReturnInstance(const CMPIResult* handle, const CMPIInstance* in
   const ResultObject* result = get<ResultObject>(handle);
   const InstanceObject* object = get<InstanceObject>(instance);
   if (result == nullptr || object == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-  // The provider may go on with its own.
-  object->layout->noteCount(object->properties.size());
-  return handOver([&] { result->receiver->receive(toModel(*object)); });
+  if (!object->filter) object->layout->noteCount(object->properties.size());
+  return handOver<Instance>(*result, *object);
 }
 
 CMPIStatus resultReturnObjectPath(const CMPIResult* handle, const CMPIObjectPath* path) {
   const ResultObject* result = get<ResultObject>(handle);
   const PathObject* object = get<PathObject>(path);
   if (result == nullptr || object == nullptr) return {CMPI_RC_ERR_INVALID_PARAMETER, nullptr};
-  return handOver([&] { result->receiver->receive(toModel(object->path)); });
+  return handOver<ObjectPath>(*result, *object);
 }
 
 CMPIStatus resultReturnData(const CMPIResult* handle, const CMPIValue* value, CMPIType type) {
@@ -46,7 +67,12 @@ CMPIStatus resultReturnData(const CMPIResult* handle, const CMPIValue* value, CM
 CMPIStatus resultReturnDone(const CMPIResult* handle) {
   const ResultObject* result = get<ResultObject>(handle);
   if (result == nullptr) return badHandle();
-  return handOver([&] { result->receiver->receiveDone(); });
+  try {
+    result->receiver->receiveDone();
+    return okStatus();
+  } catch (...) {
+    return {CMPI_RC_ERR_FAILED, nullptr};
+  }
 }
 
 }  // namespace

@@ -182,7 +182,10 @@ StoredValue::~StoredValue() {
 }
 
 SharedText StoredValue::asText() const {
-  return kind_ == Kind::kText ? payload_.text : SharedText(toText(toScalar()));
+  if (kind_ == Kind::kText) return payload_.text;
+  Scalar scalar;
+  copyTo(scalar);
+  return SharedText(toText(scalar));
 }
 
 const StoredReference* StoredValue::asReference() const noexcept {
@@ -193,41 +196,49 @@ SharedElements StoredValue::elements() const noexcept {
   return kind_ == Kind::kArray ? payload_.elements : SharedElements();
 }
 
-Scalar StoredValue::toScalar() const {
+void StoredValue::copyTo(Scalar& scalar) const {
   switch (kind_) {
     case Kind::kBoolean:
-      return payload_.boolean;
+      scalar = payload_.boolean;
+      break;
     case Kind::kUnsigned:
-      return payload_.number;
+      scalar = payload_.number;
+      break;
     case Kind::kSigned:
-      return payload_.signedNumber;
+      scalar = payload_.signedNumber;
+      break;
     case Kind::kReal:
-      return payload_.real;
+      scalar = payload_.real;
+      break;
     case Kind::kText:
-      return payload_.text.string();
+      if (auto* present = std::get_if<std::string>(&scalar)) {
+        present->assign(payload_.text.view());
+      } else {
+        scalar = payload_.text.string();
+      }
+      break;
     case Kind::kReference: {
       const auto& [model, stored] = *payload_.reference;
-      return model ? model : std::make_shared<const ObjectPath>(cimom::toModel(*stored));
+      scalar = model ? model : std::make_shared<const ObjectPath>(toModel(*stored));
+      break;
     }
     default:
-      return {};
+      scalar = std::monostate();
   }
 }
 
-Value StoredValue::toModel() const {
-  Value value = Value::null(type_, isArray_);
-  if (isNull()) return value;
-  value.isNull = false;
-  if (kind_ == Kind::kArray) {
-    const SharedElements& elements = payload_.elements;
-    value.elements.reserve(elements.size());
-    for (std::size_t i = 0; i < elements.size(); ++i) {
-      value.elements.push_back(elements[i].toScalar());
-    }
-  } else {
-    value.elements.push_back(toScalar());
+void StoredValue::copyTo(Value& value) const {
+  value.type = type_;
+  value.isArray = isArray_;
+  value.isNull = isNull();
+  if (value.isNull) return value.elements.clear();
+  if (kind_ != Kind::kArray) {
+    value.elements.resize(1);
+    return copyTo(value.elements.front());
   }
-  return value;
+  const SharedElements& elements = payload_.elements;
+  value.elements.resize(elements.size());
+  for (std::size_t i = 0; i < elements.size(); ++i) elements[i].copyTo(value.elements[i]);
 }
 
 StoredValue fromModel(const Value& value, TextPool& texts) {
@@ -256,15 +267,27 @@ StoredPath fromModel(const ObjectPath& path, TextPool& texts) {
           fromModel(path.keys, texts)};
 }
 
-std::vector<NamedValue> toModel(const StoredValues& values) {
-  std::vector<NamedValue> model;
-  model.reserve(values.size());
-  for (const auto& [name, value] : values) model.push_back({name.string(), value.toModel()});
-  return model;
+void copyTo(std::vector<NamedValue>& model, const StoredValues& values) {
+  model.resize(values.size());
+  auto place = model.begin();
+  for (const auto& [name, value] : values) {
+    place->name.assign(name.view());
+    value.copyTo(place->value);
+    ++place;
+  }
+}
+
+void copyTo(ObjectPath& model, const StoredPath& path) {
+  model.host.assign(path.host.view());
+  model.nameSpace.assign(path.nameSpace.view());
+  model.className.assign(path.className.view());
+  copyTo(model.keys, path.keys);
 }
 
 ObjectPath toModel(const StoredPath& path) {
-  return {path.host.string(), path.nameSpace.string(), path.className.string(), toModel(path.keys)};
+  ObjectPath model;
+  copyTo(model, path);
+  return model;
 }
 
 StoredValue* findNamed(StoredValues& values, std::string_view name) {

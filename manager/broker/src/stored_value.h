@@ -93,11 +93,12 @@ class StoredValue {
   /// None for what is no array.
   SharedElements elements() const noexcept;
 
-  /// A scalar that is null becomes monostate.
-  Scalar toScalar() const;
-  Value toModel() const;
+  /// Writes the value into the model's; what memory that has is used again.
+  void copyTo(Value& value) const;
 
  private:
+  void copyTo(Scalar& scalar) const;
+
   enum class Kind : std::uint8_t {
     kNull,
     kBoolean,
@@ -148,7 +149,9 @@ StoredPath fromModel(const ObjectPath& path, TextPool& texts);
 StoredValues fromModel(const std::vector<NamedValue>& values, TextPool& texts);
 
 ObjectPath toModel(const StoredPath& path);
-std::vector<NamedValue> toModel(const StoredValues& values);
+/// Write them into what the model has; the memory of that is used again.
+void copyTo(ObjectPath& model, const StoredPath& path);
+void copyTo(std::vector<NamedValue>& model, const StoredValues& values);
 
 /// The value of that name in any case; null when there is none. Lives until the values change.
 StoredValue* findNamed(StoredValues& values, std::string_view name);
