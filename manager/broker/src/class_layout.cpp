@@ -1,9 +1,11 @@
 #include "class_layout.h"
 
 #include <model/names.h>
+#include <mof/mof_error.h>
 
 #include <bit>
 #include <mutex>
+#include <utility>
 
 #include "name_set.h"
 
@@ -42,10 +44,19 @@ const ClassLayout* ClassLayouts::find(std::string_view className) {
   }
   const ClassDeclaration* declared = classes_.find(className);
   if (declared == nullptr) return nullptr;
+  // Made first, since reading the class may throw: it then does so at each question.
+  auto layout = std::make_unique<const ClassLayout>(*this, classes_, declared->name);
   const std::unique_lock lock(mutex_);
-  auto& layout = layouts_[std::string(className)];
-  if (!layout) layout = std::make_unique<const ClassLayout>(*this, classes_, declared->name);
-  return layout.get();
+  return layouts_.try_emplace(std::string(className), std::move(layout)).first->second.get();
+}
+
+const ClassLayout& ClassLayouts::of(std::string_view className) {
+  try {
+    const ClassLayout* found = find(className);
+    return found != nullptr ? *found : none_;
+  } catch (const MofError&) {
+    return none_;
+  }
 }
 
 }  // namespace cimom

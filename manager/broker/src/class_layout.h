@@ -69,11 +69,8 @@ class ClassLayouts {
 
   /// Null for an unknown class. Lives as long as this object.
   const ClassLayout* find(std::string_view className);
-  /// The same, for an unknown class one without properties.
-  const ClassLayout& of(std::string_view className) {
-    const ClassLayout* found = find(className);
-    return found != nullptr ? *found : none_;
-  }
+  /// The same; for a class that is unknown or cannot be read, a layout without properties.
+  const ClassLayout& of(std::string_view className);
 
  private:
   const ClassRepository& classes_;

@@ -216,7 +216,7 @@ class ObjectManager::Dispatcher {
   }
 
   void requireClass(const std::string& name) const {
-    if (repository_.find(name) != nullptr) return;
+    if (repository_.contains(name)) return;
     throw CimError(CMPI_RC_ERR_INVALID_CLASS, "unknown class " + name);
   }
 

@@ -1,7 +1,10 @@
+#include <mof/mof_error.h>
+
 #include <algorithm>
 #include <cstring>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "array_object.h"
@@ -18,17 +21,26 @@
 namespace cimom {
 namespace {
 
+/// A class may be read here for the first time, which must not throw into the provider.
+CMPIStatus findLayout(ClassLayouts& layouts, std::string_view className,
+                      const ClassLayout*& layout) {
+  try {
+    layout = layouts.find(className);
+  } catch (const MofError& error) {
+    return {CMPI_RC_ERR_FAILED, makeString(error.what())};
+  }
+  if (layout != nullptr) return okStatus();
+  return {CMPI_RC_ERR_INVALID_CLASS, makeString("unknown class " + std::string(className))};
+}
+
 CMPIInstance* eftNewInstance(const CMPIBroker* broker, const CMPIObjectPath* path,
                              CMPIStatus* status) {
   if (!checkPath(path, status)) return nullptr;
   const StoredPath& named = *pathOf(path);
-  const ClassLayout* layout = stateOf(broker)->layouts.find(named.className.view());
-  if (layout == nullptr) {
-    setStatus(status,
-              {CMPI_RC_ERR_INVALID_CLASS, makeString("unknown class " + named.className.string())});
-    return nullptr;
-  }
-  setStatus(status, CMPI_RC_OK);
+  const ClassLayout* layout = nullptr;
+  const CMPIStatus known = findLayout(stateOf(broker)->layouts, named.className.view(), layout);
+  setStatus(status, known);
+  if (known.rc != CMPI_RC_OK) return nullptr;
   StoredValues properties;
   properties.reserve(std::max(layout->usualCount(), named.keys.size()));
   properties.assign(named.keys.begin(), named.keys.end());

@@ -176,9 +176,9 @@ class ClassWriter {
     writeType(element, property.type, &property);
     writeOrigin(element, property.originClass, own == nullptr);
     if (options_.qualifiers) {
-      const QualifierMap* ownQualifiers = own != nullptr ? &own->qualifiers : nullptr;
+      const QualifierMap* ownQualifiers = own != nullptr ? &own->qualifiers.map() : nullptr;
       const bool onlyOwn = options_.localOnly && ownQualifiers != nullptr;
-      writeQualifiers(writer_, onlyOwn ? *ownQualifiers : property.qualifiers, ownQualifiers);
+      writeQualifiers(writer_, onlyOwn ? *ownQualifiers : property.qualifiers.map(), ownQualifiers);
     }
     if (property.defaultValue) writeValue(writer_, *property.defaultValue);
   }

@@ -7,13 +7,17 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <iterator>
 #include <map>
+#include <mutex>
+#include <optional>
 #include <set>
 #include <system_error>
 #include <utility>
 
 #include "mof_files.h"
+#include "mof_index.h"
 
 namespace cimom {
 namespace {
@@ -36,10 +40,14 @@ bool staysWithItsDeclaration(std::string_view qualifier) {
   return std::ranges::any_of(kNames, [qualifier](auto name) { return sameName(name, qualifier); });
 }
 
-void inheritQualifiers(PropertyDeclaration& property, const PropertyDeclaration& overridden) {
-  for (const auto& [name, value] : overridden.qualifiers) {
-    if (!staysWithItsDeclaration(name)) property.qualifiers.emplace(name, value);
-  }
+Qualifiers inheritedQualifiers(const Qualifiers& own, const Qualifiers& overridden) {
+  return Qualifiers::onDemand([own, overridden] {
+    QualifierMap all = own;
+    for (const auto& [name, value] : overridden.map()) {
+      if (!staysWithItsDeclaration(name)) all.emplace(name, value);
+    }
+    return all;
+  });
 }
 
 // The index of each property in a list of them.
@@ -59,11 +67,18 @@ bool sameShape(const PropertyDeclaration& left, const PropertyDeclaration& right
 
 struct ClassRepository::Content {
   struct Entry {
+    /// Whole once the entry is complete, as are the fields below it.
     ClassDeclaration declaration;
-    Entry* superclass = nullptr;
-    std::vector<const Entry*> subclasses;
     std::vector<PropertyDeclaration> properties;
     std::vector<std::string> keys;
+    std::atomic<bool> isComplete = false;
+
+    std::string name;
+    /// Null for a class at the top.
+    Entry* superclass = nullptr;
+    std::vector<const Entry*> subclasses;
+    /// Where the class is to be read; nothing where it was read at once.
+    std::optional<UnreadClass> unread;
   };
 
   // A bound on the depth keeps the inherited properties of hostile schemas from growing with the
@@ -75,41 +90,76 @@ struct ClassRepository::Content {
   std::vector<MofInstance> instances;
 
   void add(MofDocument document);
-  void resolve();
-  const Entry* find(std::string_view name) const;
+  void resolve(MofReading reading);
+  Entry* find(std::string_view name);
+  const Entry* findComplete(std::string_view name);
+  const std::map<std::string, QualifierDeclaration, NameLess>& readQualifiers();
 
  private:
   void addClass(ClassDeclaration declaration);
+  void addClass(UnreadClass found);
+  Entry& newEntry(const ClassDeclaration& declaration);
   void linkSuperclass(Entry& entry);
   std::vector<Entry*> chainFromTop(Entry& entry) const;
+  static void complete(Entry& entry);
   static void inherit(Entry& entry);
   static void addProperty(Entry& entry, const PropertyIndex& inherited,
                           PropertyDeclaration property);
   static void overrideProperty(const Entry& entry, PropertyDeclaration& inherited,
                                PropertyDeclaration property);
+
+  // What is read as needed is read by one thread at a time.
+  std::mutex reading_;
+  std::map<std::string, QualifierDeclaration, NameLess> qualifiers_;
+  std::vector<MofPart> unreadQualifiers_;
+  std::atomic<bool> qualifiersAreRead_ = false;
 };
 
 void ClassRepository::Content::add(MofDocument document) {
   for (ClassDeclaration& declaration : document.classes) addClass(std::move(declaration));
+  for (UnreadClass& found : document.unreadClasses) addClass(std::move(found));
+  for (QualifierDeclaration& qualifier : document.qualifiers) {
+    std::string name = qualifier.name;
+    qualifiers_.try_emplace(std::move(name), std::move(qualifier));
+  }
+  std::ranges::move(document.unreadQualifiers, std::back_inserter(unreadQualifiers_));
   std::ranges::move(document.instances, std::back_inserter(instances));
 }
 
 void ClassRepository::Content::addClass(ClassDeclaration declaration) {
+  newEntry(declaration).declaration = std::move(declaration);
+}
+
+void ClassRepository::Content::addClass(UnreadClass found) {
+  const MofPlace place = found.place();
+  ClassDeclaration declaration;
+  declaration.name = found.name;
+  declaration.superclass = found.superclass;
+  declaration.file = found.part.source->file();
+  declaration.line = place.line;
+  declaration.column = place.column;
+  Entry& entry = newEntry(declaration);
+  entry.declaration = std::move(declaration);
+  entry.unread = std::move(found);
+}
+
+ClassRepository::Content::Entry& ClassRepository::Content::newEntry(
+    const ClassDeclaration& declaration) {
   const auto [position, isNew] = classes.try_emplace(declaration.name);
   if (!isNew) {
     const ClassDeclaration& first = position->second.declaration;
     failAt(declaration, "class '" + declaration.name + "' is already declared in " + first.file +
                             ", line " + std::to_string(first.line));
   }
-  position->second.declaration = std::move(declaration);
+  position->second.name = declaration.name;
+  return position->second;
 }
 
-void ClassRepository::Content::resolve() {
+void ClassRepository::Content::resolve(MofReading reading) {
   for (auto& [name, entry] : classes) linkSuperclass(entry);
-  std::set<const Entry*> done;
   for (auto& [name, entry] : classes) {
     for (Entry* link : chainFromTop(entry)) {
-      if (done.insert(link).second) inherit(*link);
+      if (reading == MofReading::kAtOnce) complete(*link);
     }
   }
 }
@@ -146,6 +196,17 @@ std::vector<ClassRepository::Content::Entry*> ClassRepository::Content::chainFro
   return chain;
 }
 
+// A class that fails stays as it was, so that the next question fails in the same way.
+void ClassRepository::Content::complete(Entry& entry) {
+  if (entry.isComplete.load(std::memory_order_acquire)) return;
+  if (entry.superclass != nullptr) complete(*entry.superclass);
+  if (entry.unread) entry.declaration = parseMofClass(*entry.unread);
+  entry.properties.clear();
+  entry.keys.clear();
+  inherit(entry);
+  entry.isComplete.store(true, std::memory_order_release);
+}
+
 void ClassRepository::Content::inherit(Entry& entry) {
   if (entry.superclass != nullptr) {
     entry.properties = entry.superclass->properties;
@@ -169,7 +230,10 @@ void ClassRepository::Content::addProperty(Entry& entry, const PropertyIndex& in
   if (const auto found = inherited.find(property.name); found != inherited.end()) {
     return overrideProperty(entry, entry.properties[found->second], std::move(property));
   }
-  if (const MofValue* overridden = findQualifier(property.qualifiers, "override")) {
+  // The qualifiers of a class that is read as needed are left alone until somebody looks.
+  const MofValue* overridden =
+      entry.unread ? nullptr : findQualifier(property.qualifiers, "override");
+  if (overridden != nullptr) {
     failAt(entry.declaration, property,
            "property '" + property.name + "' overrides '" + std::string(overridden->text()) +
                "', which no superclass has");
@@ -187,13 +251,37 @@ void ClassRepository::Content::overrideProperty(const Entry& entry, PropertyDecl
   property.isKey |= inherited.isKey;
   property.originClass = inherited.originClass;
   if (!property.defaultValue) property.defaultValue = inherited.defaultValue;
-  inheritQualifiers(property, inherited);
+  property.qualifiers = inheritedQualifiers(property.qualifiers, inherited.qualifiers);
   inherited = std::move(property);
 }
 
-const ClassRepository::Content::Entry* ClassRepository::Content::find(std::string_view name) const {
+ClassRepository::Content::Entry* ClassRepository::Content::find(std::string_view name) {
   const auto found = classes.find(name);
   return found == classes.end() ? nullptr : &found->second;
+}
+
+const ClassRepository::Content::Entry* ClassRepository::Content::findComplete(
+    std::string_view name) {
+  Entry* entry = find(name);
+  if (entry != nullptr && !entry->isComplete.load(std::memory_order_acquire)) {
+    const std::lock_guard lock(reading_);
+    complete(*entry);
+  }
+  return entry;
+}
+
+const std::map<std::string, QualifierDeclaration, NameLess>&
+ClassRepository::Content::readQualifiers() {
+  if (qualifiersAreRead_.load(std::memory_order_acquire)) return qualifiers_;
+  const std::lock_guard lock(reading_);
+  for (const MofPart& part : unreadQualifiers_) {
+    QualifierDeclaration qualifier = parseMofQualifierDeclaration(part);
+    std::string name = qualifier.name;
+    qualifiers_.try_emplace(std::move(name), std::move(qualifier));
+  }
+  unreadQualifiers_.clear();
+  qualifiersAreRead_.store(true, std::memory_order_release);
+  return qualifiers_;
 }
 
 ClassRepository::ClassRepository() : content_(std::make_unique<Content>()) {}
@@ -202,35 +290,43 @@ ClassRepository::ClassRepository(ClassRepository&&) noexcept = default;
 ClassRepository& ClassRepository::operator=(ClassRepository&&) noexcept = default;
 ClassRepository::~ClassRepository() = default;
 
-ClassRepository ClassRepository::loadDirectory(const fs::path& directory) {
+ClassRepository ClassRepository::loadDirectory(const fs::path& directory, MofReading reading) {
   std::error_code error;
   if (!fs::is_directory(directory, error)) {
     throw MofError(directory.string(), 0, 0, "is not a directory");
   }
-  return load({directory});
+  return load({directory}, reading);
 }
 
-ClassRepository ClassRepository::load(const std::vector<fs::path>& filesAndDirectories) {
+ClassRepository ClassRepository::load(const std::vector<fs::path>& filesAndDirectories,
+                                      MofReading reading) {
   auto content = std::make_unique<Content>();
-  for (MofDocument& document : readMofFiles(filesAndDirectories)) content->add(std::move(document));
-  content->resolve();
+  for (MofDocument& document : readMofFiles(filesAndDirectories, reading)) {
+    content->add(std::move(document));
+  }
+  content->resolve(reading);
   return ClassRepository(std::move(content));
 }
 
-ClassRepository ClassRepository::parse(std::string_view text, const std::string& sourceName) {
-  MofDocument document = parseMof(text, sourceName);
+ClassRepository ClassRepository::parse(std::string_view text, const std::string& sourceName,
+                                       MofReading reading) {
+  MofDocument document = readMof(std::string(text), sourceName, reading);
   if (!document.includes.empty()) {
     const MofPlace& place = document.includes.front().place;
     throw MofError(sourceName, place.line, place.column, "only a file can include others");
   }
   auto content = std::make_unique<Content>();
   content->add(std::move(document));
-  content->resolve();
+  content->resolve(reading);
   return ClassRepository(std::move(content));
 }
 
+bool ClassRepository::contains(std::string_view name) const {
+  return content_->find(name) != nullptr;
+}
+
 const ClassDeclaration* ClassRepository::find(std::string_view name) const {
-  const Content::Entry* entry = content_->find(name);
+  const Content::Entry* entry = content_->findComplete(name);
   return entry == nullptr ? nullptr : &entry->declaration;
 }
 
@@ -250,7 +346,7 @@ std::vector<std::string> ClassRepository::subclasses(std::string_view name, bool
   while (!waiting.empty()) {
     const Content::Entry* current = waiting.back();
     waiting.pop_back();
-    names.push_back(current->declaration.name);
+    names.push_back(current->name);
     if (deep) {
       waiting.insert(waiting.end(), current->subclasses.rbegin(), current->subclasses.rend());
     }
@@ -262,7 +358,7 @@ std::vector<std::string> ClassRepository::superclasses(std::string_view name) co
   std::vector<std::string> names;
   const Content::Entry* entry = content_->find(name);
   for (; entry != nullptr && entry->superclass != nullptr; entry = entry->superclass) {
-    names.push_back(entry->superclass->declaration.name);
+    names.push_back(entry->superclass->name);
   }
   return names;
 }
@@ -270,7 +366,7 @@ std::vector<std::string> ClassRepository::superclasses(std::string_view name) co
 const std::vector<PropertyDeclaration>& ClassRepository::allProperties(
     std::string_view name) const {
   static const std::vector<PropertyDeclaration> kNone;
-  const Content::Entry* entry = content_->find(name);
+  const Content::Entry* entry = content_->findComplete(name);
   return entry == nullptr ? kNone : entry->properties;
 }
 
@@ -285,7 +381,7 @@ const PropertyDeclaration* ClassRepository::findProperty(std::string_view classN
 
 const std::vector<std::string>& ClassRepository::keys(std::string_view name) const {
   static const std::vector<std::string> kNone;
-  const Content::Entry* entry = content_->find(name);
+  const Content::Entry* entry = content_->findComplete(name);
   return entry == nullptr ? kNone : entry->keys;
 }
 
@@ -294,6 +390,11 @@ std::vector<std::string> ClassRepository::classNames() const {
   names.reserve(content_->classes.size());
   for (const auto& [name, entry] : content_->classes) names.push_back(name);
   return names;
+}
+
+const std::map<std::string, QualifierDeclaration, NameLess>&
+ClassRepository::qualifierDeclarations() const {
+  return content_->readQualifiers();
 }
 
 const std::vector<MofInstance>& ClassRepository::instances() const {

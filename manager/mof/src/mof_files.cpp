@@ -1,9 +1,9 @@
 #include "mof_files.h"
 
 #include <algorithm>
+#include <array>
 #include <deque>
 #include <fstream>
-#include <iterator>
 #include <set>
 #include <string>
 #include <system_error>
@@ -11,6 +11,8 @@
 
 #include <model/names.h>
 #include <mof/mof_error.h>
+
+#include "mof_index.h"
 
 namespace cimom {
 namespace {
@@ -25,7 +27,12 @@ std::string readFile(const fs::path& file) {
   if (fs::is_directory(file)) failForFile(file, "is a directory");
   std::ifstream in(file, std::ios::binary);
   if (!in) failForFile(file, "cannot be opened");
-  std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::string text;
+  std::array<char, 16384> block;
+  do {
+    in.read(block.data(), block.size());
+    text.append(block.data(), static_cast<std::size_t>(in.gcount()));
+  } while (in);
   if (in.bad()) failForFile(file, "cannot be read");
   return text;
 }
@@ -51,12 +58,15 @@ std::vector<fs::path> listMofFiles(const fs::path& directory) {
 // Reads files and what they include, each once however it is named.
 class FileReader {
  public:
+  explicit FileReader(MofReading reading) : reading_(reading) {}
+
   void add(fs::path file);
   std::vector<MofDocument> readAll();
 
  private:
   void addIncludes(const MofDocument& document, const fs::path& file);
 
+  MofReading reading_;
   std::set<fs::path> known_;
   std::deque<fs::path> waiting_;
 };
@@ -72,7 +82,7 @@ std::vector<MofDocument> FileReader::readAll() {
   while (!waiting_.empty()) {
     const fs::path file = std::move(waiting_.front());
     waiting_.pop_front();
-    documents.push_back(parseMof(readFile(file), file.string()));
+    documents.push_back(readMof(readFile(file), file.string(), reading_));
     addIncludes(documents.back(), file);
   }
   return documents;
@@ -92,8 +102,9 @@ void FileReader::addIncludes(const MofDocument& document, const fs::path& file) 
 
 }  // namespace
 
-std::vector<MofDocument> readMofFiles(const std::vector<fs::path>& filesAndDirectories) {
-  FileReader reader;
+std::vector<MofDocument> readMofFiles(const std::vector<fs::path>& filesAndDirectories,
+                                      MofReading reading) {
+  FileReader reader(reading);
   for (const fs::path& path : filesAndDirectories) {
     std::error_code error;
     if (fs::is_directory(path, error)) {

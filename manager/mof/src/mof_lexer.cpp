@@ -7,30 +7,10 @@
 #include <model/utf8.h>
 #include <mof/mof_error.h>
 
+#include "mof_characters.h"
+
 namespace cimom {
 namespace {
-
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-bool isHexDigit(char c) {
-  return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-
-bool isBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v';
-}
-
-// Names may hold letters of any alphabet; in UTF-8 those are the bytes from 0x80 on.
-bool isNameStart(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
-         static_cast<unsigned char>(c) >= 0x80;
-}
-
-bool isNamePart(char c) {
-  return isNameStart(c) || isDigit(c);
-}
 
 bool isPunctuation(char c) {
   return std::string_view("{}()[],;:=$#").find(c) != std::string::npos;
@@ -50,9 +30,18 @@ std::string describe(char c) {
 
 }  // namespace
 
-MofLexer::MofLexer(std::string_view text, std::string file) : text_(text), file_(std::move(file)) {
-  constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
-  if (text_.starts_with(kByteOrderMark)) text_.remove_prefix(kByteOrderMark.size());
+MofLexer::MofLexer(std::string_view text, std::string file)
+    : text_(withoutByteOrderMark(text)), file_(std::move(file)) {}
+
+MofLexer::MofLexer(const MofPart& part)
+    : text_(part.source->text().substr(0, part.end)),
+      file_(part.source->file()),
+      position_(part.begin),
+      place_(part.place) {}
+
+void MofLexer::moveTo(std::size_t position) {
+  place_ = placeOf(text_, position, position_, place_);
+  position_ = position;
 }
 
 void MofLexer::fail(const MofPlace& place, const std::string& reason) const {

@@ -5,13 +5,9 @@
 #include <string>
 #include <string_view>
 
-namespace cimom {
+#include "mof_text.h"
 
-/// A place in a text, counted from 1; columns count bytes.
-struct MofPlace {
-  std::size_t line = 1;
-  std::size_t column = 1;
-};
+namespace cimom {
 
 /// The smallest piece of MOF text that has a meaning.
 struct MofToken {
@@ -30,9 +26,17 @@ struct MofToken {
 class MofLexer {
  public:
   MofLexer(std::string_view text, std::string file);
+  /// Reads a part of a text, and names places of the whole.
+  explicit MofLexer(const MofPart& part);
 
   MofToken next();
   const std::string& file() const noexcept { return file_; }
+
+  /// What the lexer reads, and how far it has come there.
+  std::string_view text() const noexcept { return text_; }
+  std::size_t position() const noexcept { return position_; }
+  /// Goes on at a later position.
+  void moveTo(std::size_t position);
 
  private:
   [[noreturn]] void fail(const MofPlace& place, const std::string& reason) const;

@@ -1,8 +1,8 @@
 // Parses MOF (DMTF DSP0004) with one token of lookahead. The default of a property has to suit its
 // type; whether names exist is checked when classes are related to each other, since a superclass
-// may come in a later file. Qualifier declarations are checked for their form and dropped. The
-// first error ends parsing, with file, line and column. A parser belongs to one text and one
-// thread, and shares nothing.
+// may come in a later file. The first error ends parsing, with file, line and column. A parser
+// belongs to one text and one thread. One that reads a part of a text leaves out the qualifiers of
+// properties, which are much of it; they hold on to the text and are read when somebody looks.
 #include "mof_parser.h"
 
 #include <algorithm>
@@ -11,6 +11,8 @@
 #include <utility>
 
 #include <mof/mof_error.h>
+
+#include "mof_skipper.h"
 
 namespace cimom {
 namespace {
@@ -68,8 +70,13 @@ class MofParser {
  public:
   MofParser(std::string_view text, const std::string& file)
       : lexer_(text, file), token_(lexer_.next()) {}
+  explicit MofParser(const MofPart& part)
+      : lexer_(part),
+        token_(lexer_.next()),
+        source_(part.source) {}
 
   MofDocument parse();
+  QualifierMap parseQualifiers();
 
  private:
   [[noreturn]] void fail(const std::string& reason) const { failAt(token_.place, reason); }
@@ -94,21 +101,22 @@ class MofParser {
   void parseDirective();
   void parseDeclaration();
   void parseQualifierDeclaration();
-  void skipNames(std::string_view keyword);
+  std::vector<std::string> parseNames(std::string_view keyword);
   void parseClass(QualifierMap qualifiers);
   void parseFeature(ClassDeclaration& declaration);
-  void parseTypedFeature(ClassDeclaration& declaration, QualifierMap qualifiers);
+  void parseFeatureQualifiers(PropertyDeclaration& property);
+  bool passQualifiers(MofPart& passed);
   void parseProperty(ClassDeclaration& declaration, PropertyDeclaration property);
   void parseMethod(ClassDeclaration& declaration, MethodDeclaration method);
   PropertyDeclaration parseParameter();
   void parseInstance();
   void parseInstanceProperty(MofInstance& instance);
 
-  QualifierMap parseQualifiers();
   void parseQualifier(QualifierMap& qualifiers);
   void skipFlavors();
   std::string parseAlias();
-  void parseDimension(PropertyDeclaration& property);
+  template <class Declaration>
+  void parseDimension(Declaration& property);
   MofValue parseValue();
   MofValue parseArray();
   MofValue::Element parseElement();
@@ -117,6 +125,8 @@ class MofParser {
 
   MofLexer lexer_;
   MofToken token_;
+  /// Of a part alone.
+  std::shared_ptr<const MofText> source_;
   MofDocument document_;
 };
 
@@ -182,29 +192,33 @@ void MofParser::parseDeclaration() {
   parseClass(std::move(qualifiers));
 }
 
-// The qualifiers' types are well known; a declaration only has to be well formed.
 void MofParser::parseQualifierDeclaration() {
   take();
-  takeName("the qualifier's name");
+  QualifierDeclaration declaration;
+  declaration.name = takeName("the qualifier's name").text;
   expect(':');
   const MofToken type = takeName("a type");
-  if (!typeFromKeyword(type.text)) failAt(type.place, "unknown type '" + type.text + "'");
-  PropertyDeclaration shape;
-  parseDimension(shape);
-  if (takeIf('=')) parseValue();
+  const std::optional<CimType> known = typeFromKeyword(type.text);
+  if (!known) failAt(type.place, "unknown type '" + type.text + "'");
+  declaration.type = *known;
+  parseDimension(declaration);
+  if (takeIf('=')) declaration.defaultValue = parseValue();
   expect(',');
-  skipNames("scope");
-  if (takeIf(',')) skipNames("flavor");
+  declaration.scopes = parseNames("scope");
+  if (takeIf(',')) declaration.flavors = parseNames("flavor");
   expect(';');
+  document_.qualifiers.push_back(std::move(declaration));
 }
 
-void MofParser::skipNames(std::string_view keyword) {
+std::vector<std::string> MofParser::parseNames(std::string_view keyword) {
+  std::vector<std::string> names;
   expect(keyword);
   expect('(');
   do {
-    takeName("a name");
+    names.push_back(takeName("a name").text);
   } while (takeIf(','));
   expect(')');
+  return names;
 }
 
 void MofParser::parseClass(QualifierMap qualifiers) {
@@ -227,15 +241,9 @@ void MofParser::parseClass(QualifierMap qualifiers) {
 }
 
 void MofParser::parseFeature(ClassDeclaration& declaration) {
-  QualifierMap qualifiers = parseQualifiers();
-  parseTypedFeature(declaration, std::move(qualifiers));
-}
-
-void MofParser::parseTypedFeature(ClassDeclaration& declaration, QualifierMap qualifiers) {
-  const MofToken type = takeName("a property, a method or '}'");
   PropertyDeclaration property;
-  property.isKey = isTrueQualifier(qualifiers, "key");
-  property.qualifiers = std::move(qualifiers);
+  parseFeatureQualifiers(property);
+  const MofToken type = takeName("a property, a method or '}'");
   property.originClass = declaration.name;
   const std::optional<CimType> known = typeFromKeyword(type.text);
   const bool isReference = takeIf("ref");
@@ -249,13 +257,39 @@ void MofParser::parseTypedFeature(ClassDeclaration& declaration, QualifierMap qu
   }
   const MofToken name = takeName("a name");
   if (!isReference && isPunctuation('(')) {
-    return parseMethod(declaration, {name.text, known, std::move(property.qualifiers), {}});
+    return parseMethod(declaration, {name.text, known, property.qualifiers, {}});
   }
   if (!isReference && !known) failAt(type.place, "a property cannot be of type void");
   property.name = name.text;
   property.line = name.place.line;
   property.column = name.place.column;
   parseProperty(declaration, std::move(property));
+}
+
+void MofParser::parseFeatureQualifiers(PropertyDeclaration& property) {
+  if (MofPart passed; source_ != nullptr && passQualifiers(passed)) {
+    property.qualifiers =
+        Qualifiers::onDemand([passed] { return MofParser(passed).parseQualifiers(); });
+    return;
+  }
+  QualifierMap qualifiers = parseQualifiers();
+  property.isKey = isTrueQualifier(qualifiers, "key");
+  property.qualifiers = std::move(qualifiers);
+}
+
+// Moves behind the qualifiers that are here. Those that say whether this is a key have to be read,
+// and those that are not well formed, too, to say why not.
+bool MofParser::passQualifiers(MofPart& passed) {
+  if (!isPunctuation('[')) return false;
+  const std::size_t begin = lexer_.position() - 1;
+  MofSkipper skipper(lexer_.text(), begin);
+  std::vector<std::string_view> names;
+  if (!skipper.skipBrackets(&names)) return false;
+  if (std::ranges::any_of(names, [](auto name) { return sameName(name, "key"); })) return false;
+  passed = {source_, begin, skipper.position(), token_.place};
+  lexer_.moveTo(skipper.position());
+  take();
+  return true;
 }
 
 void MofParser::parseProperty(ClassDeclaration& declaration, PropertyDeclaration property) {
@@ -358,7 +392,8 @@ std::string MofParser::parseAlias() {
   return takeName("the alias's name").text;
 }
 
-void MofParser::parseDimension(PropertyDeclaration& property) {
+template <class Declaration>
+void MofParser::parseDimension(Declaration& property) {
   if (!takeIf('[')) return;
   property.isArray = true;
   if (token_.kind == Kind::kInteger) {
@@ -426,6 +461,14 @@ std::string MofParser::parseText() {
 
 MofDocument parseMof(std::string_view text, const std::string& file) {
   return MofParser(text, file).parse();
+}
+
+ClassDeclaration parseMofClass(const UnreadClass& found) {
+  return std::move(MofParser(found.part).parse().classes.front());
+}
+
+QualifierDeclaration parseMofQualifierDeclaration(const MofPart& part) {
+  return std::move(MofParser(part).parse().qualifiers.front());
 }
 
 }  // namespace cimom

@@ -75,6 +75,13 @@ void checkLiveHost(const std::string& sysfs) {
   checkDirectory(root / "bus/pci/devices", true);
 }
 
+/// The project's own schema is checked when it is built, so a command reads of it what it needs. A
+/// user's is checked whole, and so is one that a server will be asked for all of.
+cimom::MofReading readingFor(const Options& options) {
+  const bool whole = !options.schema.empty() || options.command == Command::kServe;
+  return whole ? cimom::MofReading::kAtOnce : cimom::MofReading::kAsNeeded;
+}
+
 void setUpLog(bool verbose) {
   openlog("pcicim", LOG_PERROR, LOG_USER);
   // Ordinary requests trace at a priority above errors, too; a person asks for that explicitly.
@@ -135,8 +142,8 @@ Session::Session(const Options& options) : options_(options) {
   const std::filesystem::path schema = options.schema.empty()
                                            ? findBeside({"share/pciprovider/mof"})
                                            : std::filesystem::path(options.schema);
-  repository_ =
-      std::make_shared<const cimom::ClassRepository>(cimom::ClassRepository::loadDirectory(schema));
+  repository_ = std::make_shared<const cimom::ClassRepository>(
+      cimom::ClassRepository::loadDirectory(schema, readingFor(options)));
 }
 
 cimom::ObjectManager& Session::manager() {

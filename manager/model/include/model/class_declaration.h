@@ -2,6 +2,7 @@
 
 #include <model/cim_type.h>
 #include <model/mof_value.h>
+#include <model/qualifiers.h>
 
 #include <cstddef>
 #include <optional>
@@ -21,7 +22,7 @@ struct PropertyDeclaration {
   std::string referenceClass;
   /// True when the Key qualifier is here or at a property that this one overrides.
   bool isKey = false;
-  QualifierMap qualifiers;
+  Qualifiers qualifiers;
   std::optional<MofValue> defaultValue;
   /// The class that first declares the property, up the chain of overrides.
   std::string originClass;
@@ -38,6 +39,20 @@ struct MethodDeclaration {
   std::optional<CimType> returnType;
   QualifierMap qualifiers;
   std::vector<PropertyDeclaration> parameters;
+};
+
+/// A kind of qualifier: of which type its values are, and what it may stand at.
+struct QualifierDeclaration {
+  std::string name;
+  CimType type = CimType::kString;
+  bool isArray = false;
+  /// Elements of an array of fixed size.
+  std::optional<std::size_t> arraySize;
+  std::optional<MofValue> defaultValue;
+  /// As written, such as "property" and "association"; never empty.
+  std::vector<std::string> scopes;
+  /// As written, such as "ToSubclass" and "DisableOverride".
+  std::vector<std::string> flavors;
 };
 
 /// A class as its MOF declares it; what it inherits is the repository's to add.
