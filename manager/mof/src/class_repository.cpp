@@ -230,10 +230,8 @@ void ClassRepository::Content::addProperty(Entry& entry, const PropertyIndex& in
   if (const auto found = inherited.find(property.name); found != inherited.end()) {
     return overrideProperty(entry, entry.properties[found->second], std::move(property));
   }
-  // The qualifiers of a class that is read as needed are left alone until somebody looks.
-  const MofValue* overridden =
-      entry.unread ? nullptr : findQualifier(property.qualifiers, "override");
-  if (overridden != nullptr) {
+  if (property.overrides) {
+    const MofValue* overridden = findQualifier(property.qualifiers, "override");
     failAt(entry.declaration, property,
            "property '" + property.name + "' overrides '" + std::string(overridden->text()) +
                "', which no superclass has");

@@ -105,7 +105,7 @@ class MofParser {
   void parseClass(QualifierMap qualifiers);
   void parseFeature(ClassDeclaration& declaration);
   void parseFeatureQualifiers(PropertyDeclaration& property);
-  bool passQualifiers(MofPart& passed);
+  bool passQualifiers(PropertyDeclaration& property);
   void parseProperty(ClassDeclaration& declaration, PropertyDeclaration property);
   void parseMethod(ClassDeclaration& declaration, MethodDeclaration method);
   PropertyDeclaration parseParameter();
@@ -267,26 +267,29 @@ void MofParser::parseFeature(ClassDeclaration& declaration) {
 }
 
 void MofParser::parseFeatureQualifiers(PropertyDeclaration& property) {
-  if (MofPart passed; source_ != nullptr && passQualifiers(passed)) {
-    property.qualifiers =
-        Qualifiers::onDemand([passed] { return MofParser(passed).parseQualifiers(); });
-    return;
-  }
+  if (source_ != nullptr && passQualifiers(property)) return;
   QualifierMap qualifiers = parseQualifiers();
   property.isKey = isTrueQualifier(qualifiers, "key");
+  property.overrides = findQualifier(qualifiers, "override") != nullptr;
   property.qualifiers = std::move(qualifiers);
 }
 
 // Moves behind the qualifiers that are here. Those that say whether this is a key have to be read,
 // and those that are not well formed, too, to say why not.
-bool MofParser::passQualifiers(MofPart& passed) {
+bool MofParser::passQualifiers(PropertyDeclaration& property) {
   if (!isPunctuation('[')) return false;
   const std::size_t begin = lexer_.position() - 1;
   MofSkipper skipper(lexer_.text(), begin);
   std::vector<std::string_view> names;
   if (!skipper.skipBrackets(&names)) return false;
-  if (std::ranges::any_of(names, [](auto name) { return sameName(name, "key"); })) return false;
-  passed = {source_, begin, skipper.position(), token_.place};
+  const auto isNamed = [&names](std::string_view wanted) {
+    return std::ranges::any_of(names, [wanted](auto name) { return sameName(name, wanted); });
+  };
+  if (isNamed("key")) return false;
+  property.overrides = isNamed("override");
+  const MofPart passed{source_, begin, skipper.position(), token_.place};
+  property.qualifiers =
+      Qualifiers::onDemand([passed] { return MofParser(passed).parseQualifiers(); });
   lexer_.moveTo(skipper.position());
   take();
   return true;

@@ -22,6 +22,8 @@ struct PropertyDeclaration {
   std::string referenceClass;
   /// True when the Key qualifier is here or at a property that this one overrides.
   bool isKey = false;
+  /// True when the Override qualifier is here.
+  bool overrides = false;
   Qualifiers qualifiers;
   std::optional<MofValue> defaultValue;
   /// The class that first declares the property, up the chain of overrides.

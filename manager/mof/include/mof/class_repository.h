@@ -18,8 +18,7 @@ enum class MofReading {
   /// To the end: whatever is wrong anywhere is an error.
   kAtOnce,
   /// Classes, each with its superclass, are found, and read when somebody asks for them. What is
-  /// wrong inside of one is an error then, and so is a property that overrides none; for texts
-  /// whose every class is checked elsewhere.
+  /// wrong inside of one is an error then; for texts whose every class is checked elsewhere.
   kAsNeeded,
 };
 
