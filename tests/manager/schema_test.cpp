@@ -286,6 +286,47 @@ TEST(SchemaTest, EveryClassIsRegistered) {
   }
 }
 
+bool isOfType(const MofValue& value, CimType type) {
+  const MofValue::Kind wanted = type == CimType::kBoolean  ? MofValue::Kind::kBoolean
+                                : type == CimType::kString ? MofValue::Kind::kString
+                                                           : MofValue::Kind::kNumber;
+  return std::ranges::all_of(value.elements, [wanted](const MofValue::Element& element) {
+    return element.kind == wanted;
+  });
+}
+
+void expectDeclared(const QualifierMap& qualifiers, std::string_view scope,
+                    const std::string& place) {
+  for (const auto& [name, value] : qualifiers) {
+    const auto found = schema().qualifierDeclarations().find(name);
+    ASSERT_NE(found, schema().qualifierDeclarations().end()) << place << ": " << name;
+    const QualifierDeclaration& declared = found->second;
+    EXPECT_EQ(name, declared.name) << place;
+    EXPECT_EQ(value.isArray, declared.isArray) << place << ": " << name;
+    EXPECT_TRUE(isOfType(value, declared.type)) << place << ": " << name;
+    EXPECT_TRUE(holdsName(declared.scopes, "any") || holdsName(declared.scopes, scope))
+        << place << ": " << name;
+  }
+}
+
+TEST(SchemaTest, EveryQualifierIsDeclaredForWhatItStandsAt) {
+  for (const std::string& name : schema().classNames()) {
+    const ClassDeclaration& declaration = *schema().find(name);
+    expectDeclared(declaration.qualifiers, declaration.isAssociation ? "association" : "class",
+                   name);
+    for (const PropertyDeclaration& own : declaration.properties) {
+      const bool isReference = own.type == CimType::kReference;
+      expectDeclared(own.qualifiers, isReference ? "reference" : "property", name + '.' + own.name);
+    }
+    for (const MethodDeclaration& method : declaration.methods) {
+      expectDeclared(method.qualifiers, "method", name + '.' + method.name);
+      for (const PropertyDeclaration& parameter : method.parameters) {
+        expectDeclared(parameter.qualifiers, "parameter", name + '.' + method.name);
+      }
+    }
+  }
+}
+
 TEST(SchemaTest, ReferencesNameClassesThatExist) {
   for (const std::string& name : schema().classNames()) {
     for (const PropertyDeclaration& property : schema().allProperties(name)) {
