@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "topology_reader.h"
@@ -110,19 +111,20 @@ class ScriptedSource : public pcicim::TopologySource {
   }
   void addPortName(const std::string& name) { ports_.push_back({{"DeviceID", name}}); }
 
-  std::vector<Record> instances(const std::string& className,
-                                const std::vector<std::string>&) override {
-    std::vector<Record> result;
+  void instances(std::string_view className, const std::vector<std::string>&,
+                 const pcicim::RecordSink& sink) override {
     for (const auto& [record, enumerated] : functions_) {
       const bool isBridge = record.at("ClassCode") == "6";
       if (enumerated && className == (isBridge ? "Zelmar_PCIBridge" : "Zelmar_PCIDevice")) {
-        result.push_back(record);
+        sink(record);
       }
     }
-    return result;
   }
-  std::vector<Record> names(const std::string&) override { return ports_; }
-  std::optional<Record> instance(const std::string&, const std::string& deviceId) override {
+  void names(std::string_view, const pcicim::RecordSink& sink) override {
+    for (const Record& port : ports_) sink(port);
+  }
+  std::optional<Record> instance(std::string_view, const std::string& deviceId,
+                                 const std::vector<std::string>&) override {
     asked.push_back(deviceId);
     for (const auto& entry : functions_) {
       if (entry.first.at("DeviceID") == deviceId) {

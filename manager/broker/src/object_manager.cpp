@@ -21,16 +21,11 @@
 #include "loaded_providers.h"
 #include "name_set.h"
 #include "property_array.h"
+#include "repeated_get.h"
 
 namespace cimom {
 
 namespace {
-
-void throwUnlessOk(const CMPIStatus& status, const std::string& className) {
-  if (status.rc == CMPI_RC_OK) return;
-  const std::string text = messageOf(status);
-  throw CimError(status.rc, text.empty() ? "the provider of " + className + " reports it" : text);
-}
 
 const char* filterText(const std::string& text) {
   return text.empty() ? nullptr : text.c_str();
@@ -115,18 +110,24 @@ class ObjectManager::Dispatcher {
   template <class Operation>
   std::optional<Instance> instance(const ObjectPath& path, const PropertyList& properties,
                                    Operation operation) {
-    checkRequest(path);
-    const auto found = providers_.byClass().find(path.className);
-    if (found == providers_.byClass().end() || !found->second.instance.exists()) {
-      throwNoProvider(path);
-    }
+    auto& factory = instanceProvider(path);
     std::optional<Instance> first;
     const InstanceSink narrowing = narrowed(properties, [&first](Instance&& instance) {
       if (!first) first = std::move(instance);
     });
     SinkReceiver<Instance> receiver(narrowing);
-    call(found->second.instance, named(path, path.className), receiver, operation);
+    call(factory, named(path, path.className), receiver, operation);
     return first;
+  }
+
+  std::unique_ptr<InstanceFinder> finder(const std::string& className, const std::string& key,
+                                         const PropertyList& properties) {
+    ObjectPath path;
+    path.className = className;
+    CMPIInstanceMI& provider = instanceProvider(path).record(broker());
+    path.keys.push_back({key, Value::text("")});
+    return std::make_unique<RepeatedGet>(provider, named(path, className), key, properties,
+                                         narrowing(properties));
   }
 
   template <class Operation>
@@ -170,6 +171,15 @@ class ObjectManager::Dispatcher {
     receiver.rethrowFailure();
   }
 
+  ProviderFactory<CMPIInstanceMI>& instanceProvider(const ObjectPath& path) {
+    checkRequest(path);
+    const auto found = providers_.byClass().find(path.className);
+    if (found == providers_.byClass().end() || !found->second.instance.exists()) {
+      throwNoProvider(path);
+    }
+    return found->second.instance;
+  }
+
   template <class Visit>
   void forEachInstanceProvider(const ObjectPath& path, Visit visit) {
     checkRequest(path);
@@ -199,13 +209,24 @@ class ObjectManager::Dispatcher {
   /// passes them on.
   InstanceSink narrowed(const PropertyList& wanted, const InstanceSink& sink) const {
     if (!wanted) return sink;
-    return [this, names = std::make_shared<const NameSet>(*wanted), sink](Instance&& instance) {
-      const auto& keys = repository_.keys(instance.path.className);
-      std::erase_if(instance.properties, [&](const NamedValue& property) {
-        return !names->holds(property.name) && !holdsName(keys, property.name);
-      });
+    return [narrow = narrowing(wanted), sink](Instance&& instance) {
+      narrow(instance);
       sink(std::move(instance));
     };
+  }
+
+  RepeatedGet::Narrow narrowing(const PropertyList& wanted) const {
+    if (!wanted) return [](Instance&) {};
+    return [this, names = std::make_shared<const NameSet>(*wanted)](Instance& instance) {
+      narrow(instance, *names);
+    };
+  }
+
+  void narrow(Instance& instance, const NameSet& wanted) const {
+    const auto& keys = repository_.keys(instance.path.className);
+    std::erase_if(instance.properties, [&](const NamedValue& property) {
+      return !wanted.holds(property.name) && !holdsName(keys, property.name);
+    });
   }
 
   void checkRequest(const ObjectPath& path) const {
@@ -275,6 +296,12 @@ std::optional<Instance> ObjectManager::findInstance(const ObjectPath& path,
   return dispatcher_->instance(path, properties, [&](auto& mi, auto... request) {
     return mi.ft->getInstance(&mi, request..., list.get());
   });
+}
+
+std::unique_ptr<InstanceFinder> ObjectManager::instanceFinder(const std::string& className,
+                                                              const std::string& key,
+                                                              const PropertyList& properties) {
+  return dispatcher_->finder(className, key, properties);
 }
 
 void ObjectManager::associators(const ObjectPath& path, const AssociationFilter& filter,

@@ -20,6 +20,12 @@ inline std::string messageOf(const CMPIStatus& status) {
   return text != nullptr ? text : "";
 }
 
+inline void throwUnlessOk(const CMPIStatus& status, const std::string& className) {
+  if (status.rc == CMPI_RC_OK) return;
+  const std::string text = messageOf(status);
+  throw CimError(status.rc, text.empty() ? "the provider of " + className + " reports it" : text);
+}
+
 /// What a provider throws, against its interface, becomes an error that names who failed.
 template <class Call>
 void guarded(const std::string& who, Call call) {

@@ -7,6 +7,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "managed_topology.h"
 #include "output.h"
 #include "serve.h"
 #include "session.h"
@@ -30,63 +31,6 @@ cimom::ObjectPath classPath(const std::string& className) {
   path.className = className;
   return path;
 }
-
-Record toRecord(const std::vector<cimom::NamedValue>& values) {
-  Record record;
-  for (const auto& [name, value] : values) {
-    if (!value.isNull && !value.isArray && !value.elements.empty()) {
-      record[name] = cimom::toText(value.elements.front());
-    }
-  }
-  return record;
-}
-
-/// The topology's questions, put to the object manager.
-class ManagedTopology : public TopologySource {
- public:
-  explicit ManagedTopology(cimom::ObjectManager& manager) : manager_(manager) {}
-
-  std::vector<Record> instances(const std::string& className,
-                                const std::vector<std::string>& properties) override {
-    std::vector<Record> records;
-    for (const auto& instance : manager_.enumerateInstances(classPath(className), properties)) {
-      records.push_back(toRecord(instance.properties));
-    }
-    return records;
-  }
-
-  std::vector<Record> names(const std::string& className) override {
-    std::vector<Record> records;
-    for (const auto& path : manager_.enumerateInstanceNames(classPath(className))) {
-      records.push_back(toRecord(path.keys));
-    }
-    return records;
-  }
-
-  std::optional<Record> instance(const std::string& className,
-                                 const std::string& deviceId) override {
-    cimom::ObjectPath path = classPath(className);
-    path.keys.push_back({"DeviceID", cimom::Value::text(deviceId)});
-    const auto found = find(path);
-    return found ? std::optional(toRecord(found->properties)) : std::nullopt;
-  }
-
- private:
-  /// Most addresses that a tree asks for belong to no function, so that is no exception; that a
-  /// function is no bridge is one, since its provider reports it.
-  std::optional<cimom::Instance> find(const cimom::ObjectPath& path) {
-    try {
-      return manager_.findInstance(path);
-    } catch (const cimom::CimError& error) {
-      if (error.code() != CMPI_RC_ERR_NOT_FOUND) {
-        throw;
-      }
-      return std::nullopt;
-    }
-  }
-
-  cimom::ObjectManager& manager_;
-};
 
 class CommandRunner {
  public:

@@ -47,14 +47,28 @@ std::string hex(std::uint64_t number, std::size_t width) {
   return padded;
 }
 
-/// Sorts unreadable addresses behind all others.
-bool comesBefore(const Function& left, const Function& right) {
-  const auto leftAddress = parseAddress(left.address);
-  const auto rightAddress = parseAddress(right.address);
-  if (leftAddress && rightAddress) {
-    return *leftAddress < *rightAddress;
+/// The functions in the order of their addresses, those with unreadable ones behind all others.
+std::vector<Function> sorted(std::vector<Function> functions,
+                             std::vector<std::optional<Address>>& addresses) {
+  using Place = std::pair<std::optional<Address>, std::size_t>;
+  std::vector<Place> places;
+  places.reserve(functions.size());
+  for (const Function& function : functions) {
+    places.emplace_back(parseAddress(function.address), places.size());
   }
-  return leftAddress.has_value() && !rightAddress.has_value();
+  std::stable_sort(places.begin(), places.end(), [](const Place& left, const Place& right) {
+    if (left.first && right.first) {
+      return *left.first < *right.first;
+    }
+    return left.first.has_value() && !right.first.has_value();
+  });
+  std::vector<Function> result;
+  result.reserve(functions.size());
+  for (const auto& [address, index] : places) {
+    addresses.push_back(address);
+    result.push_back(std::move(functions[index]));
+  }
+  return result;
 }
 
 /// Names come from a list that anyone can edit: nothing in them may reach the terminal as control.
@@ -69,17 +83,21 @@ std::string printable(std::string_view text) {
 class TreePrinter {
  public:
   TreePrinter(std::vector<Function> functions, std::ostream& out)
-      : functions_(std::move(functions)), out_(out) {
-    std::stable_sort(functions_.begin(), functions_.end(), comesBefore);
+      : functions_(sorted(std::move(functions), addresses_)), out_(out) {
+    std::unordered_map<std::string_view, std::size_t> byAddress;
+    byAddress.reserve(functions_.size());
     for (std::size_t i = 0; i < functions_.size(); ++i) {
-      byAddress_.try_emplace(functions_[i].address, i);
+      byAddress.try_emplace(functions_[i].address, i);
     }
     children_.resize(functions_.size());
+    parents_.resize(functions_.size());
     printed_.resize(functions_.size(), false);
     passedFrom_.resize(functions_.size(), functions_.size());
     for (std::size_t i = 0; i < functions_.size(); ++i) {
-      if (const auto parent = parentOf(i)) {
-        children_[*parent].push_back(i);
+      const auto found = byAddress.find(functions_[i].parent);
+      if (!functions_[i].parent.empty() && found != byAddress.end()) {
+        parents_[i] = found->second;
+        children_[found->second].push_back(i);
       }
     }
   }
@@ -90,18 +108,12 @@ class TreePrinter {
   }
 
  private:
-  std::optional<std::size_t> parentOf(std::size_t index) const {
-    const auto found = byAddress_.find(functions_[index].parent);
-    if (functions_[index].parent.empty() || found == byAddress_.end()) {
-      return std::nullopt;
-    }
-    return found->second;
-  }
+  std::optional<std::size_t> parentOf(std::size_t index) const { return parents_[index]; }
 
   void printRootBuses() {
     std::map<std::pair<std::uint64_t, unsigned>, std::vector<std::size_t>> buses;
     for (std::size_t i = 0; i < functions_.size(); ++i) {
-      const auto address = parseAddress(functions_[i].address);
+      const auto& address = addresses_[i];
       if (address && functions_[i].parent.empty()) {
         buses[{address->segment, address->bus}].push_back(i);
       }
@@ -198,7 +210,7 @@ class TreePrinter {
       return *function.secondaryBus == 0 ? ", no bus" : " to bus " + hex(*function.secondaryBus, 2);
     }
     if (function.kind == Function::Kind::kSwitchPort && !children_[index].empty()) {
-      const auto child = parseAddress(functions_[children_[index].front()].address);
+      const auto& child = addresses_[children_[index].front()];
       return child ? " to bus " + hex(child->bus, 2) : "";
     }
     return "";
@@ -221,9 +233,12 @@ class TreePrinter {
     return text;
   }
 
+  /// Of each function, in the same order; nothing where it cannot be read.
+  std::vector<std::optional<Address>> addresses_;
   std::vector<Function> functions_;
   std::ostream& out_;
-  std::unordered_map<std::string, std::size_t> byAddress_;
+  /// Indices; nothing where the parent is not there.
+  std::vector<std::optional<std::size_t>> parents_;
   std::vector<std::vector<std::size_t>> children_;
   std::vector<bool> printed_;
   /// The climb that passed a function last; one mark for all climbs keeps them cheap.
@@ -266,8 +281,11 @@ std::optional<Address> parseAddress(std::string_view text) {
 }
 
 std::string addressText(const Address& address) {
-  return hex(address.segment, 4) + ':' + hex(address.bus, 2) + ':' + hex(address.device, 2) + '.' +
-         hex(address.function, 1);
+  std::string text = hex(address.segment, 4);
+  text += {':', hexDigit(address.bus / 16 % 16), hexDigit(address.bus % 16),
+           ':', hexDigit(address.device / 16 % 16), hexDigit(address.device % 16),
+           '.', hexDigit(address.function % 16)};
+  return text;
 }
 
 void printTree(std::vector<Function> functions, std::ostream& out) {

@@ -24,6 +24,11 @@ struct Address {
 /// when the text is of another form. Safe from any thread.
 std::optional<Address> parseAddress(std::string_view text);
 
+/// The digit of a number below 16, in lower case.
+constexpr char hexDigit(unsigned number) {
+  return "0123456789abcdef"[number];
+}
+
 /// The address as the CIM classes write it: segment in at least four hexadecimal digits.
 std::string addressText(const Address& address);
 

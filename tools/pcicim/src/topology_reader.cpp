@@ -1,6 +1,9 @@
 #include "topology_reader.h"
 
+#include <array>
 #include <charconv>
+#include <cstdint>
+#include <map>
 #include <set>
 #include <string_view>
 #include <unordered_set>
@@ -8,6 +11,11 @@
 
 namespace pcicim {
 namespace {
+
+constexpr std::string_view kDeviceClass = "Zelmar_PCIDevice";
+constexpr std::string_view kPciBridgeClass = "Zelmar_PCIBridge";
+constexpr std::string_view kSwitchClass = "Zelmar_PCIeSwitch";
+constexpr std::string_view kPortClass = "Zelmar_PCIPort";
 
 constexpr unsigned kBusesPerSegment = 256;
 constexpr unsigned kDevicesPerBus = 32;
@@ -54,18 +62,34 @@ const std::vector<std::string>& wantedProperties() {
   return kNames;
 }
 
-char functionDigit(unsigned function) {
-  return static_cast<char>('0' + function);
-}
+/// Which functions of a segment's buses are known.
+class KnownFunctions {
+ public:
+  /// One bit for each function of each device.
+  using Bus = std::array<std::uint8_t, kDevicesPerBus>;
+
+  void add(const Address& address) {
+    bus(address.segment, address.bus)[address.device] |=
+        static_cast<std::uint8_t>(1U << address.function);
+  }
+
+  /// Lives as long as this, whatever is added.
+  Bus& bus(std::uint64_t segment, unsigned bus) {
+    return buses_[{segment, bus}];
+  }
+
+ private:
+  std::map<std::pair<std::uint64_t, unsigned>, Bus> buses_;
+};
 
 class TopologyReader {
  public:
   explicit TopologyReader(TopologySource& source) : source_(source) {}
 
   std::vector<Function> read() {
-    enumerate("Zelmar_PCIDevice", Function::Kind::kDevice);
-    enumerate("Zelmar_PCIBridge", Function::Kind::kBridge);
-    enumerate("Zelmar_PCIeSwitch", Function::Kind::kSwitch);
+    enumerate(kDeviceClass, Function::Kind::kDevice);
+    enumerate(kPciBridgeClass, Function::Kind::kBridge);
+    enumerate(kSwitchClass, Function::Kind::kSwitch);
     addSwitchPorts();
     addNamedParents(0);
     addFromBuses();
@@ -108,38 +132,53 @@ class TopologyReader {
     function.isHostBridge = text(record, "ClassCode") == kBridgeClass &&
                             text(record, "SubClassCode") == kHostBridgeSubClass;
     known_.insert(function.address);
+    noteAddress(function.address);
     functions_.push_back(std::move(function));
   }
 
-  void enumerate(const std::string& className, Function::Kind kind) {
-    for (const Record& record : source_.instances(className, wantedProperties())) {
-      add(record, kind);
+  /// Only what is written as addresses are asked for can be left out then.
+  void noteAddress(const std::string& text) {
+    const auto address = parseAddress(text);
+    if (address && address->device < kDevicesPerBus && address->function < kFunctionsPerDevice &&
+        addressText(*address) == text) {
+      knownFunctions_.add(*address);
     }
+  }
+
+  void enumerate(std::string_view className, Function::Kind kind) {
+    source_.instances(className, wantedProperties(),
+                      [&](const Record& record) { add(record, kind); });
   }
 
   /// A port named after a function that no class enumerates is a switch's downstream port.
   void addSwitchPorts() {
-    for (const Record& record : source_.names("Zelmar_PCIPort")) {
+    std::vector<std::string> addresses;
+    source_.names(kPortClass, [&](const Record& record) {
       std::string name = text(record, "DeviceID");
       if (name.size() <= kPortSuffix.size() || !name.ends_with(kPortSuffix)) {
-        continue;
+        return;
       }
       name.erase(name.size() - kPortSuffix.size());
       if (!isKnown(name)) {
-        addIfThere(name, Function::Kind::kSwitchPort);
+        addresses.push_back(std::move(name));
+      }
+    });
+    for (const std::string& address : addresses) {
+      if (!isKnown(address)) {
+        addIfThere(address, Function::Kind::kSwitchPort);
       }
     }
   }
 
   /// Any function can be read as a device by its address; only a bridge's instance has its bus.
   bool addIfThere(const std::string& address, std::optional<Function::Kind> kind = std::nullopt) {
-    auto record = source_.instance("Zelmar_PCIDevice", address);
+    auto record = source_.instance(kDeviceClass, address, wantedProperties());
     if (!record) {
       return false;
     }
     const bool isBridge = !kind && text(*record, "ClassCode") == kBridgeClass;
     if (isBridge) {
-      if (auto bridge = source_.instance("Zelmar_PCIBridge", address)) {
+      if (auto bridge = source_.instance(kPciBridgeClass, address, wantedProperties())) {
         record = std::move(bridge);
       }
     }
@@ -178,22 +217,23 @@ class TopologyReader {
   }
 
   void addFromBus(std::uint64_t segment, unsigned bus) {
+    // Names on a bus differ in their last digits alone.
+    std::string name = addressText({segment, bus, 0, 0});
+    const KnownFunctions::Bus& known = knownFunctions_.bus(segment, bus);
     for (unsigned device = 0; device < kDevicesPerBus; ++device) {
-      addFunctionsOf({segment, bus, device, 0});
+      name[name.size() - 4] = hexDigit(device / 16);
+      name[name.size() - 3] = hexDigit(device % 16);
+      addFunctionsOf(name, known[device]);
     }
   }
 
-  void addFunctionsOf(const Address& first) {
-    // The names of a device's functions differ in their last digit alone.
-    std::string name = addressText(first);
-    bool found = false;
-    for (unsigned i = 0; i < kFunctionsPerDevice; ++i) {
-      name.back() = functionDigit(i);
-      found = isKnown(name) || found;
-    }
+  /// `known` changes as functions are added.
+  /// `known` changes as functions are added.
+  void addFunctionsOf(std::string& name, const std::uint8_t& known) {
+    bool found = known != 0;
     for (unsigned i = 0; i < kFunctionsPerDevice && (i == 0 || found); ++i) {
-      name.back() = functionDigit(i);
-      if (!isKnown(name)) {
+      if ((known >> i & 1U) == 0) {
+        name.back() = hexDigit(i);
         found = addIfThere(name) || found;
       }
     }
@@ -202,6 +242,7 @@ class TopologyReader {
   TopologySource& source_;
   std::vector<Function> functions_;
   std::unordered_set<std::string> known_;
+  KnownFunctions knownFunctions_;
 };
 
 }  // namespace

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "topology.h"
@@ -12,17 +14,21 @@ namespace pcicim {
 /// Properties of an instance, or keys of a path, as text; what has no value is not there.
 using Record = std::map<std::string, std::string, std::less<>>;
 
-/// The few questions about the published classes that the topology is put together from.
+using RecordSink = std::function<void(const Record&)>;
+
+/// The few questions about the published classes that the topology is put together from. Listings
+/// hand each record over as it comes, so that none has to be kept.
 class TopologySource {
  public:
   virtual ~TopologySource() = default;
 
-  virtual std::vector<Record> instances(const std::string& className,
-                                        const std::vector<std::string>& properties) = 0;
-  virtual std::vector<Record> names(const std::string& className) = 0;
-  /// The instance with this DeviceID; nothing when there is none.
-  virtual std::optional<Record> instance(const std::string& className,
-                                         const std::string& deviceId) = 0;
+  virtual void instances(std::string_view className, const std::vector<std::string>& properties,
+                         const RecordSink& sink) = 0;
+  virtual void names(std::string_view className, const RecordSink& sink) = 0;
+  /// The instance with this DeviceID; nothing when there is none. It is asked for the same
+  /// properties of a class each time.
+  virtual std::optional<Record> instance(std::string_view className, const std::string& deviceId,
+                                         const std::vector<std::string>& properties) = 0;
 };
 
 /// Collects every PCI function that the classes show.

@@ -1,0 +1,48 @@
+#include "repeated_get.h"
+
+#include <model/cim_error.h>
+
+#include <utility>
+
+#include "provider_call.h"
+
+namespace cimom {
+
+RepeatedGet::RepeatedGet(CMPIInstanceMI& provider, const ObjectPath& path, std::string key,
+                         PropertyList properties, Narrow narrow)
+    : provider_(provider),
+      className_(path.className),
+      key_(std::move(key)),
+      properties_(std::move(properties)),
+      list_(properties_),
+      narrow_(std::move(narrow)) {
+  // A clone belongs to whoever made it, not to the request.
+  RequestScope scope;
+  const auto clone = [](auto* object) { return object->ft->clone(object, nullptr); };
+  context_.reset(clone(scope.newContext(path.nameSpace, 0)));
+  result_.reset(clone(scope.newResult(answer_)));
+  path_.reset(clone(scope.newPath(path)));
+}
+
+std::optional<Instance> RepeatedGet::find(const std::string& text) {
+  ask(text);
+  std::optional<Instance> found = std::exchange(answer_.instance, std::nullopt);
+  if (found) narrow_(*found);
+  return found;
+}
+
+void RepeatedGet::ask(const std::string& text) {
+  answer_.instance.reset();
+  RequestScope scope;
+  CMPIStatus status = path_->ft->addKey(path_.get(), key_.c_str(),
+                                        reinterpret_cast<const CMPIValue*>(text.c_str()),
+                                        CMPI_chars);
+  throwUnlessOk(status, className_);
+  guarded("the provider of " + className_, [&] {
+    status = provider_.ft->getInstance(&provider_, context_.get(), result_.get(), path_.get(),
+                                       list_.get());
+  });
+  throwUnlessOk(status, className_);
+}
+
+}  // namespace cimom

@@ -1,0 +1,69 @@
+#include "managed_topology.h"
+
+#include <model/cim_error.h>
+
+#include <utility>
+
+namespace pcicim {
+namespace {
+
+constexpr const char* kDeviceId = "DeviceID";
+
+cimom::ObjectPath classPath(std::string_view className) {
+  cimom::ObjectPath path;
+  path.className = className;
+  return path;
+}
+
+Record toRecord(const std::vector<cimom::NamedValue>& values) {
+  Record record;
+  for (const auto& [name, value] : values) {
+    if (!value.isNull && !value.isArray && !value.elements.empty()) {
+      record[name] = cimom::toText(value.elements.front());
+    }
+  }
+  return record;
+}
+
+}  // namespace
+
+void ManagedTopology::instances(std::string_view className,
+                                const std::vector<std::string>& properties,
+                                const RecordSink& sink) {
+  manager_.enumerateInstances(
+      classPath(className), properties,
+      [&sink](const cimom::Instance& instance) { sink(toRecord(instance.properties)); });
+}
+
+void ManagedTopology::names(std::string_view className, const RecordSink& sink) {
+  manager_.enumerateInstanceNames(
+      classPath(className), [&sink](const cimom::ObjectPath& path) { sink(toRecord(path.keys)); });
+}
+
+/// Most addresses that a tree asks for belong to no function, so that is no exception; that a
+/// function is no bridge is one, since its provider reports it.
+std::optional<Record> ManagedTopology::instance(std::string_view className,
+                                                const std::string& deviceId,
+                                                const std::vector<std::string>& properties) {
+  try {
+    const auto found = finderOf(className, properties).find(deviceId);
+    return found ? std::optional(toRecord(found->properties)) : std::nullopt;
+  } catch (const cimom::CimError& error) {
+    if (error.code() != CMPI_RC_ERR_NOT_FOUND) {
+      throw;
+    }
+    return std::nullopt;
+  }
+}
+
+cimom::InstanceFinder& ManagedTopology::finderOf(std::string_view className,
+                                                 const std::vector<std::string>& properties) {
+  const auto known = finders_.find(className);
+  if (known != finders_.end()) {
+    return *known->second;
+  }
+  const std::string name(className);
+  return *(finders_[name] = manager_.instanceFinder(name, kDeviceId, properties));
+}
+
+}  // namespace pcicim
