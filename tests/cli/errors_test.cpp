@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "made_inventory.h"
@@ -192,6 +193,17 @@ TEST(Errors, ProviderOrSchemaThatIsNotThere) {
   EXPECT_TRUE(failsSaying(onSample({"--provider", "/nonexistent/libx.so", "tree"}),
                           "/nonexistent/libx.so"));
   EXPECT_TRUE(failsSaying(onSample({"--schema", "/nonexistent/mof", "tree"}), "/nonexistent/mof"));
+}
+
+// The user's own schema is read to its end before anything is asked.
+TEST(Errors, SchemaInWhichAClassThatNobodyAsksForIsBad) {
+  const TemporaryFile place("");
+  const std::filesystem::path schema = place.path().string() + ".mof.d";
+  std::filesystem::create_directory(schema);
+  std::ofstream(schema / "Odd.mof") << "class Good { };\nclass Odd { uint7 Size; };\n";
+  const Outcome outcome = onSample({"--schema", schema.string(), "count"});
+  std::filesystem::remove_all(schema);
+  EXPECT_TRUE(failsSaying(outcome, "Odd.mof:2:13: unknown type 'uint7'")) << outcome.err;
 }
 
 TEST(Errors, WrongUse) {

@@ -189,6 +189,44 @@ TEST_F(ObjectManagerTest, FindInstanceThrowsAProvidersOwnStatusAsGetInstanceDoes
   }
 }
 
+TEST_F(ObjectManagerTest, AFinderFindsWhatFindInstanceDoesQuestionByQuestion) {
+  const auto finder = manager.instanceFinder("Test_Thing", "Name", Texts{"Note"});
+  for (const char* name : {"none", "a", "twice", "none", "a name that is longer than those before",
+                           "absent", "b", "denied", "silent", "none", "c"}) {
+    std::optional<Instance> expected;
+    std::optional<Instance> found;
+    const std::string failure =
+        failureOf([&] { expected = manager.findInstance(thing(name), Texts{"Note"}); });
+    EXPECT_EQ(failureOf([&] { found = finder->find(name); }), failure) << name;
+    ASSERT_EQ(found.has_value(), expected.has_value()) << name;
+    if (!found) continue;
+    EXPECT_EQ(textsOf({found->path}), textsOf({expected->path}));
+    EXPECT_EQ(found->path.nameSpace, expected->path.nameSpace);
+    EXPECT_EQ(propertyNames(*found), propertyNames(*expected));
+    EXPECT_EQ(noteOf(*found), "[Note]");
+  }
+}
+
+TEST_F(ObjectManagerTest, AFinderAsksInTheMidstOfOtherRequests) {
+  const auto first = manager.instanceFinder("Test_Thing", "Name", std::nullopt);
+  auto second = manager.instanceFinder("Test_SmallThing", "Name", std::nullopt);
+  const RequestScope scope;
+  EXPECT_EQ(notesOf({*first->find("a"), *second->find("b")}),
+            (Texts{"Test_Thing: all", "Test_SmallThing: all"}));
+  EXPECT_EQ(noteOf(manager.getInstance(thing("a"))), "all");
+  second.reset();
+  EXPECT_EQ(noteOf(*first->find("c")), "all");
+}
+
+TEST_F(ObjectManagerTest, AFinderIsForAClassThatIsServed) {
+  const auto failureFor = [&](const std::string& className) {
+    return failureOf([&] { manager.instanceFinder(className, "Name", std::nullopt); });
+  };
+  EXPECT_EQ(failureFor("Test_Unknown"), "CIM_ERR_INVALID_CLASS: unknown class Test_Unknown");
+  EXPECT_EQ(failureFor("Test_UnservedThing"),
+            "CIM_ERR_NOT_SUPPORTED: no provider serves class Test_UnservedThing");
+}
+
 TEST_F(ObjectManagerTest, SaysWhatAFactoryDidWrong) {
   EXPECT_EQ(failureOf([&] {
               manager.enumerateInstanceNames({"", "", "Test_Refused", {}});

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -151,6 +152,17 @@ TEST(Install, ClassesComeFromTheInstallation) {
   const Outcome without = moved.run("classes");
   EXPECT_EQ(without.status, 0) << without.out;
   EXPECT_THAT(without.out, AllOf(HasSubstr("\nZelmar_PCIPort : "), Not(HasSubstr(bridge))));
+}
+
+// The project's own classes are read when somebody asks for them.
+TEST(Install, AClassThatCannotBeReadFailsWhoAsksForIt) {
+  const MovedInstallation moved;
+  std::ofstream(moved.path() / "share/pciprovider/mof/Zelmar_PCIBridge.mof")
+      << "class Zelmar_PCIBridge : CIM_PCIBridge {\n  uint7 Size;\n};\n";
+  EXPECT_EQ(moved.run("count").status, 0);
+  const Outcome classes = moved.run("classes");
+  EXPECT_NE(classes.status, 0);
+  EXPECT_THAT(classes.out, HasSubstr("Zelmar_PCIBridge.mof:2:3: unknown type 'uint7'"));
 }
 
 TEST(Install, InstallationCanBeMoved) {

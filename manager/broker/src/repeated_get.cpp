@@ -34,9 +34,8 @@ std::optional<Instance> RepeatedGet::find(const std::string& text) {
 void RepeatedGet::ask(const std::string& text) {
   answer_.instance.reset();
   RequestScope scope;
-  CMPIStatus status = path_->ft->addKey(path_.get(), key_.c_str(),
-                                        reinterpret_cast<const CMPIValue*>(text.c_str()),
-                                        CMPI_chars);
+  CMPIStatus status = path_->ft->addKey(
+      path_.get(), key_.c_str(), reinterpret_cast<const CMPIValue*>(text.c_str()), CMPI_chars);
   throwUnlessOk(status, className_);
   guarded("the provider of " + className_, [&] {
     status = provider_.ft->getInstance(&provider_, context_.get(), result_.get(), path_.get(),

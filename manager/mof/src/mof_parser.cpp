@@ -71,9 +71,7 @@ class MofParser {
   MofParser(std::string_view text, const std::string& file)
       : lexer_(text, file), token_(lexer_.next()) {}
   explicit MofParser(const MofPart& part)
-      : lexer_(part),
-        token_(lexer_.next()),
-        source_(part.source) {}
+      : lexer_(part), token_(lexer_.next()), source_(part.source) {}
 
   MofDocument parse();
   QualifierMap parseQualifiers();

@@ -42,9 +42,7 @@ struct UnreadClass {
   /// Where the name stands.
   std::size_t position = 0;
 
-  MofPlace place() const {
-    return placeOf(part.source->text(), position, part.begin, part.place);
-  }
+  MofPlace place() const { return placeOf(part.source->text(), position, part.begin, part.place); }
 };
 
 }  // namespace cimom

@@ -282,7 +282,7 @@ std::optional<Address> parseAddress(std::string_view text) {
 
 std::string addressText(const Address& address) {
   std::string text = hex(address.segment, 4);
-  text += {':', hexDigit(address.bus / 16 % 16), hexDigit(address.bus % 16),
+  text += {':', hexDigit(address.bus / 16 % 16),    hexDigit(address.bus % 16),
            ':', hexDigit(address.device / 16 % 16), hexDigit(address.device % 16),
            '.', hexDigit(address.function % 16)};
   return text;

@@ -74,9 +74,7 @@ class KnownFunctions {
   }
 
   /// Lives as long as this, whatever is added.
-  Bus& bus(std::uint64_t segment, unsigned bus) {
-    return buses_[{segment, bus}];
-  }
+  Bus& bus(std::uint64_t segment, unsigned bus) { return buses_[{segment, bus}]; }
 
  private:
   std::map<std::pair<std::uint64_t, unsigned>, Bus> buses_;
