@@ -262,7 +262,7 @@ void checkAllIds(std::string_view text, const Functions& functions) {
 }
 
 void checkSnapshot(std::string_view text) {
-  const auto snapshot = std::make_shared<const Snapshot>(HostCtl::ReadInventoryText(text, "made"));
+  const auto snapshot = Snapshot::Make(HostCtl::ReadInventoryText(text, "made"));
   for (std::size_t index = 0; index < snapshot->Size(); ++index) checkFunction(*snapshot, index);
 }
 

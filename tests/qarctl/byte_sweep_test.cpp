@@ -17,7 +17,7 @@ Descriptions describeText(const std::string& text) {
   Descriptions all;
   try {
     const auto snapshot =
-        std::make_shared<HostCtl::Snapshot>(HostCtl::ReadInventoryText(text, "changed"));
+        HostCtl::Snapshot::Make(HostCtl::ReadInventoryText(text, "changed"));
     for (std::size_t at = 0; at < snapshot->Size(); ++at) {
       all.insert(ownWords(*snapshot->MakeDevice(at)));
     }

@@ -78,7 +78,7 @@ double costOf(HostInput (*make)(std::uint32_t), std::uint32_t functions) {
   for (int round = 0; round < 4; ++round) {
     HostInput input = make(functions);
     const double begin = processorTime();
-    const auto snapshot = std::make_shared<Snapshot>(std::move(input));
+    const auto snapshot = Snapshot::Make(std::move(input));
     std::size_t parents = 0;
     for (std::size_t at = 0; at < snapshot->Size(); ++at) {
       if (snapshot->MakeDevice(at)->GetParent() != nullptr) ++parents;
@@ -136,13 +136,13 @@ TEST(Scale, VirtualFunctionsGrowWithTheFunctions) {
 }
 
 TEST(Scale, SixtyThousandFunctionsHaveTheirParents) {
-  const auto byBuses = std::make_shared<Snapshot>(bridgesOnly(kMany));
+  const auto byBuses = Snapshot::Make(bridgesOnly(kMany));
   EXPECT_EQ(byBuses->Parent(0), Snapshot::kNone);
   EXPECT_EQ(byBuses->Parent(kMany - 1), 0U);
-  const auto byName = std::make_shared<Snapshot>(chain(kMany));
+  const auto byName = Snapshot::Make(chain(kMany));
   EXPECT_EQ(byName->Parent(0), Snapshot::kNone);
   EXPECT_EQ(byName->Parent(kMany - 1), kMany - 2);
-  const auto bySegment = std::make_shared<Snapshot>(segmentsOnly(kMany));
+  const auto bySegment = Snapshot::Make(segmentsOnly(kMany));
   EXPECT_EQ(bySegment->Parent(kMany - 1), Snapshot::kNone);
 }
 

@@ -75,7 +75,7 @@ class PciInput : public Hardware::PciInfo {
 
  private:
   static std::vector<std::unique_ptr<Hardware::PciDevice>> ReadDevices() {
-    const auto snapshot = std::make_shared<const Snapshot>(ReadInput());
+    const auto snapshot = Snapshot::Make(ReadInput());
     ReportSilent(*snapshot);
     std::vector<std::unique_ptr<Hardware::PciDevice>> devices;
     devices.reserve(snapshot->Size());

@@ -49,16 +49,26 @@ Access ReadList() {
   return nullptr;
 }
 
+constexpr char kVendorLabel[] = "Vendor";
+constexpr char kDeviceLabel[] = "Device";
+
+/// Short enough to need no memory.
+std::string Number(const char* label, std::uint16_t id) {
+  char buffer[16];
+  std::snprintf(buffer, sizeof buffer, "%s %04x", label, static_cast<unsigned>(id));
+  return buffer;
+}
+
 /// The list behind one lock, with a cache of the names asked for.
 class NameList {
  public:
-  std::string Vendor(std::uint16_t vendor) {
-    return Cached(vendors_, vendor, {PCI_LOOKUP_VENDOR, vendor, 0, "Vendor", vendor});
+  const std::string* Vendor(std::uint16_t vendor) {
+    return Cached(vendors_, vendor, {PCI_LOOKUP_VENDOR, vendor, 0, kVendorLabel, vendor});
   }
 
-  std::string Device(std::uint16_t vendor, std::uint16_t device) {
+  const std::string* Device(std::uint16_t vendor, std::uint16_t device) {
     const auto key = (static_cast<std::uint32_t>(vendor) << 16U) | device;
-    return Cached(devices_, key, {PCI_LOOKUP_DEVICE, vendor, device, "Device", device});
+    return Cached(devices_, key, {PCI_LOOKUP_DEVICE, vendor, device, kDeviceLabel, device});
   }
 
   void TryAgain() {
@@ -81,18 +91,18 @@ class NameList {
     std::uint16_t id;
   };
 
-  std::string Cached(std::map<std::uint32_t, std::string>& names, std::uint32_t key,
-                     const Question& question) {
+  const std::string* Cached(std::map<std::uint32_t, std::string>& names, std::uint32_t key,
+                            const Question& question) {
     const std::lock_guard<std::mutex> lock(mutex_);
     try {
       const auto found = names.find(key);
-      if (found != names.end()) return found->second;
-      if (IsRead()) return names.emplace(key, LookUp(question)).first->second;
+      if (found != names.end()) return &found->second;
+      if (IsRead()) return &names.emplace(key, LookUp(question)).first->second;
     } catch (const ListError&) {
       access_.reset();
     } catch (const std::bad_alloc&) {
     }
-    return Number(question);
+    return nullptr;
   }
 
   /// After the first failures in a row twice as many questions go by each time until the next
@@ -116,15 +126,7 @@ class NameList {
     char buffer[1024];
     const char* name = pci_lookup_name(access_.get(), buffer, sizeof buffer, flags, question.vendor,
                                        question.device);
-    return name != nullptr ? name : Number(question);
-  }
-
-  /// Short enough to need no memory.
-  static std::string Number(const Question& question) {
-    char buffer[16];
-    std::snprintf(buffer, sizeof buffer, "%s %04x", question.label,
-                  static_cast<unsigned>(question.id));
-    return buffer;
+    return name != nullptr ? name : Number(question.label, question.id);
   }
 
   static constexpr unsigned kPatience = 16;
@@ -140,12 +142,20 @@ class NameList {
 
 }  // namespace
 
-std::string LookUpVendorName(std::uint16_t vendor) {
+const std::string* FindVendorName(std::uint16_t vendor) {
   return NameList::Instance().Vendor(vendor);
 }
 
-std::string LookUpDeviceName(std::uint16_t vendor, std::uint16_t device) {
+const std::string* FindDeviceName(std::uint16_t vendor, std::uint16_t device) {
   return NameList::Instance().Device(vendor, device);
+}
+
+std::string VendorNumber(std::uint16_t vendor) {
+  return Number(kVendorLabel, vendor);
+}
+
+std::string DeviceNumber(std::uint16_t device) {
+  return Number(kDeviceLabel, device);
 }
 
 void TryNameListAgain() {

@@ -4,6 +4,7 @@
 
 #include <qarctl/PciDevice.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -11,33 +12,56 @@
 
 namespace HostCtl {
 
-/// The functions of one reading, in address order; nothing changes after it is made, so any
-/// number of threads may read it.
-class Snapshot : public std::enable_shared_from_this<Snapshot> {
+class DeviceView;
+class Snapshot;
+
+/// A share in a snapshot, which goes with its last one.
+struct ReleaseShare {
+  void operator()(const Snapshot* snapshot) const;
+};
+using SnapshotShare = std::unique_ptr<const Snapshot, ReleaseShare>;
+
+/// The functions of one reading, in address order, with a view of each that lies ready to be handed
+/// out; nothing that shows changes after it is made, so any number of threads may read it.
+class Snapshot {
  public:
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
-  explicit Snapshot(HostInput input);
+  /// The first share in a new snapshot. A function of the snapshot that was handed out is one too.
+  static SnapshotShare Make(HostInput input);
+
+  Snapshot(const Snapshot&) = delete;
+  Snapshot& operator=(const Snapshot&) = delete;
 
   std::size_t Size() const { return functions_.size(); }
   const FunctionRecord& Function(std::size_t index) const { return functions_[index]; }
   /// Index of the function above, kNone below a root bus.
-  std::size_t Parent(std::size_t index) const { return parents_[index]; }
-  /// Number of the physical slot, -1 when none is known.
-  std::int32_t Slot(std::size_t index) const { return functions_[index].slot.value_or(-1); }
-  /// A light view of the function; it keeps the snapshot alive.
+  std::size_t Parent(std::size_t index) const;
+  /// The function as callers own it: deleting it gives back its share in the snapshot. It is the
+  /// same object for all of them, which makes no difference since nobody can change it.
   std::unique_ptr<Hardware::PciDevice> MakeDevice(std::size_t index) const;
 
  private:
+  friend class DeviceView;
+  friend struct ReleaseShare;
+
+  explicit Snapshot(HostInput input);
+  ~Snapshot();
+
   /// Index of the first function at the address, kNone without one.
   std::size_t Find(const FunctionAddress& address) const;
+  void SetParent(std::size_t index, std::size_t parent);
   void FindParentsByName();
   void FindParentsByBusRange();
   void FindParentsInSegment(std::size_t begin, std::size_t end);
   void FindSlots();
 
+  void TakeShare() const { shares_.fetch_add(1, std::memory_order_relaxed); }
+  void GiveShareBack() const;
+
   std::vector<FunctionRecord> functions_;
-  std::vector<std::size_t> parents_;
+  std::unique_ptr<DeviceView[]> views_;
+  mutable std::atomic<std::size_t> shares_{1};
 };
 
 }  // namespace HostCtl
