@@ -45,6 +45,12 @@ struct ControlledByEntry {
   const PortEntry* port;
 };
 
+/// Of the ports that are counted to a device, the first and the first on the lowest bus.
+struct ConnectedPort {
+  const PortEntry* first;
+  const PortEntry* lowest;
+};
+
 template <class Text>
 using ControlledByIndex = std::unordered_map<Text, const ControlledByEntry*>;
 
@@ -69,6 +75,7 @@ const PortEntry emptyPortEntry;
 std::vector<ControlledByEntry> cbEntries;
 ControlledByIndex<std::string_view> cbPortMap;
 ControlledByIndex<std::string> cbDevMap;
+std::unordered_map<std::string_view, ConnectedPort> connectedPortMap;
 pthread_once_t cacheOnce = PTHREAD_ONCE_INIT;
 
 const PortPointers& PortsUnder(const PortBuckets& buckets, const std::string& address) {
@@ -197,6 +204,28 @@ void CacheBuild::SortPortUnderOwner(const PortEntry& port) {
   }
 }
 
+void IndexConnectedPorts() {
+  connectedPortMap.reserve(pciPorts.size());
+  for (const PortEntry& port : pciPorts) {
+    ConnectedPort& connected =
+        connectedPortMap.try_emplace(port.ownerAddress, ConnectedPort{&port, &port}).first->second;
+    if (port.busNumber < connected.lowest->busNumber) connected.lowest = &port;
+  }
+}
+
+/// Takes a step of the build, whose failure is logged and ends the step alone.
+template <class Step>
+void TryStep(const Step& step) {
+  try {
+    step();
+  } catch (const HostCtlException& failure) {
+    syslog(LOG_ERR, "PCI information caught exception, reporting may be incomplete, error %s",
+           failure.what());
+  } catch (...) {
+    syslog(LOG_ERR, "Unexpected exception from PCI initialization, reporting may be incomplete.");
+  }
+}
+
 // After any failure, what has been read so far is served: a client is better off with a part of
 // the topology than with none.
 void GetPCIData() {
@@ -204,14 +233,9 @@ void GetPCIData() {
   const int progressPriority = access("/tmp/dump_pci", R_OK) == 0 ? LOG_CRIT : LOG_DEBUG;
   syslog(progressPriority, "GetPCIData started to analyze and cache RQL PCI data");
   PCICacheSystemName();
-  try {
-    CacheBuild(progressPriority).Run();
-  } catch (const HostCtlException& failure) {
-    syslog(LOG_ERR, "PCI information caught exception, reporting may be incomplete, error %s",
-           failure.what());
-  } catch (...) {
-    syslog(LOG_ERR, "Unexpected exception from PCI initialization, reporting may be incomplete.");
-  }
+  TryStep([&] { CacheBuild(progressPriority).Run(); });
+  // Of the ports that there are, however far the build got.
+  TryStep(IndexConnectedPorts);
   syslog(progressPriority, "*** GetPCIData loaded, %lu switches, %lu bridges busNumbers %lu",
          static_cast<unsigned long>(switchEntries.size()),
          static_cast<unsigned long>(bridgeEntries.size()),
@@ -296,20 +320,13 @@ void AddToMap(const std::string& key, const PortEntry& entry, PortBuckets& map) 
 }
 
 const PortEntry& FindConnectedPort(const std::string& name) {
-  PortPointers counted;
-  counted.reserve(pciPorts.size());
-  for (const PortEntry& port : pciPorts) {
-    if (port.ownerAddress == name) counted.push_back(&port);
-  }
-  if (counted.empty()) return emptyPortEntry;
+  const auto found = connectedPortMap.find(name);
+  if (found == connectedPortMap.end()) return emptyPortEntry;
+  const auto& [first, lowest] = found->second;
   syslog(LOG_DEBUG, "FindConnectedPort looking for lowest busid %u",
-         static_cast<unsigned>(counted.front()->busNumber));
-  const auto lowest = std::min_element(
-      counted.begin(), counted.end(),
-      [](const PortEntry* a, const PortEntry* b) { return a->busNumber < b->busNumber; });
-  syslog(LOG_DEBUG, "FindConnectedPort returning bus %u",
-         static_cast<unsigned>((*lowest)->busNumber));
-  return **lowest;
+         static_cast<unsigned>(first->busNumber));
+  syslog(LOG_DEBUG, "FindConnectedPort returning bus %u", static_cast<unsigned>(lowest->busNumber));
+  return *lowest;
 }
 
 namespace {
@@ -340,26 +357,29 @@ bool LooksLikePortName(const std::string& deviceId) {
 /// One that cannot be read counts as none, so that the workers meet the failure.
 std::string DeviceIdOrEmpty(const CmpiObjectPath& source) {
   try {
-    return KeyText(source, kDeviceIdKey);
+    return KeyTextOrEmpty(source, kDeviceIdKey);
   } catch (const CmpiStatus&) {
     return {};
   }
 }
 
-void WalkEntries(const PairSink& give) {
+template <class Give>
+void WalkEntries(const Give& give) {
   for (const ControlledByEntry& entry : cbEntries) {
     give(ControllerPath(entry), MakePCIPortRef(entry.port->portName));
   }
 }
 
 /// Pairs the device with the port, and with the port's peer where it has one.
+template <class Give>
 void GiveControlledPortAndPeer(const CmpiObjectPath& device, const PortEntry& port,
-                               const PairSink& give) {
+                               const Give& give) {
   give(device, MakePCIPortRef(port.portName));
   if (!port.peerPortName.empty()) give(device, MakePCIPortRef(port.peerPortName));
 }
 
-void GivePairsOf(const std::string& deviceId, const PairSink& give) {
+template <class Give>
+void GivePairsOf(const std::string& deviceId, const Give& give) {
   if (LooksLikePortName(deviceId)) {
     if (const ControlledByEntry* entry = Find(cbPortMap, deviceId)) {
       give(ControllerPath(*entry), MakePCIPortRef(entry->port->portName));
@@ -413,7 +433,8 @@ void LogOwnerSearch(const OwnerSearch& search, const char* operation) {
 
 // The pair is the owner's and its first port, which need not be the requested port: the pair of a
 // downstream port is its switch's.
-bool GiveOwnerPair(const OwnerSearch& search, CmpiResult& result, const PairSink& give) {
+template <class Give>
+bool GiveOwnerPair(const OwnerSearch& search, CmpiResult& result, const Give& give) {
   if (search.end != OwnerSearch::End::kFound) return false;
   const PciDevice* device = search.ownerPort->device;
   give(MakeDevicePath(device, SetClassName(device)), MakePCIPortRef(search.ownerPort->portName));
@@ -423,7 +444,7 @@ bool GiveOwnerPair(const OwnerSearch& search, CmpiResult& result, const PairSink
 
 CmpiStatus GetInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& path,
                        const char** properties) {
-  LogPath("GetInstance for ", path);
+  LogPath("GetInstance for", " ", path);
   const CmpiObjectPath port(path.getKey("Dependent"));
   const OwnerSearch search = FindOwnerPort(KeyText(port, kDeviceIdKey));
   LogOwnerSearch(search, "gi");
@@ -433,14 +454,16 @@ CmpiStatus GetInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectP
 
 // The device-side workers name the device by the source path as it came.
 
-void GiveConnectedPort(const CmpiObjectPath& source, const PairSink& give) {
+template <class Give>
+void GiveConnectedPort(const CmpiObjectPath& source, const Give& give) {
   const std::string id = KeyText(source, kDeviceIdKey);
   if (BuildPortFromDevice(id).empty()) return;
   const PortEntry& port = FindConnectedPort(id);
   if (port.device != nullptr) GiveControlledPortAndPeer(source, port, give);
 }
 
-void GivePortsUnder(const CmpiObjectPath& source, const PairSink& give,
+template <class Give>
+void GivePortsUnder(const CmpiObjectPath& source, const Give& give,
                     const PortPointers& (*lookup)(const std::string&)) {
   for (const PortEntry* port : lookup(KeyText(source, kDeviceIdKey))) {
     GiveControlledPortAndPeer(source, *port, give);
@@ -514,11 +537,12 @@ CmpiStatus PCIControlledBy::associators(const CmpiContext&, CmpiResult& result,
                                         const char*, const char*, const char** properties) {
   const std::string id = DeviceIdOrEmpty(source);
   if (id.empty()) {
-    return ServeBySourceClass(result, source, "PCIControlledBy ai ignoring",
-                              {{kBridgeClass, [&] { ListBridgePorts(source, properties, result); }},
-                               {kSwitchClass, [&] { ListSwitchPorts(source, properties, result); }},
-                               {kDeviceClass, [&] { ListPorts(source, properties, result); }},
-                               {kPortClass, [&] { ListControllers(source, properties, result); }}});
+    return ServeBySourceClass(
+        result, source, "PCIControlledBy ai ignoring",
+        ServedSource{kBridgeClass, [&] { ListBridgePorts(source, properties, result); }},
+        ServedSource{kSwitchClass, [&] { ListSwitchPorts(source, properties, result); }},
+        ServedSource{kDeviceClass, [&] { ListPorts(source, properties, result); }},
+        ServedSource{kPortClass, [&] { ListControllers(source, properties, result); }});
   }
   if (!LooksLikePortName(id)) {
     if (const ControlledByEntry* entry = Find(cbDevMap, id)) {
@@ -536,11 +560,12 @@ CmpiStatus PCIControlledBy::associatorNames(const CmpiContext&, CmpiResult& resu
                                             const char*, const char*) {
   const std::string id = DeviceIdOrEmpty(source);
   if (id.empty()) {
-    return ServeBySourceClass(result, source, "PCIControlledBy ai ignoring",
-                              {{kBridgeClass, [&] { ListBridgePortsRef(source, result); }},
-                               {kSwitchClass, [&] { ListSwitchPortsRef(source, result); }},
-                               {kDeviceClass, [&] { ListPortsRef(source, result); }},
-                               {kPortClass, [&] { ListControllersRef(source, result); }}});
+    return ServeBySourceClass(
+        result, source, "PCIControlledBy ai ignoring",
+        ServedSource{kBridgeClass, [&] { ListBridgePortsRef(source, result); }},
+        ServedSource{kSwitchClass, [&] { ListSwitchPortsRef(source, result); }},
+        ServedSource{kDeviceClass, [&] { ListPortsRef(source, result); }},
+        ServedSource{kPortClass, [&] { ListControllersRef(source, result); }});
   }
   if (!LooksLikePortName(id)) {
     if (const ControlledByEntry* entry = Find(cbDevMap, id)) {
@@ -564,10 +589,10 @@ CmpiStatus PCIControlledBy::references(const CmpiContext&, CmpiResult& result,
   }
   return ServeBySourceClass(
       result, source, "PCIControlledBy reference unsupported class",
-      {{kBridgeClass, [&] { GetCBInstancesByBridge(result, source, properties); }},
-       {kSwitchClass, [&] { GetCBInstancesBySwitch(result, source, properties); }},
-       {kDeviceClass, [&] { GetCBInstanceByDevice(result, source, properties); }},
-       {kPortClass, [&] { GetCBInstanceByPort(result, source, properties); }}});
+      ServedSource{kBridgeClass, [&] { GetCBInstancesByBridge(result, source, properties); }},
+      ServedSource{kSwitchClass, [&] { GetCBInstancesBySwitch(result, source, properties); }},
+      ServedSource{kDeviceClass, [&] { GetCBInstanceByDevice(result, source, properties); }},
+      ServedSource{kPortClass, [&] { GetCBInstanceByPort(result, source, properties); }});
 }
 
 CmpiStatus PCIControlledBy::referenceNames(const CmpiContext&, CmpiResult& result,
@@ -577,11 +602,12 @@ CmpiStatus PCIControlledBy::referenceNames(const CmpiContext&, CmpiResult& resul
     GivePairsOf(id, Pairs::Paths(result));
     return Done(result);
   }
-  return ServeBySourceClass(result, source, "PCIControlledBy reference unsupported class",
-                            {{kBridgeClass, [&] { GetCBInstancesByBridgeRef(result, source); }},
-                             {kSwitchClass, [&] { GetCBInstancesBySwitchRef(result, source); }},
-                             {kDeviceClass, [&] { GetCBInstanceByDeviceRef(result, source); }},
-                             {kPortClass, [&] { GetCBInstanceByPortRef(result, source); }}});
+  return ServeBySourceClass(
+      result, source, "PCIControlledBy reference unsupported class",
+      ServedSource{kBridgeClass, [&] { GetCBInstancesByBridgeRef(result, source); }},
+      ServedSource{kSwitchClass, [&] { GetCBInstancesBySwitchRef(result, source); }},
+      ServedSource{kDeviceClass, [&] { GetCBInstanceByDeviceRef(result, source); }},
+      ServedSource{kPortClass, [&] { GetCBInstanceByPortRef(result, source); }});
 }
 
 }  // namespace pciprovider

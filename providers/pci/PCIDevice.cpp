@@ -89,11 +89,22 @@ void ForEachPlainDevice(Visit visit) {
   }
 }
 
-/// The path by which enumerations and the system association name a plain device.
-CmpiObjectPath MakePlainDevicePath(const PciDevice* device) {
+void SetDeviceKeys(const std::string& address, CmpiObjectPath& path, const char* className) {
+  path.setKey("SystemCreationClassName", CmpiData(kSystemClass));
+  path.setKey("SystemName", CmpiData(PciGetSystemName()));
+  path.setKey("CreationClassName", CmpiData(className));
+  path.setKey(kDeviceIdKey, CmpiData(address.c_str()));
+}
+
+/// The path by which enumerations and the system association name the plain device at an address.
+CmpiObjectPath MakePlainDevicePathAt(const std::string& address) {
   CmpiObjectPath path(kNameSpace, kDeviceClass);
-  PopulateDevicePath(device, path);
+  SetDeviceKeys(address, path, kDeviceClass);
   return path;
+}
+
+CmpiObjectPath MakePlainDevicePath(const PciDevice* device) {
+  return MakePlainDevicePathAt(device->GetAddress());
 }
 
 /// The path of a port's controller: its class is that of a bridge, switch or device, while its
@@ -118,24 +129,39 @@ const PciDevice* FindController(const CmpiObjectPath& port, const char* caller) 
 
 using SystemPairs = PairSinks<MakePCISystemDevice, MakePCISystemDeviceRef>;
 
-void WalkSysDevices(const CmpiObjectPath& system, const PairSink& give) {
+template <class Give>
+void WalkSysDevices(const CmpiObjectPath& system, const Give& give) {
   ForEachPlainDevice([&](const PciDevice* device) { give(system, MakePlainDevicePath(device)); });
 }
 
-void WalkSysPorts(const CmpiObjectPath& system, const PairSink& give) {
+template <class Give>
+void WalkSysPorts(const CmpiObjectPath& system, const Give& give) {
   for (const PortEntry& port : GetPortsCache()) give(system, MakePCIPortRef(port.portName));
+}
+
+/// The candidate's path, made by `make`, if it is equal to the part. Only a path with the part's id
+/// can be; where the part's id cannot be read as a text, each is compared.
+template <class Make>
+std::optional<CmpiObjectPath> PathIfPart(const CmpiObjectPath& part,
+                                         const std::optional<std::string>& id,
+                                         const std::string& candidate, const Make& make) {
+  if (id && *id != candidate) return std::nullopt;
+  const CmpiObjectPath path = make(candidate);
+  if (path == part) return path;
+  return std::nullopt;
 }
 
 /// The cache's own path of the plain device or port that `part` names.
 std::optional<CmpiObjectPath> FindSystemPart(const CmpiObjectPath& part) {
+  const std::optional<std::string> id = TextIfAny(part, kDeviceIdKey);
   for (const auto& device : GetDevicesCache()) {
     if (!IsPlainDevice(device.get())) continue;
-    const CmpiObjectPath path = MakePlainDevicePath(device.get());
-    if (path == part) return path;
+    auto path = PathIfPart(part, id, device->GetAddress(), MakePlainDevicePathAt);
+    if (path) return path;
   }
   for (const PortEntry& port : GetPortsCache()) {
-    const CmpiObjectPath path = MakePCIPortRef(port.portName);
-    if (path == part) return path;
+    auto path = PathIfPart(part, id, port.portName, MakePCIPortRef);
+    if (path) return path;
   }
   return std::nullopt;
 }
@@ -178,11 +204,7 @@ const char* SetClassName(const PciDevice* device) {
 }
 
 void SetDeviceObjectPath(const PciDevice* device, CmpiObjectPath& path, const char* className) {
-  path.setKey("SystemCreationClassName", CmpiData(kSystemClass));
-  path.setKey("SystemName", CmpiData(PciGetSystemName()));
-  path.setKey("CreationClassName", CmpiData(className));
-  const std::string address = device->GetAddress();
-  path.setKey(kDeviceIdKey, CmpiData(address.c_str()));
+  SetDeviceKeys(device->GetAddress(), path, className);
 }
 
 void PopulateDevicePath(const PciDevice* device, CmpiObjectPath& path) {

@@ -30,7 +30,7 @@ using Pairs = PairSinks<MakePCIDeviceConnection, MakePCIDeviceConnectionRef>;
 
 /// Whether a port of the snapshot has that name.
 bool IsKnownPortName(const std::string& name) {
-  return GetPortNames().count(name) != 0;
+  return EndsLikePortName(name) && GetPortNames().count(name) != 0;
 }
 
 /// The port with a device, else null.
@@ -45,10 +45,11 @@ std::string ParentAddress(const PciDevice& device) {
 
 // The parent's address is looked up as a port name, unchanged: only where an address is itself
 // a port name does a pair come out.
-void WalkConnections(const PairSink& give) {
+template <class Give>
+void WalkConnections(const Give& give) {
   for (const auto& device : GetDevicesCache()) {
     const std::string parent = ParentAddress(*device);
-    if (parent.empty() || !IsKnownPortName(parent)) continue;
+    if (!IsKnownPortName(parent)) continue;
     const PortEntry* upper = WithDevice(LookupPortEntry(parent));
     if (upper == nullptr) continue;
     const PortEntry* lower = WithDevice(FindConnectedPort(device->GetAddress()));
@@ -66,8 +67,8 @@ struct Home {
 
 Home FindHome(const PortEntry& port) {
   std::string name = BuildPortFromDevice(port.ownerAddress);
-  if (name.empty() || !IsKnownPortName(name)) return {std::move(name), nullptr};
-  const PortEntry* home = WithDevice(LookupPortEntry(name));
+  // A name under which a port is found is a known one.
+  const PortEntry* home = name.empty() ? nullptr : WithDevice(LookupPortEntry(name));
   return {std::move(name), home};
 }
 
@@ -113,7 +114,8 @@ CmpiStatus GetRelatedPortRef(CmpiResult& result, const CmpiObjectPath& source) {
 }
 
 // References pair the home port with what connects to the source's own device.
-CmpiStatus GiveConnection(CmpiResult& result, const CmpiObjectPath& source, const PairSink& give) {
+template <class Give>
+CmpiStatus GiveConnection(CmpiResult& result, const CmpiObjectPath& source, const Give& give) {
   return GiveIfConnected(result, FindEnds(source, FarPortOf::kSourceDevice), [&](const Ends& ends) {
     give(MakePCIPortRef(ends.home->portName), MakePCIPortRef(ends.far->portName));
   });
@@ -131,7 +133,7 @@ CmpiStatus GetDevConnByPortRef(CmpiResult& result, const CmpiObjectPath& source)
 /// The name of the port in a role of a requested pair; empty, the name of no port, when the pair
 /// lacks the role or the port its name.
 std::string PortNameInRole(const CmpiObjectPath& pair, const char* role) {
-  const std::optional<CmpiData> port = FindKey(pair, role);
+  const std::optional<CmpiData> port = zelInt::findKey(pair, role);
   return port ? KeyTextOrEmpty(CmpiObjectPath(*port), kDeviceIdKey) : std::string();
 }
 
@@ -166,7 +168,7 @@ CmpiStatus PCIDeviceConnection::enumInstances(const CmpiContext&, CmpiResult& re
 // home port of the given Dependent and the given Antecedent, so it need not be the requested one.
 CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& result,
                                             const CmpiObjectPath& cop, const char** properties) {
-  LogPath("PCIDeviceConnection gi using item '", cop, "'");
+  LogPath("PCIDeviceConnection gi using item", " '", cop, "'");
   const std::string dependent = PortNameInRole(cop, kDeviceConnection.secondRole);
   const PortEntry& port = LookupPortEntry(dependent);
   if (port.portName.empty()) {
@@ -194,29 +196,31 @@ CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& resu
 CmpiStatus PCIDeviceConnection::associators(const CmpiContext&, CmpiResult& result,
                                             const CmpiObjectPath& source, const char*, const char*,
                                             const char*, const char*, const char** properties) {
-  return ServeBySourceClass(result, source, "PCIDeviceConnection ai ignoring",
-                            {{kPortClass, [&] { GetRelatedPort(result, source, properties); }}});
+  return ServeBySourceClass(
+      result, source, "PCIDeviceConnection ai ignoring",
+      ServedSource{kPortClass, [&] { GetRelatedPort(result, source, properties); }});
 }
 
 CmpiStatus PCIDeviceConnection::associatorNames(const CmpiContext&, CmpiResult& result,
                                                 const CmpiObjectPath& source, const char*,
                                                 const char*, const char*, const char*) {
   return ServeBySourceClass(result, source, "PCIDeviceConnection ain ignoring",
-                            {{kPortClass, [&] { GetRelatedPortRef(result, source); }}});
+                            ServedSource{kPortClass, [&] { GetRelatedPortRef(result, source); }});
 }
 
 CmpiStatus PCIDeviceConnection::references(const CmpiContext&, CmpiResult& result,
                                            const CmpiObjectPath& source, const char*, const char*,
                                            const char** properties) {
-  return ServeBySourceClass(result, source, "PCIDeviceConnection reference unsupported class",
-                            {{kPortClass, [&] { GetDevConnByPort(result, source, properties); }}});
+  return ServeBySourceClass(
+      result, source, "PCIDeviceConnection reference unsupported class",
+      ServedSource{kPortClass, [&] { GetDevConnByPort(result, source, properties); }});
 }
 
 CmpiStatus PCIDeviceConnection::referenceNames(const CmpiContext&, CmpiResult& result,
                                                const CmpiObjectPath& source, const char*,
                                                const char*) {
   return ServeBySourceClass(result, source, "PCIDeviceConnection rin unsupported class",
-                            {{kPortClass, [&] { GetDevConnByPortRef(result, source); }}});
+                            ServedSource{kPortClass, [&] { GetDevConnByPortRef(result, source); }});
 }
 
 }  // namespace pciprovider

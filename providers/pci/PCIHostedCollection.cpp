@@ -23,7 +23,8 @@ using Pairs = PairSinks<MakePCIHostedCollection, MakePCIHostedCollectionRef>;
 
 // The workers end the result themselves, and association requests end it once more.
 
-CmpiStatus GiveGroups(CmpiResult& result, const PairSink& give) {
+template <class Give>
+CmpiStatus GiveGroups(CmpiResult& result, const Give& give) {
   const CmpiObjectPath system = PciCreateSystemRef();
   // Each listing walks a copy of its own.
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
@@ -33,7 +34,8 @@ CmpiStatus GiveGroups(CmpiResult& result, const PairSink& give) {
 }
 
 // A group without ports is an empty answer, not an error; only a malformed name is.
-CmpiStatus GiveGroup(CmpiResult& result, const CmpiObjectPath& group, const PairSink& give) {
+template <class Give>
+CmpiStatus GiveGroup(CmpiResult& result, const CmpiObjectPath& group, const Give& give) {
   unsigned char bus = 0;
   const bool named = ParseBusID(group, bus);
   if (named && PortGroupExists(bus)) give(PciCreateSystemRef(), MakePortGroupRef(bus));
@@ -82,9 +84,9 @@ CmpiStatus PCIHostedCollection::associators(const CmpiContext& context, CmpiResu
                                             const char*, const char*, const char** properties) {
   return ServeBySourceClass(
       result, source, "PCIHostedCollection ai ignoring",
-      {{kPortGroupClass,
-        [&] { result.returnData(FetchHostSystem(getBroker(), context, properties)); }},
-       {kSystemClass, [&] { ListPortGroups(result, source, properties); }}});
+      ServedSource{kPortGroupClass,
+                   [&] { result.returnData(FetchHostSystem(getBroker(), context, properties)); }},
+      ServedSource{kSystemClass, [&] { ListPortGroups(result, source, properties); }});
 }
 
 CmpiStatus PCIHostedCollection::associatorNames(const CmpiContext& context, CmpiResult& result,
@@ -92,24 +94,26 @@ CmpiStatus PCIHostedCollection::associatorNames(const CmpiContext& context, Cmpi
                                                 const char*, const char*, const char*) {
   return ServeBySourceClass(
       result, source, "PCIHostedCollection ain ignoring",
-      {{kPortGroupClass, [&] { result.returnData(FetchHostSystemPath(getBroker(), context)); }},
-       {kSystemClass, [&] { ListPortGroupRefs(result, source); }}});
+      ServedSource{kPortGroupClass,
+                   [&] { result.returnData(FetchHostSystemPath(getBroker(), context)); }},
+      ServedSource{kSystemClass, [&] { ListPortGroupRefs(result, source); }});
 }
 
 CmpiStatus PCIHostedCollection::references(const CmpiContext&, CmpiResult& result,
                                            const CmpiObjectPath& source, const char*, const char*,
                                            const char** properties) {
-  return ServeBySourceClass(result, source, "PCIHostedCollection reference unsupported class",
-                            {{kPortGroupClass, [&] { GetInstance(result, source, properties); }},
-                             {kSystemClass, [&] { EnumInstances(result, source, properties); }}});
+  return ServeBySourceClass(
+      result, source, "PCIHostedCollection reference unsupported class",
+      ServedSource{kPortGroupClass, [&] { GetInstance(result, source, properties); }},
+      ServedSource{kSystemClass, [&] { EnumInstances(result, source, properties); }});
 }
 
 CmpiStatus PCIHostedCollection::referenceNames(const CmpiContext&, CmpiResult& result,
                                                const CmpiObjectPath& source, const char*,
                                                const char*) {
   return ServeBySourceClass(result, source, "PCIHostedCollection reference unsupported class",
-                            {{kPortGroupClass, [&] { GetInstanceRef(result, source); }},
-                             {kSystemClass, [&] { EnumInstanceRefs(result, source); }}});
+                            ServedSource{kPortGroupClass, [&] { GetInstanceRef(result, source); }},
+                            ServedSource{kSystemClass, [&] { EnumInstanceRefs(result, source); }});
 }
 
 }  // namespace pciprovider

@@ -32,7 +32,8 @@ constexpr auto& MakePCIMemberOfCollectionRef = MakePairRef<kMemberOfCollection>;
 using Pairs = PairSinks<MakePCIMemberOfCollection, MakePCIMemberOfCollectionRef>;
 
 /// The port and its peer as members of the group of the port's own bus.
-void GiveMemberAndPeer(const PortEntry& port, const PairSink& give) {
+template <class Give>
+void GiveMemberAndPeer(const PortEntry& port, const Give& give) {
   give(MakePortGroupRef(port.busNumber), MakePCIPortRef(port.portName));
   if (!port.peerPortName.empty()) {
     give(MakePortGroupRef(port.busNumber), MakePCIPortRef(port.peerPortName));
@@ -40,7 +41,8 @@ void GiveMemberAndPeer(const PortEntry& port, const PairSink& give) {
 }
 
 /// The port, and for a bridge's secondary port the primary, found by its name alone.
-void GiveMemberAndPrimary(const PortEntry& port, const PairSink& give) {
+template <class Give>
+void GiveMemberAndPrimary(const PortEntry& port, const Give& give) {
   give(MakePortGroupRef(port.busNumber), MakePCIPortRef(port.portName));
   const std::size_t suffix = port.portName.rfind("-sec");
   if (suffix == std::string::npos) return;
@@ -48,7 +50,8 @@ void GiveMemberAndPrimary(const PortEntry& port, const PairSink& give) {
 }
 
 // A bridge's ports come twice, each as itself and as the other's peer.
-void WalkMembers(const PairSink& give) {
+template <class Give>
+void WalkMembers(const Give& give) {
   for (const PortEntry& port : GetPortsCache()) GiveMemberAndPeer(port, give);
 }
 
@@ -71,8 +74,8 @@ CmpiStatus PortToPortGroupRef(CmpiResult& result, const CmpiObjectPath& source) 
   return Done(result);
 }
 
-CmpiStatus GiveMembershipOf(CmpiResult& result, const CmpiObjectPath& source,
-                            const PairSink& give) {
+template <class Give>
+CmpiStatus GiveMembershipOf(CmpiResult& result, const CmpiObjectPath& source, const Give& give) {
   const std::string name = KeyText(source, kDeviceIdKey);
   const PortEntry& port = LookupPortEntry(name);
   if (port.portName.empty()) {
@@ -123,7 +126,7 @@ CmpiStatus PortGroupToPortsRef(CmpiResult& result, const CmpiObjectPath& group) 
 
 CmpiStatus GetMBInstanceByGroup(CmpiResult& result, const CmpiObjectPath& group,
                                 const char** properties) {
-  const PairSink give = Pairs::Instances(result, properties);
+  const auto give = Pairs::Instances(result, properties);
   return WalkGroup(result, group, [&](const PciDevice* device) {
     const PortEntry& port = LookupPortByDeviceEntry(device->GetAddress());
     if (!port.portName.empty()) GiveMemberAndPeer(port, give);
@@ -132,7 +135,7 @@ CmpiStatus GetMBInstanceByGroup(CmpiResult& result, const CmpiObjectPath& group,
 
 // Finds the second port of a bridge by name, not by peer as its twin does.
 CmpiStatus GetMBInstanceByGroupRef(CmpiResult& result, const CmpiObjectPath& group) {
-  const PairSink give = Pairs::Paths(result);
+  const auto give = Pairs::Paths(result);
   return WalkGroup(result, group, [&](const PciDevice* device) {
     const PortEntry& port = LookupPortByDeviceEntry(device->GetAddress());
     if (!port.portName.empty()) GiveMemberAndPrimary(port, give);
@@ -158,7 +161,7 @@ CmpiStatus PCIMemberOfCollection::enumInstances(const CmpiContext&, CmpiResult& 
 // The Collection is not read: a port has one group.
 CmpiStatus PCIMemberOfCollection::getInstance(const CmpiContext&, CmpiResult& result,
                                               const CmpiObjectPath& cop, const char** properties) {
-  LogPath("PCIMemberOfCollection ", cop);
+  LogPath("PCIMemberOfCollection", " ", cop);
   const std::string name = KeyText(CmpiObjectPath(cop.getKey("Member")), kDeviceIdKey);
   const PortEntry& port = LookupPortEntry(name);
   if (port.portName.empty()) {
@@ -176,16 +179,17 @@ CmpiStatus PCIMemberOfCollection::associators(const CmpiContext&, CmpiResult& re
                                               const char** properties) {
   return ServeBySourceClass(
       result, source, kUnservedAssociator,
-      {{kPortClass, [&] { PortToPortGroup(result, source, properties); }},
-       {kPortGroupClass, [&] { PortGroupToPorts(result, source, properties); }}});
+      ServedSource{kPortClass, [&] { PortToPortGroup(result, source, properties); }},
+      ServedSource{kPortGroupClass, [&] { PortGroupToPorts(result, source, properties); }});
 }
 
 CmpiStatus PCIMemberOfCollection::associatorNames(const CmpiContext&, CmpiResult& result,
                                                   const CmpiObjectPath& source, const char*,
                                                   const char*, const char*, const char*) {
-  return ServeBySourceClass(result, source, kUnservedAssociator,
-                            {{kPortClass, [&] { PortToPortGroupRef(result, source); }},
-                             {kPortGroupClass, [&] { PortGroupToPortsRef(result, source); }}});
+  return ServeBySourceClass(
+      result, source, kUnservedAssociator,
+      ServedSource{kPortClass, [&] { PortToPortGroupRef(result, source); }},
+      ServedSource{kPortGroupClass, [&] { PortGroupToPortsRef(result, source); }});
 }
 
 CmpiStatus PCIMemberOfCollection::references(const CmpiContext&, CmpiResult& result,
@@ -193,16 +197,17 @@ CmpiStatus PCIMemberOfCollection::references(const CmpiContext&, CmpiResult& res
                                              const char** properties) {
   return ServeBySourceClass(
       result, source, kUnservedReference,
-      {{kPortClass, [&] { GetMBInstanceByPort(result, source, properties); }},
-       {kPortGroupClass, [&] { GetMBInstanceByGroup(result, source, properties); }}});
+      ServedSource{kPortClass, [&] { GetMBInstanceByPort(result, source, properties); }},
+      ServedSource{kPortGroupClass, [&] { GetMBInstanceByGroup(result, source, properties); }});
 }
 
 CmpiStatus PCIMemberOfCollection::referenceNames(const CmpiContext&, CmpiResult& result,
                                                  const CmpiObjectPath& source, const char*,
                                                  const char*) {
-  return ServeBySourceClass(result, source, kUnservedReference,
-                            {{kPortClass, [&] { GetMBInstanceByPortRef(result, source); }},
-                             {kPortGroupClass, [&] { GetMBInstanceByGroupRef(result, source); }}});
+  return ServeBySourceClass(
+      result, source, kUnservedReference,
+      ServedSource{kPortClass, [&] { GetMBInstanceByPortRef(result, source); }},
+      ServedSource{kPortGroupClass, [&] { GetMBInstanceByGroupRef(result, source); }});
 }
 
 }  // namespace pciprovider

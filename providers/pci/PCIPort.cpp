@@ -20,7 +20,6 @@
 #include <zelcppc/ProviderFactory.h>
 
 #include <algorithm>
-#include <functional>
 #include <optional>
 #include <utility>
 
@@ -75,17 +74,64 @@ PortKind PortKindOf(const PciDevice* device) {
   return PortKind::kNone;
 }
 
+/// What a port's texts are made of.
+struct PortParts {
+  const std::string& address;
+  const char* suffix;
+  const std::string& owner;
+  /// Of a bridge's other port, else null.
+  const char* peerSuffix = nullptr;
+};
+
+// What a function's ports are made of, in their order, handed to `take`.
+
 /// The port of a device that is its own controller.
-void AppendOwnPort(const PciDevice* device, const char* suffix, std::vector<PortEntry>& ports) {
+template <class Take>
+void TakeOwnPort(const PciDevice* device, const char* suffix, const Take& take) {
   const std::string address = device->GetAddress();
-  ports.push_back(MakePCIPortTRef(address + suffix, address, device));
+  take(PortParts{address, suffix, address});
 }
 
-void AppendBridgePort(const PciDevice* device, const std::string& address, const char* suffix,
-                      const char* peerSuffix, std::vector<PortEntry>& ports) {
-  PortEntry entry = MakePCIPortTRef(address + suffix, address, device);
-  entry.peerPortName = address + peerSuffix;
-  ports.push_back(std::move(entry));
+template <class Take>
+void TakeDownstreamPort(const PciDevice* device, const Take& take) {
+  const std::unique_ptr<PciDevice> parent = device->GetParent();
+  if (!parent) return;
+  const std::string owner = parent->GetAddress();
+  const std::string address = device->GetAddress();
+  take(PortParts{address, kEndpointSuffix, owner});
+}
+
+template <class Take>
+void TakeBridgePorts(const PciDevice* device, const Take& take) {
+  if (!FindBridgePortTypes(device)) return;
+  const std::string address = device->GetAddress();
+  take(PortParts{address, kPrimarySuffix, address, kSecondarySuffix});
+  take(PortParts{address, kSecondarySuffix, address, kPrimarySuffix});
+}
+
+template <class Take>
+void TakePorts(const PciDevice* device, const Take& take) {
+  switch (PortKindOf(device)) {
+    case PortKind::kSwitchDownstream:
+      return TakeDownstreamPort(device, take);
+    case PortKind::kSwitchUpstream:
+      return TakeOwnPort(device, kUpstreamSuffix, take);
+    case PortKind::kBridge:
+      return TakeBridgePorts(device, take);
+    case PortKind::kEndpoint:
+      return TakeOwnPort(device, kEndpointSuffix, take);
+    case PortKind::kNone:
+      return;
+  }
+}
+
+/// Takes ports as entries.
+auto EntriesOf(const PciDevice* device, std::vector<PortEntry>& ports) {
+  return [device, &ports](const PortParts& port) {
+    PortEntry entry = MakePCIPortTRef(port.address + port.suffix, port.owner, device);
+    if (port.peerSuffix != nullptr) entry.peerPortName = port.address + port.peerSuffix;
+    ports.push_back(std::move(entry));
+  };
 }
 
 void ReturnOwnPort(const PciDevice* device, const char* suffix, PCIPortType type,
@@ -109,21 +155,20 @@ std::optional<std::pair<std::string, BridgePortTypes>> TakeUnseenBridge(
   return std::make_pair(std::move(address), *types);
 }
 
-/// Returns a device's ports in the form that the request asks for.
-using PortMaker = std::function<void(const PciDevice*)>;
-
-/// Makers for one request: one set of seen bridges serves the whole of it.
-PortMaker InstanceMaker(CmpiResult& result, std::set<std::string>& seen, const char** properties) {
+/// Makers of a device's ports in the form that the request asks for: one set of seen bridges serves
+/// the whole of a request.
+auto InstanceMaker(CmpiResult& result, std::set<std::string>& seen, const char** properties) {
   return [&result, &seen, properties](const PciDevice* device) {
     MakePortsForDevice(device, result, seen, properties);
   };
 }
 
-PortMaker PathMaker(CmpiResult& result, std::set<std::string>& seen) {
+auto PathMaker(CmpiResult& result, std::set<std::string>& seen) {
   return [&result, &seen](const PciDevice* device) { MakePortsForDeviceRef(device, seen, result); };
 }
 
-void WalkPorts(const PortMaker& make) {
+template <class Make>
+void WalkPorts(const Make& make) {
   for (const PortEntry& port : GetPortsCache()) make(port.device);
 }
 
@@ -137,7 +182,8 @@ const PortEntry* FindFirstPortOf(const CmpiObjectPath& path) {
 }
 
 // Any part of a bridge's address matches: clients ask with a bus prefix for all its bridges.
-void WalkBridgePorts(const CmpiObjectPath& path, const PortMaker& make) {
+template <class Make>
+void WalkBridgePorts(const CmpiObjectPath& path, const Make& make) {
   const std::string id = KeyText(path, kDeviceIdKey);
   if (id.empty()) return;
   for (const auto& [address, ports] : GetBridgePortsCache()) {
@@ -147,7 +193,8 @@ void WalkBridgePorts(const CmpiObjectPath& path, const PortMaker& make) {
 }
 
 // Every switch visited is logged, matching or not: the line is how support follows the search.
-void WalkSwitchPorts(const CmpiObjectPath& path, const char* caller, const PortMaker& make) {
+template <class Make>
+void WalkSwitchPorts(const CmpiObjectPath& path, const char* caller, const Make& make) {
   const std::string id = KeyText(path, kDeviceIdKey);
   if (id.empty()) return;
   const std::string idText = LogText(id);
@@ -173,40 +220,23 @@ PortEntry MakePCIPortTRef(const std::string& portName, const std::string& ownerA
 }
 
 void MakePCIeDownstreamPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
-  const std::unique_ptr<PciDevice> parent = device->GetParent();
-  if (!parent) return;
-  const std::string owner = parent->GetAddress();
-  ports.push_back(MakePCIPortTRef(device->GetAddress() + kEndpointSuffix, owner, device));
+  TakeDownstreamPort(device, EntriesOf(device, ports));
 }
 
 void MakePCIeUpstreamPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
-  AppendOwnPort(device, kUpstreamSuffix, ports);
+  TakeOwnPort(device, kUpstreamSuffix, EntriesOf(device, ports));
 }
 
 void MakePCIBridgePortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
-  if (!FindBridgePortTypes(device)) return;
-  const std::string address = device->GetAddress();
-  AppendBridgePort(device, address, kPrimarySuffix, kSecondarySuffix, ports);
-  AppendBridgePort(device, address, kSecondarySuffix, kPrimarySuffix, ports);
+  TakeBridgePorts(device, EntriesOf(device, ports));
 }
 
 void MakePCIEndpointPortTRef(const PciDevice* device, std::vector<PortEntry>& ports) {
-  AppendOwnPort(device, kEndpointSuffix, ports);
+  TakeOwnPort(device, kEndpointSuffix, EntriesOf(device, ports));
 }
 
 void MakePortEntryfromDevice(const PciDevice* device, std::vector<PortEntry>& ports) {
-  switch (PortKindOf(device)) {
-    case PortKind::kSwitchDownstream:
-      return MakePCIeDownstreamPortTRef(device, ports);
-    case PortKind::kSwitchUpstream:
-      return MakePCIeUpstreamPortTRef(device, ports);
-    case PortKind::kBridge:
-      return MakePCIBridgePortTRef(device, ports);
-    case PortKind::kEndpoint:
-      return MakePCIEndpointPortTRef(device, ports);
-    case PortKind::kNone:
-      return;
-  }
+  TakePorts(device, EntriesOf(device, ports));
 }
 
 void BuildPortDefs(std::vector<PortEntry>& ports) {
@@ -221,12 +251,17 @@ void BuildPortDefs(std::vector<PortEntry>& ports) {
 }
 
 std::string BuildPortFromDevice(const std::string& deviceAddress) {
-  std::vector<PortEntry> ports;
-  ports.reserve(2);
   DeviceIndex::const_iterator position;
   if (!LookupDevice(deviceAddress, position)) return {};
-  MakePortEntryfromDevice(position->second->get(), ports);
-  return ports.empty() ? std::string() : ports.front().portName;
+  const PciDevice* device = position->second->get();
+  std::string first;
+  TakePorts(device, [&](const PortParts& port) {
+    // A device has the ports that entries can be made of: those need these answers as well.
+    device->GetBusNumber();
+    device->GetAddress();
+    if (first.empty()) first = port.address + port.suffix;
+  });
+  return first;
 }
 
 CmpiObjectPath MakePCIPortRef(const std::string& portName) {

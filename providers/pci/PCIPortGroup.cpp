@@ -9,26 +9,44 @@
 #include <zelcppc/ProviderFactory.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace pciprovider {
 
+namespace {
+
+/// Words with a bus number behind them.
+class BusText {
+ public:
+  BusText(std::string_view words, unsigned char bus) {
+    char* const number = text_ + words.copy(text_, kMostWords);
+    *std::to_chars(number, text_ + sizeof text_ - 1, bus).ptr = '\0';
+  }
+  const char* charPtr() const { return text_; }
+
+ private:
+  static constexpr std::size_t kMostWords = 60;
+  static constexpr std::size_t kMostDigits = 3;
+
+  char text_[kMostWords + kMostDigits + 1];
+};
+
+}  // namespace
+
 CmpiObjectPath MakePortGroupRef(unsigned char bus) {
-  char id[256];
-  std::snprintf(id, sizeof id, "Zelmar:bus-%u", static_cast<unsigned>(bus));
   CmpiObjectPath path(kNameSpace, kPortGroupClass);
-  path.setKey("InstanceID", CmpiData(id));
+  path.setKey("InstanceID", CmpiData(BusText("Zelmar:bus-", bus).charPtr()));
   return path;
 }
 
 CmpiInstance MakePortGroup(unsigned char bus, const char** /*properties*/) {
-  char name[256];
-  std::snprintf(name, sizeof name, "PCI port group with bus number %u", static_cast<unsigned>(bus));
   CmpiInstance instance(MakePortGroupRef(bus));
   instance.setProperty("BusNumber", CmpiData(bus));
-  instance.setProperty("ElementName", CmpiData(name));
+  const BusText name("PCI port group with bus number ", bus);
+  instance.setProperty("ElementName", CmpiData(name.charPtr()));
   return instance;
 }
 

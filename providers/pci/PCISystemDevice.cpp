@@ -128,7 +128,8 @@ CmpiStatus PCISystemDevice::associators(const CmpiContext& context, CmpiResult& 
     if (wanted.devices) DeviceList(result, properties);
   };
   return ServeBySourceClass(result, source, "PCISystemDevice ai ignoring",
-                            {{kPortClass, system}, {kDeviceClass, system}, {kSystemClass, parts}});
+                            ServedSource{kPortClass, system}, ServedSource{kDeviceClass, system},
+                            ServedSource{kSystemClass, parts});
 }
 
 // Names the system itself: unlike the instance, its path needs no other provider.
@@ -142,7 +143,8 @@ CmpiStatus PCISystemDevice::associatorNames(const CmpiContext&, CmpiResult& resu
     if (wanted.devices) DeviceListRef(result);
   };
   return ServeBySourceClass(result, source, "PCISystemDevice ai ignoring",
-                            {{kPortClass, system}, {kDeviceClass, system}, {kSystemClass, parts}});
+                            ServedSource{kPortClass, system}, ServedSource{kDeviceClass, system},
+                            ServedSource{kSystemClass, parts});
 }
 
 // Only the source's class counts: the references of one device are those of all devices.
@@ -151,18 +153,19 @@ CmpiStatus PCISystemDevice::references(const CmpiContext&, CmpiResult& result,
                                        const char** properties) {
   return ServeBySourceClass(
       result, source, "PCISystemDevice reference unsupported class",
-      {{kDeviceClass, [&] { LoadSysDevices(PciCreateSystemRef(), properties, result); }},
-       {kPortClass, [&] { LoadSysPorts(PciCreateSystemRef(), properties, result); }},
-       {kSystemClass, [&] { LoadDevicesAndPorts(PciCreateSystemRef(), properties, result); }}});
+      ServedSource{kDeviceClass, [&] { LoadSysDevices(PciCreateSystemRef(), properties, result); }},
+      ServedSource{kPortClass, [&] { LoadSysPorts(PciCreateSystemRef(), properties, result); }},
+      ServedSource{kSystemClass,
+                   [&] { LoadDevicesAndPorts(PciCreateSystemRef(), properties, result); }});
 }
 
 CmpiStatus PCISystemDevice::referenceNames(const CmpiContext&, CmpiResult& result,
                                            const CmpiObjectPath& source, const char*, const char*) {
   return ServeBySourceClass(
       result, source, "PCISystemDevice reference unsupported class",
-      {{kDeviceClass, [&] { LoadSysDevicesRef(PciCreateSystemRef(), result); }},
-       {kPortClass, [&] { LoadSysPortsRef(PciCreateSystemRef(), result); }},
-       {kSystemClass, [&] { LoadDevicesAndPortsRef(PciCreateSystemRef(), result); }}});
+      ServedSource{kDeviceClass, [&] { LoadSysDevicesRef(PciCreateSystemRef(), result); }},
+      ServedSource{kPortClass, [&] { LoadSysPortsRef(PciCreateSystemRef(), result); }},
+      ServedSource{kSystemClass, [&] { LoadDevicesAndPortsRef(PciCreateSystemRef(), result); }});
 }
 
 }  // namespace pciprovider

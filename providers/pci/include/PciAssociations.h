@@ -6,10 +6,6 @@
 
 #include <zelcppc/CmpiBroker.h>
 
-#include <functional>
-#include <initializer_list>
-#include <string>
-
 /// What the five association classes share.
 namespace pciprovider {
 
@@ -46,45 +42,48 @@ CmpiObjectPath MakePairRef(const CmpiObjectPath& first, const CmpiObjectPath& se
   return shape.MakePath(first, second);
 }
 
-/// Where a walk over pairs puts what it finds: the same walk returns instances or paths.
-using PairSink = std::function<void(const CmpiObjectPath& first, const CmpiObjectPath& second)>;
-
 /// An association's two sinks, from the functions that make its instance and its path of a pair.
+/// The same walk over pairs returns instances by the one and paths by the other.
 template <auto MakeInstance, auto MakePath>
 struct PairSinks {
-  static PairSink Instances(CmpiResult& result, const char** properties) {
-    return [&result, properties](const auto& first, const auto& second) {
+  static auto Instances(CmpiResult& result, const char** properties) {
+    return [&result, properties](const CmpiObjectPath& first, const CmpiObjectPath& second) {
       result.returnData(MakeInstance(first, second, properties));
     };
   }
 
-  static PairSink Paths(CmpiResult& result) {
-    return [&result](const auto& first, const auto& second) {
+  static auto Paths(CmpiResult& result) {
+    return [&result](const CmpiObjectPath& first, const CmpiObjectPath& second) {
       result.returnData(MakePath(first, second));
     };
   }
 };
 
 /// A source class that an operation serves, and how.
+template <class Serve>
 struct ServedSource {
   const char* className;
-  std::function<void()> serve;
+  Serve serve;
 };
+template <class Serve>
+ServedSource(const char*, Serve) -> ServedSource<Serve>;
+
+/// Serves the source if it is of that class, and returns whether it is.
+template <class Serve>
+bool ServeIfOfClass(const CmpiObjectPath& source, const ServedSource<Serve>& served) {
+  if (!source.classPathIsA(served.className)) return false;
+  served.serve();
+  return true;
+}
 
 /// Serves an association operation: the first served class that the source belongs to decides,
 /// and a source that none serves is logged with `unservedText` before it. Always ends with
 /// `returnDone` and OK: a source without counterpart is no error to a client that navigates.
-inline CmpiStatus ServeBySourceClass(CmpiResult& result, const CmpiObjectPath& source,
-                                     const char* unservedText,
-                                     std::initializer_list<ServedSource> served) {
-  bool isServed = false;
-  for (const ServedSource& candidate : served) {
-    if (!source.classPathIsA(candidate.className)) continue;
-    candidate.serve();
-    isServed = true;
-    break;
-  }
-  if (!isServed) LogPath((std::string(unservedText) + " ").c_str(), source);
+template <class... Serve>
+CmpiStatus ServeBySourceClass(CmpiResult& result, const CmpiObjectPath& source,
+                              const char* unservedText, const ServedSource<Serve>&... served) {
+  const bool isServed = (ServeIfOfClass(source, served) || ...);
+  if (!isServed) LogPath(unservedText, " ", source);
   return Done(result);
 }
 

@@ -3,6 +3,7 @@
 #include "PciAnswers.h"
 
 #include <zelcppc/CmpiString.h>
+#include <zelcppc/FindKey.h>
 
 #include <optional>
 #include <string>
@@ -15,21 +16,18 @@ inline std::string KeyText(const CmpiObjectPath& path, const char* key) {
   return zelInt::CmpiString(path.getKey(key)).charPtr();
 }
 
-/// The key, if the path has it. Other failures of the binding pass through.
-inline std::optional<CmpiData> FindKey(const CmpiObjectPath& path, const char* key) {
-  try {
-    return path.getKey(key);
-  } catch (const CmpiStatus& failure) {
-    // Object managers differ in the code for a key that is not there.
-    const CMPIrc code = failure.rc();
-    if (code == CMPI_RC_ERR_NOT_FOUND || code == CMPI_RC_ERR_NO_SUCH_PROPERTY) return std::nullopt;
-    throw;
-  }
+/// The key's text, if it is one that the path has. Failures of the binding pass through.
+inline std::optional<std::string> TextIfAny(const CmpiObjectPath& path, const char* key) {
+  const std::optional<CmpiData> value = zelInt::findKey(path, key);
+  const bool isText = value && (value->type() == CMPI_string || value->type() == CMPI_chars);
+  if (!isText) return std::nullopt;
+  return zelInt::CmpiString(*value).charPtr();
 }
 
-/// Its text, empty for a key that is null or that the path lacks.
+/// Its text, empty for a key that is null or that the path lacks. Other failures of the binding
+/// pass through.
 inline std::string KeyTextOrEmpty(const CmpiObjectPath& path, const char* key) {
-  const std::optional<CmpiData> value = FindKey(path, key);
+  const std::optional<CmpiData> value = zelInt::findKey(path, key);
   return value ? zelInt::CmpiString(*value).charPtr() : std::string();
 }
 

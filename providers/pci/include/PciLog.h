@@ -3,6 +3,7 @@
 #include <zelcppc/CmpiObjectPath.h>
 #include <zelcppc/CmpiString.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <string>
@@ -52,6 +53,10 @@ inline bool IsControl(std::string_view character) {
   return first == 0xc2 && static_cast<unsigned char>(character[1]) < 0xa0;
 }
 
+inline bool IsPlainAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7f; });
+}
+
 inline std::string Escaped(std::string_view bytes) {
   std::string text;
   for (const char c : bytes) {
@@ -68,6 +73,7 @@ inline std::string Escaped(std::string_view bytes) {
 /// The text with control characters, and bytes that are no characters, written as "\x0a"; a longer
 /// one ends in "...". All other text stays as it is.
 inline std::string LogText(std::string_view text) {
+  if (text.size() <= kMostBytesInLog && log_text::IsPlainAscii(text)) return std::string(text);
   constexpr std::string_view kCutMark = "...";
   std::string clean;
   std::size_t cutAt = 0;
@@ -88,11 +94,12 @@ inline bool IsLogged(int priority) {
   return (setlogmask(0) & LOG_MASK(priority)) != 0;
 }
 
-/// Logs a path behind some words, for debugging. Throws CmpiStatus when the broker fails to give
+/// Logs a path between some words, for debugging. Throws CmpiStatus when the broker fails to give
 /// the path's text.
-inline void LogPath(const char* words, const zelInt::CmpiObjectPath& path, const char* end = "") {
+inline void LogPath(const char* words, const char* mark, const zelInt::CmpiObjectPath& path,
+                    const char* end = "") {
   if (!IsLogged(LOG_DEBUG)) return;
-  syslog(LOG_DEBUG, "%s%s%s", words, LogText(path.toString().charPtr()).c_str(), end);
+  syslog(LOG_DEBUG, "%s%s%s%s", words, mark, LogText(path.toString().charPtr()).c_str(), end);
 }
 
 }  // namespace pciprovider

@@ -5,6 +5,7 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Ports: which a function has, their names, paths and instances, and the listings over the
@@ -20,6 +21,13 @@ enum PCIPortType : unsigned short {
   PCIPortTypePCI = 150,
   PCIPortTypePCIe = 152
 };
+
+/// Whether a text ends as every port's name does, in '-' and two or three characters. Addresses do
+/// not, so that hardly one of them needs to be looked up among the names.
+inline bool EndsLikePortName(std::string_view text) {
+  const std::size_t size = text.size();
+  return size >= 4 && (text[size - 3] == '-' || text[size - 4] == '-');
+}
 
 /// Appends the device's ports: none, one, or a bridge's two.
 void MakePortEntryfromDevice(const PciDevice* device, std::vector<PortEntry>& ports);
