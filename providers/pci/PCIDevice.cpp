@@ -139,31 +139,44 @@ void WalkSysPorts(const CmpiObjectPath& system, const Give& give) {
   for (const PortEntry& port : GetPortsCache()) give(system, MakePCIPortRef(port.portName));
 }
 
-/// The candidate's path, made by `make`, if it is equal to the part. Only a path with the part's id
-/// can be; where the part's id cannot be read as a text, each is compared.
-template <class Make>
-std::optional<CmpiObjectPath> PathIfPart(const CmpiObjectPath& part,
-                                         const std::optional<std::string>& id,
-                                         const std::string& candidate, const Make& make) {
-  if (id && *id != candidate) return std::nullopt;
-  const CmpiObjectPath path = make(candidate);
+/// The path, made as the cache makes it, if it is equal to the part.
+std::optional<CmpiObjectPath> IfEqual(const CmpiObjectPath& path, const CmpiObjectPath& part) {
   if (path == part) return path;
+  return std::nullopt;
+}
+
+/// Only a path with the part's id can be equal to it; without one each is compared.
+bool MayBe(const std::string& candidate, const std::optional<std::string>& id) {
+  return !id || *id == candidate;
+}
+
+std::optional<CmpiObjectPath> FindDevicePart(const CmpiObjectPath& part,
+                                             const std::optional<std::string>& id) {
+  for (const auto& device : GetDevicesCache()) {
+    if (!IsPlainDevice(device.get())) continue;
+    const std::string address = device->GetAddress();
+    if (!MayBe(address, id)) continue;
+    if (auto path = IfEqual(MakePlainDevicePathAt(address), part)) return path;
+  }
+  return std::nullopt;
+}
+
+std::optional<CmpiObjectPath> FindPortPart(const CmpiObjectPath& part,
+                                           const std::optional<std::string>& id) {
+  // A snapshot whose making failed may have ports that no index leads to.
+  if (id && !LookupPortEntry(*id).portName.empty()) return IfEqual(MakePCIPortRef(*id), part);
+  for (const PortEntry& port : GetPortsCache()) {
+    if (!MayBe(port.portName, id)) continue;
+    if (auto path = IfEqual(MakePCIPortRef(port.portName), part)) return path;
+  }
   return std::nullopt;
 }
 
 /// The cache's own path of the plain device or port that `part` names.
 std::optional<CmpiObjectPath> FindSystemPart(const CmpiObjectPath& part) {
   const std::optional<std::string> id = TextIfAny(part, kDeviceIdKey);
-  for (const auto& device : GetDevicesCache()) {
-    if (!IsPlainDevice(device.get())) continue;
-    auto path = PathIfPart(part, id, device->GetAddress(), MakePlainDevicePathAt);
-    if (path) return path;
-  }
-  for (const PortEntry& port : GetPortsCache()) {
-    auto path = PathIfPart(part, id, port.portName, MakePCIPortRef);
-    if (path) return path;
-  }
-  return std::nullopt;
+  if (auto path = FindDevicePart(part, id)) return path;
+  return FindPortPart(part, id);
 }
 
 void LogReferenceFailure(const HostCtlException& failure) {

@@ -38,19 +38,16 @@ const PortEntry* WithDevice(const PortEntry& port) {
   return port.device != nullptr ? &port : nullptr;
 }
 
-std::string ParentAddress(const PciDevice& device) {
-  const std::unique_ptr<PciDevice> parent = device.GetParent();
-  return parent ? parent->GetAddress() : std::string();
-}
-
 // The parent's address is looked up as a port name, unchanged: only where an address is itself
 // a port name does a pair come out.
 template <class Give>
 void WalkConnections(const Give& give) {
   for (const auto& device : GetDevicesCache()) {
-    const std::string parent = ParentAddress(*device);
-    if (!IsKnownPortName(parent)) continue;
-    const PortEntry* upper = WithDevice(LookupPortEntry(parent));
+    const std::unique_ptr<PciDevice> parent = device->GetParent();
+    if (!parent) continue;
+    const std::string address = parent->GetAddress();
+    if (!IsKnownPortName(address)) continue;
+    const PortEntry* upper = WithDevice(LookupPortEntry(address));
     if (upper == nullptr) continue;
     const PortEntry* lower = WithDevice(FindConnectedPort(device->GetAddress()));
     if (lower == nullptr) continue;
