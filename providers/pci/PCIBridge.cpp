@@ -46,7 +46,7 @@ CmpiStatus PCIBridge::enumInstances(const CmpiContext&, CmpiResult& result, cons
 // empty answer.
 CmpiStatus PCIBridge::getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& cop,
                                   const char** properties) {
-  const std::string id = KeyText(cop, kDeviceIdKey);
+  const std::string_view id = KeyText(cop, kDeviceIdKey);
   if (id.empty()) return NotFound();
   DeviceIndex::const_iterator position;
   if (!LookupDevice(id, position)) return CmpiStatus(CMPI_RC_OK);

@@ -52,7 +52,7 @@ struct ConnectedPort {
 };
 
 template <class Text>
-using ControlledByIndex = std::unordered_map<Text, const ControlledByEntry*>;
+using ControlledByIndex = TextIndex<Text, const ControlledByEntry*>;
 
 // The snapshot. Pointers, iterators and views in it point into pciDevices and pciPorts, which
 // nothing changes after the build, and it is torn down from the last to the first. There are tens
@@ -61,8 +61,8 @@ std::string systemName;
 DeviceVector pciDevices;
 DeviceIndex deviceNameMap;
 PortVector pciPorts;
-std::unordered_map<std::string_view, PortVector::const_iterator> portNameMap;
-std::unordered_map<std::string_view, const PortEntry*> portByDeviceMap;
+TextIndex<std::string_view, PortVector::const_iterator> portNameMap;
+TextIndex<std::string_view, const PortEntry*> portByDeviceMap;
 PortBuckets bridgePortsMap;
 std::set<std::string> portNames;
 std::vector<std::uint8_t> busNumbers;
@@ -75,7 +75,7 @@ const PortEntry emptyPortEntry;
 std::vector<ControlledByEntry> cbEntries;
 ControlledByIndex<std::string_view> cbPortMap;
 ControlledByIndex<std::string> cbDevMap;
-std::unordered_map<std::string_view, ConnectedPort> connectedPortMap;
+TextIndex<std::string_view, ConnectedPort> connectedPortMap;
 pthread_once_t cacheOnce = PTHREAD_ONCE_INIT;
 
 const PortPointers& PortsUnder(const PortBuckets& buckets, const std::string& address) {
@@ -276,26 +276,26 @@ const std::set<std::string>& GetPortNames() {
   return portNames;
 }
 
-bool LookupDevice(const std::string& address, DeviceIndex::const_iterator& position) {
+bool LookupDevice(std::string_view address, DeviceIndex::const_iterator& position) {
   const auto found = deviceNameMap.find(address);
   if (found == deviceNameMap.end()) return false;
   position = found;
   return true;
 }
 
-bool LookupPort(const std::string& name, const PciDevice*& device) {
+bool LookupPort(std::string_view name, const PciDevice*& device) {
   const auto found = portNameMap.find(name);
   if (found == portNameMap.end()) return false;
   device = found->second->device;
   return true;
 }
 
-const PortEntry& LookupPortEntry(const std::string& name) {
+const PortEntry& LookupPortEntry(std::string_view name) {
   const auto found = portNameMap.find(name);
   return found != portNameMap.end() ? *found->second : emptyPortEntry;
 }
 
-const PortEntry& LookupPortByDeviceEntry(const std::string& address) noexcept {
+const PortEntry& LookupPortByDeviceEntry(std::string_view address) noexcept {
   const auto found = portByDeviceMap.find(address);
   return found != portByDeviceMap.end() ? *found->second : emptyPortEntry;
 }
@@ -319,7 +319,7 @@ void AddToMap(const std::string& key, const PortEntry& entry, PortBuckets& map) 
   map[key].push_back(&entry);
 }
 
-const PortEntry& FindConnectedPort(const std::string& name) {
+const PortEntry& FindConnectedPort(std::string_view name) {
   const auto found = connectedPortMap.find(name);
   if (found == connectedPortMap.end()) return emptyPortEntry;
   const auto& [first, lowest] = found->second;
@@ -339,7 +339,7 @@ constexpr auto& MakePCIControlledByRef = MakePairRef<kControlledBy>;
 using Pairs = PairSinks<MakePCIControlledBy, MakePCIControlledByRef>;
 
 template <class Text>
-const ControlledByEntry* Find(const ControlledByIndex<Text>& index, const std::string& key) {
+const ControlledByEntry* Find(const ControlledByIndex<Text>& index, std::string_view key) {
   const auto found = index.find(key);
   return found != index.end() ? found->second : nullptr;
 }
@@ -349,13 +349,13 @@ CmpiObjectPath ControllerPath(const ControlledByEntry& entry) {
 }
 
 /// Whether an id has the form of a port's name; addresses have no '-'.
-bool LooksLikePortName(const std::string& deviceId) {
-  return deviceId.find('-') != std::string::npos;
+bool LooksLikePortName(std::string_view deviceId) {
+  return deviceId.find('-') != std::string_view::npos;
 }
 
 /// The source's device id; empty when it has none, which sends the request to the source's class.
 /// One that cannot be read counts as none, so that the workers meet the failure.
-std::string DeviceIdOrEmpty(const CmpiObjectPath& source) {
+std::string_view DeviceIdOrEmpty(const CmpiObjectPath& source) {
   try {
     return KeyTextOrEmpty(source, kDeviceIdKey);
   } catch (const CmpiStatus&) {
@@ -379,7 +379,7 @@ void GiveControlledPortAndPeer(const CmpiObjectPath& device, const PortEntry& po
 }
 
 template <class Give>
-void GivePairsOf(const std::string& deviceId, const Give& give) {
+void GivePairsOf(std::string_view deviceId, const Give& give) {
   if (LooksLikePortName(deviceId)) {
     if (const ControlledByEntry* entry = Find(cbPortMap, deviceId)) {
       give(ControllerPath(*entry), MakePCIPortRef(entry->port->portName));
@@ -393,15 +393,15 @@ void GivePairsOf(const std::string& deviceId, const Give& give) {
 struct OwnerSearch {
   enum class End { kFound, kUnknownPort, kNoOwnerDevice, kNoOwnerPort };
   End end;
-  std::string portName;
+  std::string_view portName;
   std::string ownerPortName;
   const PortEntry* ownerPort = nullptr;
 };
 
-OwnerSearch FindOwnerPort(std::string portName) {
+OwnerSearch FindOwnerPort(std::string_view portName) {
   using End = OwnerSearch::End;
   const PortEntry& port = LookupPortEntry(portName);
-  if (port.portName.empty()) return {End::kUnknownPort, std::move(portName), {}, nullptr};
+  if (port.portName.empty()) return {End::kUnknownPort, portName, {}, nullptr};
   std::string name = BuildPortFromDevice(port.ownerAddress);
   const PortEntry& owner = LookupPortEntry(name);
   End end = End::kFound;
@@ -410,7 +410,7 @@ OwnerSearch FindOwnerPort(std::string portName) {
   } else if (name.empty()) {
     end = End::kNoOwnerPort;
   }
-  return {end, std::move(portName), std::move(name), &owner};
+  return {end, portName, std::move(name), &owner};
 }
 
 void LogOwnerSearch(const OwnerSearch& search, const char* operation) {
@@ -456,7 +456,7 @@ CmpiStatus GetInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectP
 
 template <class Give>
 void GiveConnectedPort(const CmpiObjectPath& source, const Give& give) {
-  const std::string id = KeyText(source, kDeviceIdKey);
+  const std::string_view id = KeyText(source, kDeviceIdKey);
   if (BuildPortFromDevice(id).empty()) return;
   const PortEntry& port = FindConnectedPort(id);
   if (port.device != nullptr) GiveControlledPortAndPeer(source, port, give);
@@ -465,7 +465,7 @@ void GiveConnectedPort(const CmpiObjectPath& source, const Give& give) {
 template <class Give>
 void GivePortsUnder(const CmpiObjectPath& source, const Give& give,
                     const PortPointers& (*lookup)(const std::string&)) {
-  for (const PortEntry* port : lookup(KeyText(source, kDeviceIdKey))) {
+  for (const PortEntry* port : lookup(std::string(KeyText(source, kDeviceIdKey)))) {
     GiveControlledPortAndPeer(source, *port, give);
   }
 }
@@ -535,7 +535,7 @@ CmpiStatus PCIControlledBy::getInstance(const CmpiContext& context, CmpiResult& 
 CmpiStatus PCIControlledBy::associators(const CmpiContext&, CmpiResult& result,
                                         const CmpiObjectPath& source, const char*, const char*,
                                         const char*, const char*, const char** properties) {
-  const std::string id = DeviceIdOrEmpty(source);
+  const std::string_view id = DeviceIdOrEmpty(source);
   if (id.empty()) {
     return ServeBySourceClass(
         result, source, "PCIControlledBy ai ignoring",
@@ -558,7 +558,7 @@ CmpiStatus PCIControlledBy::associators(const CmpiContext&, CmpiResult& result,
 CmpiStatus PCIControlledBy::associatorNames(const CmpiContext&, CmpiResult& result,
                                             const CmpiObjectPath& source, const char*, const char*,
                                             const char*, const char*) {
-  const std::string id = DeviceIdOrEmpty(source);
+  const std::string_view id = DeviceIdOrEmpty(source);
   if (id.empty()) {
     return ServeBySourceClass(
         result, source, "PCIControlledBy ai ignoring",
@@ -582,7 +582,7 @@ CmpiStatus PCIControlledBy::associatorNames(const CmpiContext&, CmpiResult& resu
 CmpiStatus PCIControlledBy::references(const CmpiContext&, CmpiResult& result,
                                        const CmpiObjectPath& source, const char*, const char*,
                                        const char** properties) {
-  const std::string id = DeviceIdOrEmpty(source);
+  const std::string_view id = DeviceIdOrEmpty(source);
   if (!id.empty()) {
     GivePairsOf(id, Pairs::Instances(result, properties));
     return Done(result);
@@ -597,7 +597,7 @@ CmpiStatus PCIControlledBy::references(const CmpiContext&, CmpiResult& result,
 
 CmpiStatus PCIControlledBy::referenceNames(const CmpiContext&, CmpiResult& result,
                                            const CmpiObjectPath& source, const char*, const char*) {
-  const std::string id = DeviceIdOrEmpty(source);
+  const std::string_view id = DeviceIdOrEmpty(source);
   if (!id.empty()) {
     GivePairsOf(id, Pairs::Paths(result));
     return Done(result);

@@ -117,7 +117,7 @@ CmpiObjectPath MakeControllerPath(const PciDevice* device) {
 
 /// The device of the port that the path names, or null; an unknown port is logged.
 const PciDevice* FindController(const CmpiObjectPath& port, const char* caller) {
-  const std::string name = KeyText(port, kDeviceIdKey);
+  const std::string_view name = KeyText(port, kDeviceIdKey);
   if (name.empty()) return nullptr;
   const PortEntry& entry = LookupPortEntry(name);
   if (entry.portName.empty()) {
@@ -146,12 +146,12 @@ std::optional<CmpiObjectPath> IfEqual(const CmpiObjectPath& path, const CmpiObje
 }
 
 /// Only a path with the part's id can be equal to it; without one each is compared.
-bool MayBe(const std::string& candidate, const std::optional<std::string>& id) {
+bool MayBe(const std::string& candidate, const std::optional<std::string_view>& id) {
   return !id || *id == candidate;
 }
 
 std::optional<CmpiObjectPath> FindDevicePart(const CmpiObjectPath& part,
-                                             const std::optional<std::string>& id) {
+                                             const std::optional<std::string_view>& id) {
   for (const auto& device : GetDevicesCache()) {
     if (!IsPlainDevice(device.get())) continue;
     const std::string address = device->GetAddress();
@@ -162,9 +162,10 @@ std::optional<CmpiObjectPath> FindDevicePart(const CmpiObjectPath& part,
 }
 
 std::optional<CmpiObjectPath> FindPortPart(const CmpiObjectPath& part,
-                                           const std::optional<std::string>& id) {
+                                           const std::optional<std::string_view>& id) {
   // A snapshot whose making failed may have ports that no index leads to.
-  if (id && !LookupPortEntry(*id).portName.empty()) return IfEqual(MakePCIPortRef(*id), part);
+  if (id && !LookupPortEntry(*id).portName.empty())
+    return IfEqual(MakePCIPortRef(std::string(*id)), part);
   for (const PortEntry& port : GetPortsCache()) {
     if (!MayBe(port.portName, id)) continue;
     if (auto path = IfEqual(MakePCIPortRef(port.portName), part)) return path;
@@ -174,7 +175,7 @@ std::optional<CmpiObjectPath> FindPortPart(const CmpiObjectPath& part,
 
 /// The cache's own path of the plain device or port that `part` names.
 std::optional<CmpiObjectPath> FindSystemPart(const CmpiObjectPath& part) {
-  const std::optional<std::string> id = TextIfAny(part, kDeviceIdKey);
+  const std::optional<std::string_view> id = TextIfAny(part, kDeviceIdKey);
   if (auto path = FindDevicePart(part, id)) return path;
   return FindPortPart(part, id);
 }
@@ -354,7 +355,7 @@ CmpiStatus PCIDevice::enumInstances(const CmpiContext&, CmpiResult& result, cons
 CmpiStatus PCIDevice::getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& cop,
                                   const char** properties) {
   try {
-    const std::string id = KeyText(cop, kDeviceIdKey);
+    const std::string_view id = KeyText(cop, kDeviceIdKey);
     if (id.empty()) return NotFound();
     DeviceIndex::const_iterator position;
     if (LookupDevice(id, position)) {

@@ -129,12 +129,12 @@ CmpiStatus GetDevConnByPortRef(CmpiResult& result, const CmpiObjectPath& source)
 
 /// The name of the port in a role of a requested pair; empty, the name of no port, when the pair
 /// lacks the role or the port its name.
-std::string PortNameInRole(const CmpiObjectPath& pair, const char* role) {
+std::string_view PortNameInRole(const CmpiObjectPath& pair, const char* role) {
   const std::optional<CmpiData> port = zelInt::findKey(pair, role);
-  return port ? KeyTextOrEmpty(CmpiObjectPath(*port), kDeviceIdKey) : std::string();
+  return port ? KeyTextOrEmpty(CmpiObjectPath(*port), kDeviceIdKey) : std::string_view();
 }
 
-void LogMissingHome(const Home& home, const std::string& item) {
+void LogMissingHome(const Home& home, std::string_view item) {
   if (home.name.empty()) {
     syslog(LOG_DEBUG, "PCIDeviceConnection gi item %s not found", LogText(item).c_str());
   } else if (!IsKnownPortName(home.name)) {
@@ -166,7 +166,7 @@ CmpiStatus PCIDeviceConnection::enumInstances(const CmpiContext&, CmpiResult& re
 CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& result,
                                             const CmpiObjectPath& cop, const char** properties) {
   LogPath("PCIDeviceConnection gi using item", " '", cop, "'");
-  const std::string dependent = PortNameInRole(cop, kDeviceConnection.secondRole);
+  const std::string_view dependent = PortNameInRole(cop, kDeviceConnection.secondRole);
   const PortEntry& port = LookupPortEntry(dependent);
   if (port.portName.empty()) {
     syslog(LOG_DEBUG, "PCIDeviceConnection gi: lookup item '%s' not found",
@@ -178,7 +178,7 @@ CmpiStatus PCIDeviceConnection::getInstance(const CmpiContext&, CmpiResult& resu
     LogMissingHome(home, dependent);
     return NotFound();
   }
-  const std::string antecedent = PortNameInRole(cop, kDeviceConnection.firstRole);
+  const std::string_view antecedent = PortNameInRole(cop, kDeviceConnection.firstRole);
   const PortEntry* other = WithDevice(LookupPortEntry(antecedent));
   if (other == nullptr) {
     syslog(LOG_DEBUG, "PCIDeviceConnection gi FAILED FindConnectedPort(%s)",

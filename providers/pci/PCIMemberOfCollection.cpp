@@ -76,7 +76,7 @@ CmpiStatus PortToPortGroupRef(CmpiResult& result, const CmpiObjectPath& source) 
 
 template <class Give>
 CmpiStatus GiveMembershipOf(CmpiResult& result, const CmpiObjectPath& source, const Give& give) {
-  const std::string name = KeyText(source, kDeviceIdKey);
+  const std::string_view name = KeyText(source, kDeviceIdKey);
   const PortEntry& port = LookupPortEntry(name);
   if (port.portName.empty()) {
     syslog(LOG_DEBUG, "MemberOfCollection ri: lookup item '%s' not found", LogText(name).c_str());
@@ -162,7 +162,7 @@ CmpiStatus PCIMemberOfCollection::enumInstances(const CmpiContext&, CmpiResult& 
 CmpiStatus PCIMemberOfCollection::getInstance(const CmpiContext&, CmpiResult& result,
                                               const CmpiObjectPath& cop, const char** properties) {
   LogPath("PCIMemberOfCollection", " ", cop);
-  const std::string name = KeyText(CmpiObjectPath(cop.getKey("Member")), kDeviceIdKey);
+  const std::string_view name = KeyText(CmpiObjectPath(cop.getKey("Member")), kDeviceIdKey);
   const PortEntry& port = LookupPortEntry(name);
   if (port.portName.empty()) {
     syslog(LOG_DEBUG, "MemberOfCollection gi: lookup item '%s' not found", LogText(name).c_str());

@@ -173,7 +173,7 @@ void WalkPorts(const Make& make) {
 }
 
 const PortEntry* FindFirstPortOf(const CmpiObjectPath& path) {
-  const std::string id = KeyText(path, kDeviceIdKey);
+  const std::string_view id = KeyText(path, kDeviceIdKey);
   if (id.empty()) return nullptr;
   const auto& ports = GetPortsCache();
   const auto found = std::find_if(ports.begin(), ports.end(),
@@ -184,7 +184,7 @@ const PortEntry* FindFirstPortOf(const CmpiObjectPath& path) {
 // Any part of a bridge's address matches: clients ask with a bus prefix for all its bridges.
 template <class Make>
 void WalkBridgePorts(const CmpiObjectPath& path, const Make& make) {
-  const std::string id = KeyText(path, kDeviceIdKey);
+  const std::string_view id = KeyText(path, kDeviceIdKey);
   if (id.empty()) return;
   for (const auto& [address, ports] : GetBridgePortsCache()) {
     if (address.find(id) == std::string::npos) continue;
@@ -195,7 +195,7 @@ void WalkBridgePorts(const CmpiObjectPath& path, const Make& make) {
 // Every switch visited is logged, matching or not: the line is how support follows the search.
 template <class Make>
 void WalkSwitchPorts(const CmpiObjectPath& path, const char* caller, const Make& make) {
-  const std::string id = KeyText(path, kDeviceIdKey);
+  const std::string_view id = KeyText(path, kDeviceIdKey);
   if (id.empty()) return;
   const std::string idText = LogText(id);
   for (const auto& [address, ports] : GetSwitchPortsCache()) {
@@ -250,7 +250,7 @@ void BuildPortDefs(std::vector<PortEntry>& ports) {
   }
 }
 
-std::string BuildPortFromDevice(const std::string& deviceAddress) {
+std::string BuildPortFromDevice(std::string_view deviceAddress) {
   DeviceIndex::const_iterator position;
   if (!LookupDevice(deviceAddress, position)) return {};
   const PciDevice* device = position->second->get();
@@ -444,7 +444,7 @@ CmpiStatus PCIPort::enumInstances(const CmpiContext&, CmpiResult& result, const 
 // is an empty answer, not an error.
 CmpiStatus PCIPort::getInstance(const CmpiContext&, CmpiResult& result, const CmpiObjectPath& cop,
                                 const char** properties) {
-  const std::string name = KeyText(cop, kDeviceIdKey);
+  const std::string_view name = KeyText(cop, kDeviceIdKey);
   if (name.empty()) return NotFound();
   const PciDevice* device = nullptr;
   if (LookupPort(name, device)) {

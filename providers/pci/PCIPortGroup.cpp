@@ -58,8 +58,8 @@ CmpiInstance MakeFilteredPortGroup(unsigned char bus, const char** properties) {
 
 // Lenient on purpose: text before the '-' and after the digits does not count.
 bool ParseBusID(const CmpiObjectPath& path, unsigned char& bus) {
-  const std::string id = KeyText(path, "InstanceID");
-  const char* separator = std::strchr(id.c_str(), '-');
+  const std::string_view id = KeyText(path, "InstanceID");
+  const char* separator = std::strchr(id.data(), '-');
   if (separator == nullptr) return false;
   bus = static_cast<unsigned char>(std::strtol(separator + 1, nullptr, 10));
   return true;

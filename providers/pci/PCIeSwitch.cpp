@@ -76,7 +76,7 @@ CmpiStatus PCIeSwitch::enumInstances(const CmpiContext&, CmpiResult& result, con
 CmpiStatus PCIeSwitch::getInstance(const CmpiContext&, CmpiResult& result,
                                    const CmpiObjectPath& cop, const char** properties) {
   try {
-    const std::string id = KeyText(cop, kDeviceIdKey);
+    const std::string_view id = KeyText(cop, kDeviceIdKey);
     if (id.empty()) return NotFound();
     DeviceIndex::const_iterator position;
     if (!LookupDevice(id, position)) return CmpiStatus(CMPI_RC_OK);

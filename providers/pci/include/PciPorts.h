@@ -41,7 +41,7 @@ PortEntry MakePCIPortTRef(const std::string& portName, const std::string& ownerA
 /// Appends the ports of every cached device, in device order.
 void BuildPortDefs(std::vector<PortEntry>& ports);
 /// Name of the first port of the device with that address, or empty.
-std::string BuildPortFromDevice(const std::string& deviceAddress);
+std::string BuildPortFromDevice(std::string_view deviceAddress);
 
 /// The path of the port of that name.
 CmpiObjectPath MakePCIPortRef(const std::string& portName);
