@@ -2,7 +2,7 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
 
-#include "BrokerCall.h"
+#include <zelcppc/BrokerCall.h>
 
 namespace zelInt {
 
@@ -15,12 +15,6 @@ const CMPIArray* newArray(CMPICount count, CMPIType type) {
 }
 
 }  // namespace
-
-CmpiArrayIdx& CmpiArrayIdx::operator=(const CmpiData& value) {
-  tell<&CMPIArrayFT::setElementAt>("setElementAt", array_, index_, value.valuePointer(),
-                                   value.type());
-  return *this;
-}
 
 // An element assigned to itself is read and stored again.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
@@ -36,9 +30,5 @@ CmpiArray::CmpiArray(CMPICount count, CMPIType type) : array_(newArray(count, ty
 
 CmpiArray::CmpiArray(const CMPIArray* array)
     : array_(array), type_(ask<&CMPIArrayFT::getSimpleType>("getSimpleType", array)) {}
-
-CmpiArrayIdx CmpiArray::operator[](int index) const {
-  return CmpiArrayIdx(array_, static_cast<CMPICount>(index));
-}
 
 }  // namespace zelInt

@@ -1,7 +1,7 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
 
-#include "BrokerCall.h"
+#include <zelcppc/BrokerCall.h>
 #include "LivingProviders.h"
 
 namespace zelInt {

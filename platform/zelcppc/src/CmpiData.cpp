@@ -77,19 +77,6 @@ void requireObject(const CmpiData& data, CMPIType wanted) {
 
 }  // namespace
 
-CmpiData::CmpiData(const char* text) : data_(goodData(CMPI_chars)) {
-  // The C value has no const text; it is only ever read through this pointer.
-  data_.value.chars = const_cast<char*>(text != nullptr ? text : "");
-}
-
-CmpiData::CmpiData(unsigned char value) : data_(goodData(CMPI_uint8)) {
-  data_.value.uint8 = value;
-}
-
-CmpiData::CmpiData(unsigned short value) : data_(goodData(CMPI_uint16)) {
-  data_.value.uint16 = value;
-}
-
 CmpiData::CmpiData(const CmpiArray& array)
     : data_(goodData(static_cast<CMPIType>(CMPI_ARRAY | array.elementType()))) {
   data_.value.array = const_cast<CMPIArray*>(array.getHandle());
@@ -123,11 +110,6 @@ CmpiData::operator CmpiString() const {
   if (data_.type == CMPI_chars) return CmpiString(static_cast<const char*>(data_.value.chars));
   if (data_.type != CMPI_string) throwTypeMismatch(*this, CMPI_string);
   return CmpiString(static_cast<const CMPIString*>(data_.value.string));
-}
-
-const CMPIValue* CmpiData::valuePointer() const noexcept {
-  if (data_.type == CMPI_chars) return reinterpret_cast<const CMPIValue*>(data_.value.chars);
-  return &data_.value;
 }
 
 }  // namespace zelInt

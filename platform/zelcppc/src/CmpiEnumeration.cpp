@@ -1,6 +1,6 @@
 #include <zelcppc/CmpiEnumeration.h>
 
-#include "BrokerCall.h"
+#include <zelcppc/BrokerCall.h>
 
 namespace zelInt {
 

@@ -2,7 +2,7 @@
 #include <zelcppc/CmpiInstance.h>
 #include <zelcppc/CmpiStatus.h>
 
-#include "BrokerCall.h"
+#include <zelcppc/BrokerCall.h>
 
 #include <vector>
 
@@ -37,11 +37,6 @@ CmpiInstance::CmpiInstance(const CmpiObjectPath& path) : CmpiObject(newInstance(
     const CmpiData value = path.getKeyAt(index, &name);
     if (!value.isNull()) setProperty(CmpiString(name).charPtr(), value);
   }
-}
-
-void CmpiInstance::setProperty(const char* name, const CmpiData& value) {
-  tell<&CMPIInstanceFT::setProperty>("setProperty", getHandle(), name, value.valuePointer(),
-                                     value.type());
 }
 
 CmpiData CmpiInstance::getProperty(const char* name) const {

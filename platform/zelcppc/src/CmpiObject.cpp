@@ -1,7 +1,7 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiObject.h>
 
-#include "BrokerCall.h"
+#include <zelcppc/BrokerCall.h>
 
 namespace zelInt {
 

@@ -2,7 +2,7 @@
 #include <zelcppc/CmpiObjectPath.h>
 #include <zelcppc/CmpiStatus.h>
 
-#include "BrokerCall.h"
+#include <zelcppc/BrokerCall.h>
 #include "Integer.h"
 #include "PathText.h"
 
@@ -88,10 +88,6 @@ bool sameKeys(const CmpiObjectPath& left, const CmpiObjectPath& right) {
 
 CmpiObjectPath::CmpiObjectPath(const char* nameSpace, const char* className)
     : CmpiObject(newObjectPath(nameSpace, className)) {}
-
-void CmpiObjectPath::setKey(const char* name, const CmpiData& value) {
-  tell<&CMPIObjectPathFT::addKey>("addKey", getHandle(), name, value.valuePointer(), value.type());
-}
 
 CmpiData CmpiObjectPath::getKey(const char* name) const {
   const CmpiData value(ask<&CMPIObjectPathFT::getKey>("getKey", getHandle(), name));

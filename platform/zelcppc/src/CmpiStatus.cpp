@@ -1,23 +1,11 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
 
-#include "BrokerCall.h"
+#include <zelcppc/BrokerCall.h>
 
 namespace zelInt {
 
 namespace {
-
-/// The text as far as the broker gives it: a failure must not hide the one that is reported.
-const char* messageOf(const CMPIStatus& status) noexcept {
-  const CMPIStringFT* table = tableOf(status.msg);
-  if (table == nullptr || table->getCharPtr == nullptr) return "";
-  try {
-    const char* text = table->getCharPtr(status.msg, nullptr);
-    return text != nullptr ? text : "";
-  } catch (...) {
-    return "";
-  }
-}
 
 /// A string of the broker; null where it makes none.
 CMPIString* stringOf(const CMPIBroker& broker, const std::string& text) noexcept {
@@ -29,11 +17,6 @@ CMPIString* stringOf(const CMPIBroker& broker, const std::string& text) noexcept
 }
 
 }  // namespace
-
-void throwNoSuchCall(const char* name) {
-  throw CmpiStatus(CMPI_RC_ERR_FAILED,
-                   std::string(name) + " cannot be called: the object or the function is missing");
-}
 
 CmpiStatus::CmpiStatus(const CMPIStatus& status) : code_(status.rc), message_(messageOf(status)) {}
 
@@ -48,10 +31,7 @@ CMPIStatus CmpiStatus::toCmpi() const noexcept {
 }
 
 void CmpiStatus::check(const CMPIStatus& status, const char* what) {
-  if (status.rc == CMPI_RC_OK) return;
-  CmpiStatus failure(status);
-  if (failure.message_.empty()) failure.message_ = std::string(what) + " failed";
-  throw failure;
+  checkCall(status, what);
 }
 
 }  // namespace zelInt

@@ -1,6 +1,6 @@
 #include <zelcppc/CmpiString.h>
 
-#include "BrokerCall.h"
+#include <zelcppc/BrokerCall.h>
 
 namespace zelInt {
 

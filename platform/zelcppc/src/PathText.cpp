@@ -2,7 +2,7 @@
 
 #include <zelcppc/CmpiBroker.h>
 
-#include "BrokerCall.h"
+#include <zelcppc/BrokerCall.h>
 #include "Integer.h"
 
 #include <algorithm>

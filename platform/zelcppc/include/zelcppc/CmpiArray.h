@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmpi/cmpi.h>
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiData.h>
 #include <zelcppc/Export.h>
 
@@ -13,7 +14,11 @@ class ZELCPPC_EXPORT CmpiArrayIdx {
   CmpiArrayIdx(const CmpiArrayIdx&) = default;
 
   /// Stores the value; throws CmpiStatus when the broker refuses it.
-  CmpiArrayIdx& operator=(const CmpiData& value);
+  ZELCPPC_INLINE CmpiArrayIdx& operator=(const CmpiData& value) {
+    tell<&CMPIArrayFT::setElementAt>("setElementAt", array_, index_, value.valuePointer(),
+                                     value.type());
+    return *this;
+  }
   /// Stores the other element's value, so that one element can be assigned to another.
   CmpiArrayIdx& operator=(const CmpiArrayIdx& other);
   /// Reads the element; throws CmpiStatus when the broker cannot.
@@ -36,7 +41,9 @@ class ZELCPPC_EXPORT CmpiArray {
   CmpiArray(CMPICount count, CMPIType type);
   explicit CmpiArray(const CMPIArray* array);
 
-  CmpiArrayIdx operator[](int index) const;
+  ZELCPPC_INLINE CmpiArrayIdx operator[](int index) const {
+    return CmpiArrayIdx(array_, static_cast<CMPICount>(index));
+  }
   CMPIType elementType() const noexcept { return type_; }
   const CMPIArray* getHandle() const noexcept { return array_; }
 

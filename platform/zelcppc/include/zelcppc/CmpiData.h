@@ -23,9 +23,15 @@ class ZELCPPC_EXPORT CmpiData {
  public:
   explicit CmpiData(const CMPIData& data) : data_(data) {}
   /// A null pointer makes empty text.
-  CmpiData(const char* text);
-  CmpiData(unsigned char value);
-  CmpiData(unsigned short value);
+  ZELCPPC_INLINE CmpiData(const char* text)
+      // The C value has no const text; it is only ever read through this pointer.
+      : data_{CMPI_chars,
+              CMPI_goodValue,
+              {.chars = const_cast<char*>(text != nullptr ? text : "")}} {}
+  ZELCPPC_INLINE CmpiData(unsigned char value)
+      : data_{CMPI_uint8, CMPI_goodValue, {.uint8 = value}} {}
+  ZELCPPC_INLINE CmpiData(unsigned short value)
+      : data_{CMPI_uint16, CMPI_goodValue, {.uint16 = value}} {}
   /// From bool alone: every pointer would turn into one.
   template <std::same_as<bool> Boolean>
   CmpiData(Boolean value)
@@ -49,7 +55,10 @@ class ZELCPPC_EXPORT CmpiData {
   const CMPIData& raw() const noexcept { return data_; }
   /// What the C interface takes for this value: brokers read a value of type chars from the
   /// pointer itself.
-  const CMPIValue* valuePointer() const noexcept;
+  ZELCPPC_INLINE const CMPIValue* valuePointer() const noexcept {
+    if (data_.type == CMPI_chars) return reinterpret_cast<const CMPIValue*>(data_.value.chars);
+    return &data_.value;
+  }
 
  private:
   CMPIData data_;

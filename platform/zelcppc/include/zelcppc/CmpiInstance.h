@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmpi/cmpi.h>
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiData.h>
 #include <zelcppc/CmpiObject.h>
 #include <zelcppc/CmpiObjectPath.h>
@@ -21,7 +22,10 @@ class ZELCPPC_EXPORT CmpiInstance : public CmpiObject {
   explicit CmpiInstance(const CMPIInstance* instance) : CmpiObject(instance) {}
 
   /// Throws CmpiStatus when the broker refuses the property.
-  void setProperty(const char* name, const CmpiData& value);
+  ZELCPPC_INLINE void setProperty(const char* name, const CmpiData& value) {
+    tell<&CMPIInstanceFT::setProperty>("setProperty", getHandle(), name, value.valuePointer(),
+                                       value.type());
+  }
   /// Throws CmpiStatus when the property cannot be read.
   CmpiData getProperty(const char* name) const;
   CmpiObjectPath getObjectPath() const;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmpi/cmpi.h>
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiData.h>
 #include <zelcppc/CmpiObject.h>
 #include <zelcppc/Export.h>
@@ -20,7 +21,10 @@ class ZELCPPC_EXPORT CmpiObjectPath : public CmpiObject {
   explicit CmpiObjectPath(const CMPIObjectPath* path) : CmpiObject(path) {}
 
   /// Throws CmpiStatus when the broker refuses the key.
-  void setKey(const char* name, const CmpiData& value);
+  ZELCPPC_INLINE void setKey(const char* name, const CmpiData& value) {
+    tell<&CMPIObjectPathFT::addKey>("addKey", getHandle(), name, value.valuePointer(),
+                                    value.type());
+  }
   /// Throws CmpiStatus: NOT_FOUND for a key that the path does not have, else the broker's code.
   CmpiData getKey(const char* name) const;
 
