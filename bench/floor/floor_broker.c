@@ -324,6 +324,12 @@ static CMPIStatus set_property(const CMPIInstance* object, const char* name, con
   return status_of(CMPI_RC_OK);
 }
 
+static CMPIData get_property(const CMPIInstance* object, const char* name, CMPIStatus* status) {
+  const FloorEntry* entry = find_entry(&((const FloorInstance*)object)->properties, name);
+  answer(status, entry != NULL ? CMPI_RC_OK : CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  return entry != NULL ? entry->data : (CMPIData){.type = CMPI_null, .state = CMPI_notFound};
+}
+
 static CMPIObjectPath* get_object_path(const CMPIInstance* object, CMPIStatus* status) {
   answer(status, CMPI_RC_OK);
   return &((const FloorInstance*)object)->path->object;
@@ -565,6 +571,7 @@ static const CMPIArrayFT kArrayTable = {.setElementAt = set_element_at};
 static const CMPIEnumerationFT kEnumerationTable = {.getNext = get_next, .hasNext = has_next};
 static const CMPIInstanceFT kInstanceTable = {
     .setProperty = set_property,
+    .getProperty = get_property,
     .getObjectPath = get_object_path,
     .setPropertyFilter = set_property_filter,
 };

@@ -23,6 +23,7 @@ typedef enum Function {
   kGetNext,
   kHasNext,
   kGetObjectPath,
+  kGetProperty,
   kSetProperty,
   kSetPropertyFilter,
   kAddKey,
@@ -272,6 +273,15 @@ static CMPIObjectPath* record_get_object_path(const CMPIInstance* self, CMPIStat
   return made;
 }
 
+static CMPIData record_get_property(const CMPIInstance* self, const char* name,
+                                    CMPIStatus* status) {
+  const CMPIData data = floor_plain_tables.instance->getProperty(self, name, status);
+  Call* call = new_call(kGetProperty, self);
+  call->first = keep_text(name);
+  if (is_object_value(&data)) call->made = new_slot(data.value.ref);
+  return data;
+}
+
 static CMPIStatus record_set_property(const CMPIInstance* self, const char* name,
                                       const CMPIValue* value, CMPIType type) {
   Call* call = new_call(kSetProperty, self);
@@ -382,6 +392,7 @@ static const CMPIEnumerationFT kEnumerationTable = {.getNext = record_get_next,
                                                     .hasNext = record_has_next};
 static const CMPIInstanceFT kInstanceTable = {
     .setProperty = record_set_property,
+    .getProperty = record_get_property,
     .getObjectPath = record_get_object_path,
     .setPropertyFilter = record_set_property_filter,
 };
@@ -638,6 +649,9 @@ void floor_replay(FloorTrace* trace, CMPIContext* context, FloorResult* result, 
         break;
       case kGetObjectPath:
         made->ref = self->inst->ft->getObjectPath(self->inst, &status);
+        break;
+      case kGetProperty:
+        *made = self->inst->ft->getProperty(self->inst, call->first, &status).value;
         break;
       case kSetProperty:
         self->inst->ft->setProperty(self->inst, call->first, call->ready, call->type);

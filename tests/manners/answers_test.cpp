@@ -136,19 +136,19 @@ TEST_F(MannersTest, NothingElseOfABrokerIsUsed) {
   exchange(all, &broker);
   std::set<std::string> used;
   for (const auto& call : broker.calls()) used.insert(call.function);
-  EXPECT_THAT(
-      used, UnorderedElementsAreArray({"broker.classPathIsA",       "broker.enumerateInstanceNames",
-                                       "broker.enumerateInstances", "broker.newArray",
-                                       "broker.newInstance",        "broker.newObjectPath",
-                                       "broker.newString",          "array.setElementAt",
-                                       "enumeration.getNext",       "instance.getObjectPath",
-                                       "instance.setProperty",      "instance.setPropertyFilter",
-                                       "objectPath.addKey",         "objectPath.getClassName",
-                                       "objectPath.getKey",         "objectPath.getKeyAt",
-                                       "objectPath.getKeyCount",    "objectPath.getNameSpace",
-                                       "objectPath.toString",       "result.returnDone",
-                                       "result.returnInstance",     "result.returnObjectPath",
-                                       "string.getCharPtr"}));
+  EXPECT_THAT(used, UnorderedElementsAreArray(
+                        {"broker.classPathIsA",        "broker.enumerateInstanceNames",
+                         "broker.enumerateInstances",  "broker.newArray",
+                         "broker.newInstance",         "broker.newObjectPath",
+                         "broker.newString",           "array.setElementAt",
+                         "enumeration.getNext",        "instance.getObjectPath",
+                         "instance.getProperty",       "instance.setProperty",
+                         "instance.setPropertyFilter", "objectPath.addKey",
+                         "objectPath.getClassName",    "objectPath.getKey",
+                         "objectPath.getKeyAt",        "objectPath.getKeyCount",
+                         "objectPath.getNameSpace",    "objectPath.toString",
+                         "result.returnDone",          "result.returnInstance",
+                         "result.returnObjectPath",    "string.getCharPtr"}));
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiArray.h>
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
-
-#include <zelcppc/BrokerCall.h>
 
 namespace zelInt {
 

@@ -1,7 +1,7 @@
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
 
-#include <zelcppc/BrokerCall.h>
 #include "LivingProviders.h"
 
 namespace zelInt {

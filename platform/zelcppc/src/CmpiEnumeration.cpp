@@ -1,6 +1,5 @@
-#include <zelcppc/CmpiEnumeration.h>
-
 #include <zelcppc/BrokerCall.h>
+#include <zelcppc/CmpiEnumeration.h>
 
 namespace zelInt {
 

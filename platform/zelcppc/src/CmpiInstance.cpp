@@ -1,9 +1,11 @@
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiInstance.h>
 #include <zelcppc/CmpiStatus.h>
 
-#include <zelcppc/BrokerCall.h>
+#include "SameValue.h"
 
+#include <optional>
 #include <vector>
 
 namespace zelInt {
@@ -28,10 +30,44 @@ std::vector<const char*> keyNamesOf(const CmpiObjectPath& path) {
   return names;
 }
 
+/// The instance's property of that name; none where it has none, or where the broker lacks the
+/// question.
+std::optional<CmpiData> findProperty(const CMPIInstance* instance, const char* name) {
+  const CMPIInstanceFT* table = tableOf(instance);
+  if (table == nullptr || table->getProperty == nullptr) return std::nullopt;
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  const CmpiData value(table->getProperty(instance, name, &status));
+  if (status.rc == CMPI_RC_ERR_NO_SUCH_PROPERTY || status.rc == CMPI_RC_ERR_NOT_FOUND) {
+    return std::nullopt;
+  }
+  checkCall(status, "getProperty");
+  return value;
+}
+
+/// Whether a new instance has a key of its path as a property. A reference that is there is the
+/// key's: no class has one by itself.
+bool hasKey(const CMPIInstance* instance, const char* name, const CmpiData& key) {
+  if (key.isNull()) return false;
+  const std::optional<CmpiData> property = findProperty(instance, name);
+  if (!property || property->isNull()) return false;
+  if (key.type() == CMPI_ref && property->type() == CMPI_ref) return true;
+  return sameValue(key, *property);
+}
+
+/// Whether the broker made properties of the path's keys. It does so with all of them or with none,
+/// in their order, so the last one tells.
+bool hasKeys(const CMPIInstance* instance, const CmpiObjectPath& path, CMPICount count) {
+  CMPIString* name = nullptr;
+  const CmpiData key = path.getKeyAt(count - 1, &name);
+  return hasKey(instance, CmpiString(name).charPtr(), key);
+}
+
 }  // namespace
 
 CmpiInstance::CmpiInstance(const CmpiObjectPath& path) : CmpiObject(newInstance(path)) {
   const CMPICount count = path.getKeyCount();
+  // To ask for a single key costs as much as to set it.
+  if (count > 1 && hasKeys(getHandle(), path, count)) return;
   for (CMPICount index = 0; index < count; ++index) {
     CMPIString* name = nullptr;
     const CmpiData value = path.getKeyAt(index, &name);

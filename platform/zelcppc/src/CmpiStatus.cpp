@@ -1,7 +1,6 @@
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
-
-#include <zelcppc/BrokerCall.h>
 
 namespace zelInt {
 

@@ -1,6 +1,5 @@
-#include <zelcppc/CmpiString.h>
-
 #include <zelcppc/BrokerCall.h>
+#include <zelcppc/CmpiString.h>
 
 namespace zelInt {
 

@@ -1,8 +1,8 @@
 #include "PathText.h"
 
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiBroker.h>
 
-#include <zelcppc/BrokerCall.h>
 #include "Integer.h"
 
 #include <algorithm>
