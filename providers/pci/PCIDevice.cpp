@@ -16,13 +16,13 @@
 #include "PciNames.h"
 #include "PciPorts.h"
 #include "PciProviders.h"
+#include "PciText.h"
 #include "PciTopologyCache.h"
 
 #include <qarctl/HostCtlException.h>
 #include <zelcppc/CmpiArray.h>
 #include <zelcppc/ProviderFactory.h>
 
-#include <cstdio>
 #include <optional>
 
 #include <syslog.h>
@@ -49,16 +49,6 @@ bool TestOrFalse(const char* failureText, Test test) {
     syslog(LOG_ERR, "%s %s", failureText, failure.what());
     return false;
   }
-}
-
-std::string ComposeElementName(const PciDevice* device) {
-  std::string name = device->GetVendorName();
-  name += " ";
-  name += device->GetDeviceName();
-  name += " #";
-  char number[256];
-  std::snprintf(number, sizeof number, "%u", static_cast<unsigned>(device->GetDeviceNumber()));
-  return name + number;
 }
 
 CmpiArray MakeCapabilityArray(const std::vector<std::uint32_t>& capabilities) {
@@ -232,7 +222,10 @@ CmpiObjectPath MakeDevicePath(const PciDevice* device, const char* className) {
 }
 
 void PopulateDeviceDetails(const PciDevice* device, CmpiInstance& instance) {
-  const std::string elementName = ComposeElementName(device);
+  const std::string vendorName = device->GetVendorName();
+  const std::string deviceName = device->GetDeviceName();
+  const JoinedText elementName{vendorName, " ", deviceName, " #",
+                               ByteDigits(device->GetDeviceNumber())};
   const std::unique_ptr<PciDevice> parent = device->GetParent();
   const std::string parentAddress = parent ? parent->GetAddress() : std::string();
   const CmpiArray capabilities = MakeCapabilityArray(device->GetCapabilities());

@@ -15,6 +15,7 @@
 #include "PciNames.h"
 #include "PciPorts.h"
 #include "PciProviders.h"
+#include "PciText.h"
 #include "PciTopologyCache.h"
 
 #include <zelcppc/ProviderFactory.h>
@@ -72,6 +73,15 @@ PortKind PortKindOf(const PciDevice* device) {
   if (IsBridge(device)) return PortKind::kBridge;
   if (!IsPortOnSwitch(device)) return PortKind::kEndpoint;
   return PortKind::kNone;
+}
+
+CmpiObjectPath MakePortPath(const char* portName) {
+  CmpiObjectPath path(kNameSpace, kPortClass);
+  path.setKey("SystemName", CmpiData(PciGetSystemName()));
+  path.setKey("CreationClassName", CmpiData(kPortClass));
+  path.setKey("SystemCreationClassName", CmpiData(kSystemClass));
+  path.setKey(kDeviceIdKey, CmpiData(portName));
+  return path;
 }
 
 /// What a port's texts are made of.
@@ -137,12 +147,14 @@ auto EntriesOf(const PciDevice* device, std::vector<PortEntry>& ports) {
 void ReturnOwnPort(const PciDevice* device, const char* suffix, PCIPortType type,
                    CmpiResult& result, const char** properties) {
   const std::string address = device->GetAddress();
-  result.returnData(MakePCIPort(properties, (address + suffix).c_str(), address.c_str(), device,
-                                type, device->GetBusNumber()));
+  const JoinedText name{address, suffix};
+  result.returnData(
+      MakePCIPort(properties, name.c_str(), address.c_str(), device, type, device->GetBusNumber()));
 }
 
 void ReturnPortPath(const PciDevice* device, const char* suffix, CmpiResult& result) {
-  result.returnData(MakePCIPortRef(device->GetAddress() + suffix));
+  const std::string address = device->GetAddress();
+  result.returnData(MakePortPath(JoinedText{address, suffix}.c_str()));
 }
 
 /// The address and port kinds of a bridge that this request has not returned yet.
@@ -155,8 +167,8 @@ std::optional<std::pair<std::string, BridgePortTypes>> TakeUnseenBridge(
   return std::make_pair(std::move(address), *types);
 }
 
-/// Makers of a device's ports in the form that the request asks for: one set of seen bridges serves
-/// the whole of a request.
+/// Makers return a device's ports in the form that the request asks for. One set of seen bridges
+/// serves the whole of a request.
 auto InstanceMaker(CmpiResult& result, std::set<std::string>& seen, const char** properties) {
   return [&result, &seen, properties](const PciDevice* device) {
     MakePortsForDevice(device, result, seen, properties);
@@ -265,21 +277,17 @@ std::string BuildPortFromDevice(std::string_view deviceAddress) {
 }
 
 CmpiObjectPath MakePCIPortRef(const std::string& portName) {
-  CmpiObjectPath path(kNameSpace, kPortClass);
-  path.setKey("SystemName", CmpiData(PciGetSystemName()));
-  path.setKey("CreationClassName", CmpiData(kPortClass));
-  path.setKey("SystemCreationClassName", CmpiData(kSystemClass));
-  path.setKey(kDeviceIdKey, CmpiData(portName.c_str()));
-  return path;
+  return MakePortPath(portName.c_str());
 }
 
 CmpiInstance MakePCIPort(const char** properties, const char* portName,
                          const char* controllerDeviceId, const PciDevice* device, PCIPortType type,
                          unsigned char busNumber) {
-  const CmpiObjectPath path = MakePCIPortRef(portName);
+  const CmpiObjectPath path = MakePortPath(portName);
   const std::uint16_t classCode = device->GetClassCode();
   const std::string deviceName = device->GetDeviceName();
-  const std::string elementName = device->GetVendorName() + " " + deviceName;
+  const std::string vendorName = device->GetVendorName();
+  const JoinedText elementName{vendorName, " ", deviceName};
 
   CmpiInstance instance(path);
   instance.setProperty("PortType", CmpiData(static_cast<unsigned short>(type)));
@@ -305,7 +313,8 @@ void MakePCIeDownstreamPort(const PciDevice* device, CmpiResult& result, const c
   const std::unique_ptr<PciDevice> parent = device->GetParent();
   if (!parent) return;
   const std::string controller = parent->GetAddress();
-  const std::string name = device->GetAddress() + kEndpointSuffix;
+  const std::string address = device->GetAddress();
+  const JoinedText name{address, kEndpointSuffix};
   result.returnData(MakePCIPort(properties, name.c_str(), controller.c_str(), device,
                                 PCIPortTypePCIe, device->GetBusNumber()));
 }
@@ -319,10 +328,12 @@ void MakePCIBridgePorts(const PciDevice* device, CmpiResult& result, std::set<st
   const auto bridge = TakeUnseenBridge(device, seen);
   if (!bridge) return;
   const auto& [address, types] = *bridge;
-  result.returnData(MakePCIPort(properties, (address + kPrimarySuffix).c_str(), address.c_str(),
-                                device, types.primary, device->GetBusNumber()));
-  result.returnData(MakePCIPort(properties, (address + kSecondarySuffix).c_str(), address.c_str(),
-                                device, types.secondary, device->GetSecondaryBusNumber()));
+  const JoinedText primary{address, kPrimarySuffix};
+  const JoinedText secondary{address, kSecondarySuffix};
+  result.returnData(MakePCIPort(properties, primary.c_str(), address.c_str(), device, types.primary,
+                                device->GetBusNumber()));
+  result.returnData(MakePCIPort(properties, secondary.c_str(), address.c_str(), device,
+                                types.secondary, device->GetSecondaryBusNumber()));
 }
 
 void MakePCIeUpstreamPortRef(const PciDevice* device, CmpiResult& result) {
@@ -342,8 +353,9 @@ void MakePCIBridgePortsRef(const PciDevice* device, std::set<std::string>& seen,
                            CmpiResult& result) {
   const auto bridge = TakeUnseenBridge(device, seen);
   if (!bridge) return;
-  result.returnData(MakePCIPortRef(bridge->first + kPrimarySuffix));
-  result.returnData(MakePCIPortRef(bridge->first + kSecondarySuffix));
+  const std::string& address = bridge->first;
+  result.returnData(MakePortPath(JoinedText{address, kPrimarySuffix}.c_str()));
+  result.returnData(MakePortPath(JoinedText{address, kSecondarySuffix}.c_str()));
 }
 
 void MakePortsForDevice(const PciDevice* device, CmpiResult& result, std::set<std::string>& seen,

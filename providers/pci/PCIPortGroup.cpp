@@ -4,49 +4,30 @@
 #include "PciNames.h"
 #include "PciPortGroups.h"
 #include "PciProviders.h"
+#include "PciText.h"
 #include "PciTopologyCache.h"
 
 #include <zelcppc/ProviderFactory.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 namespace pciprovider {
 
-namespace {
-
-/// Words with a bus number behind them.
-class BusText {
- public:
-  BusText(std::string_view words, unsigned char bus) {
-    char* const number = text_ + words.copy(text_, kMostWords);
-    *std::to_chars(number, text_ + sizeof text_ - 1, bus).ptr = '\0';
-  }
-  const char* charPtr() const { return text_; }
-
- private:
-  static constexpr std::size_t kMostWords = 60;
-  static constexpr std::size_t kMostDigits = 3;
-
-  char text_[kMostWords + kMostDigits + 1];
-};
-
-}  // namespace
-
 CmpiObjectPath MakePortGroupRef(unsigned char bus) {
+  const JoinedText id{"Zelmar:bus-", ByteDigits(bus)};
   CmpiObjectPath path(kNameSpace, kPortGroupClass);
-  path.setKey("InstanceID", CmpiData(BusText("Zelmar:bus-", bus).charPtr()));
+  path.setKey("InstanceID", CmpiData(id.c_str()));
   return path;
 }
 
 CmpiInstance MakePortGroup(unsigned char bus, const char** /*properties*/) {
+  const JoinedText name{"PCI port group with bus number ", ByteDigits(bus)};
   CmpiInstance instance(MakePortGroupRef(bus));
   instance.setProperty("BusNumber", CmpiData(bus));
-  const BusText name("PCI port group with bus number ", bus);
-  instance.setProperty("ElementName", CmpiData(name.charPtr()));
+  instance.setProperty("ElementName", CmpiData(name.c_str()));
   return instance;
 }
 
