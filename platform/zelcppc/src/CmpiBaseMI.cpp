@@ -22,7 +22,7 @@ CMPIStatus runCleanup(CmpiBaseMI& provider, CmpiContext& context, bool terminati
 template <class Record>
 CMPIStatus cleanupRecord(Record* record, const CMPIContext* cmpiContext,
                          bool terminating) noexcept {
-  CmpiBaseMI* provider = providerOf(record);
+  CmpiBaseMI* provider = providerOf(record).provider;
   // A record whose provider is gone has nothing left to do.
   if (provider == nullptr) return {CMPI_RC_OK, nullptr};
   const CurrentBrokerScope scope(provider->getBroker().getHandle());

@@ -24,9 +24,9 @@ CmpiStatus::CmpiStatus(const CmpiStatus&) = default;
 CmpiStatus& CmpiStatus::operator=(const CmpiStatus&) = default;
 
 CMPIStatus CmpiStatus::toCmpi() const noexcept {
+  if (message_.empty()) return {code_, nullptr};
   const CMPIBroker* broker = CmpiBroker::currentOrNull();
-  if (message_.empty() || broker == nullptr) return {code_, nullptr};
-  return {code_, stringOf(*broker, message_)};
+  return {code_, broker != nullptr ? stringOf(*broker, message_) : nullptr};
 }
 
 void CmpiStatus::check(const CMPIStatus& status, const char* what) {

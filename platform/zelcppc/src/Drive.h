@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <exception>
+#include <tuple>
 #include <type_traits>
 
 namespace zelInt {
@@ -46,20 +47,32 @@ void emptyHandle(Record* record) noexcept {
 /// The provider that the record names; null when it names none, one that is gone (its last user may
 /// have left through another record of its class), or another class's at the same address.
 template <class Record>
-CmpiBaseMI* providerOf(const Record* record) noexcept {
-  if (record == nullptr) return nullptr;
+LivingProvider providerOf(const Record* record) noexcept {
+  if (record == nullptr) return {};
   return livingProvider({record, record->ft}, handleOf(record).load());
+}
+
+/// The provider seen as `Interface`; null where it lacks it.
+template <class Interface>
+Interface* interfaceOf(const LivingProvider& living) {
+  auto& known = std::get<std::atomic<Interface*>>(*living.interfaces);
+  Interface* found = known.load();
+  if (found == nullptr) {
+    found = dynamic_cast<Interface*>(living.provider);
+    known.store(found);
+  }
+  return found;
 }
 
 /// Calls `operation` on the record's provider, seen as `Interface`, with the provider's broker as
 /// the thread's current one.
 template <class Interface, class Record, class Operation>
 CMPIStatus drive(const Record* record, Operation operation) noexcept {
-  CmpiBaseMI* base = providerOf(record);
-  if (base == nullptr) return {CMPI_RC_ERR_FAILED, nullptr};
-  const CurrentBrokerScope scope(base->getBroker().getHandle());
+  const LivingProvider living = providerOf(record);
+  if (living.provider == nullptr) return {CMPI_RC_ERR_FAILED, nullptr};
+  const CurrentBrokerScope scope(living.provider->getBroker().getHandle());
   return statusOf([&]() {
-    auto* provider = dynamic_cast<Interface*>(base);
+    auto* provider = interfaceOf<Interface>(living);
     if (provider == nullptr) {
       throw CmpiStatus(CMPI_RC_ERR_NOT_SUPPORTED, "the provider lacks this interface");
     }

@@ -27,6 +27,7 @@ struct Place {
   std::atomic<const void*> provider{nullptr};
   /// Records known to be of the provider's class.
   std::array<std::atomic<const void*>, kRecordsAtHand> records{};
+  Interfaces interfaces{};
   Place* const next;
   // Guarded by the lock.
   const CMPIBroker* broker = nullptr;
@@ -125,6 +126,7 @@ void providerMade(const CmpiBaseMI* provider, const CMPIBroker* broker) {
   place.broker = broker;
   place.age = ++providersMade;
   for (auto& record : place.records) record.store(nullptr);
+  std::apply([](auto&... known) { (known.store(nullptr), ...); }, place.interfaces);
   place.provider.store(provider, std::memory_order_release);
 }
 
@@ -159,14 +161,15 @@ void forgetRecordsOf(const CmpiProviderBase* holder) noexcept {
   std::erase_if(known, [holder](const KnownRecord& record) { return record.holder == holder; });
 }
 
-CmpiBaseMI* livingProvider(RecordIdentity record, void* handle) noexcept {
-  if (handle == nullptr) return nullptr;
+LivingProvider livingProvider(RecordIdentity record, void* handle) noexcept {
+  if (handle == nullptr) return {};
   Place* place = findPlace(handle);
-  if (place == nullptr) return nullptr;
+  if (place == nullptr) return {};
   auto* provider = static_cast<CmpiBaseMI*>(handle);
   const CmpiProviderBase* holder = provider->getProviderBase();
-  if (holder == nullptr || isAtHand(*place, record.record)) return provider;
-  return becomesAtHand(*place, holder, record) ? provider : nullptr;
+  const bool isOfClass =
+      holder == nullptr || isAtHand(*place, record.record) || becomesAtHand(*place, holder, record);
+  return isOfClass ? LivingProvider{provider, &place->interfaces} : LivingProvider{};
 }
 
 void brokerWrapped(const CMPIBroker* broker) noexcept {

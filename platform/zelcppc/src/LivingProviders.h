@@ -2,13 +2,18 @@
 
 #include <cmpi/cmpi.h>
 
+#include <atomic>
+#include <tuple>
+
 /// What the process knows of its providers and their records. Object managers clean up one record
 /// of a class more often than they made it, and free a provider's broker once the provider is gone;
 /// nothing here may then lead to what was freed, nor to what lives at that address since. Safe from
 /// any thread.
 namespace zelInt {
 
+class CmpiAssociationMI;
 class CmpiBaseMI;
+class CmpiInstanceMI;
 class CmpiProviderBase;
 
 /// A provider lives from its construction to its destruction. Its broker lives at least as long.
@@ -28,10 +33,20 @@ struct RecordIdentity {
   const void* table;
 };
 
+/// A provider's interfaces, each null until a request found it: a cast from the virtual base costs
+/// more than all else that a request goes through on its way to the provider.
+using Interfaces = std::tuple<std::atomic<CmpiInstanceMI*>, std::atomic<CmpiAssociationMI*>>;
+
+/// A provider that lives; both pointers are null where none does.
+struct LivingProvider {
+  CmpiBaseMI* provider = nullptr;
+  Interfaces* interfaces = nullptr;
+};
+
 /// The provider with that handle, if it lives and is of the class that the record belongs to. A
 /// record that no factory made known belongs to the class of the first provider that it is used
 /// with. Requests take no lock here but the first of each record.
-CmpiBaseMI* livingProvider(RecordIdentity record, void* handle) noexcept;
+LivingProvider livingProvider(RecordIdentity record, void* handle) noexcept;
 
 /// The broker that serves outside of calls: the one that was wrapped last, until a provider that
 /// was made with it goes, then that of the youngest provider; null when there is none.
