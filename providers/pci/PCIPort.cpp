@@ -64,6 +64,15 @@ PCIPortType EndpointPortType(const PciDevice* device) {
   return PCIPortTypeUnknown;
 }
 
+CmpiObjectPath MakePortPath(const char* portName) {
+  CmpiObjectPath path(kNameSpace, kPortClass);
+  path.setKey("SystemName", CmpiData(PciGetSystemName()));
+  path.setKey("CreationClassName", CmpiData(kPortClass));
+  path.setKey("SystemCreationClassName", CmpiData(kSystemClass));
+  path.setKey(kDeviceIdKey, CmpiData(portName));
+  return path;
+}
+
 /// Which ports a function has. None only where host control's replies do not fit together.
 enum class PortKind { kSwitchDownstream, kSwitchUpstream, kBridge, kEndpoint, kNone };
 
@@ -75,15 +84,6 @@ PortKind PortKindOf(const PciDevice* device) {
   return PortKind::kNone;
 }
 
-CmpiObjectPath MakePortPath(const char* portName) {
-  CmpiObjectPath path(kNameSpace, kPortClass);
-  path.setKey("SystemName", CmpiData(PciGetSystemName()));
-  path.setKey("CreationClassName", CmpiData(kPortClass));
-  path.setKey("SystemCreationClassName", CmpiData(kSystemClass));
-  path.setKey(kDeviceIdKey, CmpiData(portName));
-  return path;
-}
-
 /// What a port's texts are made of.
 struct PortParts {
   const std::string& address;
@@ -92,8 +92,6 @@ struct PortParts {
   /// Of a bridge's other port, else null.
   const char* peerSuffix = nullptr;
 };
-
-// What a function's ports are made of, in their order, handed to `take`.
 
 /// The port of a device that is its own controller.
 template <class Take>
@@ -167,8 +165,8 @@ std::optional<std::pair<std::string, BridgePortTypes>> TakeUnseenBridge(
   return std::make_pair(std::move(address), *types);
 }
 
-/// Makers return a device's ports in the form that the request asks for. One set of seen bridges
-/// serves the whole of a request.
+/// Makers of a device's ports in the form that the request asks for: one set of seen bridges serves
+/// the whole of a request.
 auto InstanceMaker(CmpiResult& result, std::set<std::string>& seen, const char** properties) {
   return [&result, &seen, properties](const PciDevice* device) {
     MakePortsForDevice(device, result, seen, properties);
