@@ -1,14 +1,15 @@
 #include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiArray.h>
-#include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
+
+#include "CurrentBroker.h"
 
 namespace zelInt {
 
 namespace {
 
 const CMPIArray* newArray(CMPICount count, CMPIType type) {
-  const CMPIBroker& broker = CmpiBroker::current();
+  const CMPIBroker& broker = currentBroker();
   return askBrokerFor<&CMPIBrokerEncFT::newArray>("array", "newArray", broker, broker.eft, count,
                                                   type);
 }

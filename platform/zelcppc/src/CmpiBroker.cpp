@@ -2,13 +2,14 @@
 #include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiStatus.h>
 
+#include "CurrentBroker.h"
 #include "LivingProviders.h"
 
 namespace zelInt {
 
-namespace {
+constinit thread_local const CMPIBroker* brokerOfCall = nullptr;
 
-thread_local const CMPIBroker* currentOfThread = nullptr;
+namespace {
 
 /// Makes an upcall. Object managers take the context of the request for granted.
 template <auto Slot, class... Arguments>
@@ -39,7 +40,8 @@ CmpiEnumeration CmpiBroker::enumInstanceNames(const CmpiContext& context,
 }
 
 const CMPIBroker* CmpiBroker::currentOrNull() noexcept {
-  return currentOfThread != nullptr ? currentOfThread : lastBroker();
+  const CMPIBroker* broker = brokerOfCall;
+  return broker != nullptr ? broker : lastBroker();
 }
 
 const CMPIBroker& CmpiBroker::current() {
@@ -49,12 +51,12 @@ const CMPIBroker& CmpiBroker::current() {
 }
 
 CurrentBrokerScope::CurrentBrokerScope(const CMPIBroker* broker) noexcept
-    : previous_(currentOfThread) {
-  currentOfThread = broker;
+    : previous_(brokerOfCall) {
+  brokerOfCall = broker;
 }
 
 CurrentBrokerScope::~CurrentBrokerScope() {
-  currentOfThread = previous_;
+  brokerOfCall = previous_;
 }
 
 }  // namespace zelInt

@@ -16,12 +16,6 @@ CMPIData goodData(CMPIType type) {
   return data;
 }
 
-/// Whether values of the type are pointers. Every type of an encoded object has the bit of
-/// instances.
-bool isPointerType(CMPIType type) {
-  return (type & (CMPI_ARRAY | CMPI_instance)) != 0;
-}
-
 struct Word {
   unsigned code;
   const char* text;
@@ -84,15 +78,6 @@ CmpiData::CmpiData(const CmpiArray& array)
 
 CmpiData::CmpiData(const CmpiObjectPath& path) : data_(goodData(CMPI_ref)) {
   data_.value.ref = const_cast<CMPIObjectPath*>(path.getHandle());
-}
-
-bool CmpiData::holdsObject() const noexcept {
-  return isPointerType(data_.type) && data_.value.dataPtr.ptr != nullptr;
-}
-
-bool CmpiData::isNull() const noexcept {
-  if (isPointerType(data_.type)) return !holdsObject();
-  return data_.type == CMPI_null || (data_.state & CMPI_nullValue) != 0;
 }
 
 CmpiData::operator CmpiInstance() const {

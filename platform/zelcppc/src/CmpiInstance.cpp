@@ -1,10 +1,11 @@
 #include <zelcppc/BrokerCall.h>
-#include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiInstance.h>
 #include <zelcppc/CmpiStatus.h>
 
+#include "CurrentBroker.h"
 #include "SameValue.h"
 
+#include <cstring>
 #include <optional>
 #include <vector>
 
@@ -13,7 +14,7 @@ namespace zelInt {
 namespace {
 
 const CMPIInstance* newInstance(const CmpiObjectPath& path) {
-  const CMPIBroker& broker = CmpiBroker::current();
+  const CMPIBroker& broker = currentBroker();
   return askBrokerFor<&CMPIBrokerEncFT::newInstance>("instance", "newInstance", broker, broker.eft,
                                                      path.getHandle());
 }
@@ -44,13 +45,20 @@ std::optional<CmpiData> findProperty(const CMPIInstance* instance, const char* n
   return value;
 }
 
+bool sameString(const CmpiData& left, const CmpiData& right) {
+  return std::strcmp(CmpiString(left.raw().value.string).charPtr(),
+                     CmpiString(right.raw().value.string).charPtr()) == 0;
+}
+
 /// Whether a new instance has a key of its path as a property. A reference that is there is the
 /// key's: no class has one by itself.
 bool hasKey(const CMPIInstance* instance, const char* name, const CmpiData& key) {
   if (key.isNull()) return false;
   const std::optional<CmpiData> property = findProperty(instance, name);
   if (!property || property->isNull()) return false;
-  if (key.type() == CMPI_ref && property->type() == CMPI_ref) return true;
+  if (key.type() != property->type()) return sameValue(key, *property);
+  if (key.type() == CMPI_ref) return true;
+  if (key.type() == CMPI_string) return sameString(key, *property);
   return sameValue(key, *property);
 }
 

@@ -1,13 +1,14 @@
 #include <zelcppc/BrokerCall.h>
-#include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiObject.h>
+
+#include "CurrentBroker.h"
 
 namespace zelInt {
 
 CmpiObject::~CmpiObject() = default;
 
 CmpiString CmpiObject::toString() const {
-  const CMPIBroker& broker = CmpiBroker::current();
+  const CMPIBroker& broker = currentBroker();
   if (object_ == nullptr) throwNoSuchCall("toString");
   return CmpiString(askBroker<&CMPIBrokerEncFT::toString>("toString", broker, broker.eft, object_));
 }

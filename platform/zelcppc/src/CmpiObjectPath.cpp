@@ -1,8 +1,8 @@
 #include <zelcppc/BrokerCall.h>
-#include <zelcppc/CmpiBroker.h>
 #include <zelcppc/CmpiObjectPath.h>
 #include <zelcppc/CmpiStatus.h>
 
+#include "CurrentBroker.h"
 #include "PathText.h"
 #include "SameValue.h"
 
@@ -14,7 +14,7 @@ namespace zelInt {
 namespace {
 
 const CMPIObjectPath* newObjectPath(const char* nameSpace, const char* className) {
-  const CMPIBroker& broker = CmpiBroker::current();
+  const CMPIBroker& broker = currentBroker();
   return askBrokerFor<&CMPIBrokerEncFT::newObjectPath>("path", "newObjectPath", broker, broker.eft,
                                                        nameSpace, className);
 }
@@ -60,7 +60,7 @@ CmpiData CmpiObjectPath::getKey(const char* name) const {
 }
 
 bool CmpiObjectPath::classPathIsA(const char* className) const {
-  const CMPIBroker& broker = CmpiBroker::current();
+  const CMPIBroker& broker = currentBroker();
   if (getHandle() == nullptr) throwNoSuchCall("classPathIsA");
   return askBroker<&CMPIBrokerEncFT::classPathIsA>("classPathIsA", broker, broker.eft, getHandle(),
                                                    className) != 0;
@@ -84,14 +84,6 @@ CmpiString CmpiObjectPath::getNameSpace() const {
 
 CmpiString CmpiObjectPath::getClassName() const {
   return CmpiString(ask<&CMPIObjectPathFT::getClassName>("getClassName", getHandle()));
-}
-
-CMPICount CmpiObjectPath::getKeyCount() const {
-  return ask<&CMPIObjectPathFT::getKeyCount>("getKeyCount", getHandle());
-}
-
-CmpiData CmpiObjectPath::getKeyAt(CMPICount index, CMPIString** name) const {
-  return CmpiData(ask<&CMPIObjectPathFT::getKeyAt>("getKeyAt", getHandle(), index, name));
 }
 
 }  // namespace zelInt

@@ -7,6 +7,7 @@
 #include <zelcppc/CmpiResult.h>
 #include <zelcppc/CmpiStatus.h>
 
+#include "CurrentBroker.h"
 #include "LivingProviders.h"
 
 #include <atomic>
@@ -70,7 +71,7 @@ template <class Interface, class Record, class Operation>
 CMPIStatus drive(const Record* record, Operation operation) noexcept {
   const LivingProvider living = providerOf(record);
   if (living.provider == nullptr) return {CMPI_RC_ERR_FAILED, nullptr};
-  const CurrentBrokerScope scope(living.provider->getBroker().getHandle());
+  const BrokerOfCall call(living.provider->getBroker().getHandle());
   return statusOf([&]() {
     auto* provider = interfaceOf<Interface>(living);
     if (provider == nullptr) {

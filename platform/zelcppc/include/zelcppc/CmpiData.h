@@ -49,9 +49,14 @@ class ZELCPPC_EXPORT CmpiData {
   /// Whether there is no value. Where the value is a pointer (text, references, instances, arrays
   /// and the like) the pointer decides: object managers hand over good ones with the state "null".
   /// Of numbers and booleans the state decides.
-  bool isNull() const noexcept;
+  ZELCPPC_INLINE bool isNull() const noexcept {
+    if (isPointerType(data_.type)) return !holdsObject();
+    return data_.type == CMPI_null || (data_.state & CMPI_nullValue) != 0;
+  }
   /// Whether the value is a pointer, and not a null one.
-  bool holdsObject() const noexcept;
+  ZELCPPC_INLINE bool holdsObject() const noexcept {
+    return isPointerType(data_.type) && data_.value.dataPtr.ptr != nullptr;
+  }
   const CMPIData& raw() const noexcept { return data_; }
   /// What the C interface takes for this value: brokers read a value of type chars from the
   /// pointer itself.
@@ -61,6 +66,12 @@ class ZELCPPC_EXPORT CmpiData {
   }
 
  private:
+  /// Whether values of the type are pointers. Every type of an encoded object has the bit of
+  /// instances.
+  static constexpr bool isPointerType(CMPIType type) noexcept {
+    return (type & (CMPI_ARRAY | CMPI_instance)) != 0;
+  }
+
   CMPIData data_;
 };
 

@@ -43,9 +43,13 @@ class ZELCPPC_EXPORT CmpiObjectPath : public CmpiObject {
 
   CmpiString getNameSpace() const;
   CmpiString getClassName() const;
-  CMPICount getKeyCount() const;
+  ZELCPPC_INLINE CMPICount getKeyCount() const {
+    return ask<&CMPIObjectPathFT::getKeyCount>("getKeyCount", getHandle());
+  }
   /// The key at `index`, its name in `name`.
-  CmpiData getKeyAt(CMPICount index, CMPIString** name) const;
+  ZELCPPC_INLINE CmpiData getKeyAt(CMPICount index, CMPIString** name) const {
+    return CmpiData(ask<&CMPIObjectPathFT::getKeyAt>("getKeyAt", getHandle(), index, name));
+  }
 
   const CMPIObjectPath* getHandle() const noexcept {
     return static_cast<const CMPIObjectPath*>(object());

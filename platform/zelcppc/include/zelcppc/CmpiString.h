@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmpi/cmpi.h>
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/Export.h>
 
 namespace zelInt {
@@ -12,7 +13,7 @@ namespace zelInt {
 class ZELCPPC_EXPORT CmpiString {
  public:
   /// Throws CmpiStatus when the broker cannot give the characters.
-  explicit CmpiString(const CMPIString* string);
+  ZELCPPC_INLINE explicit CmpiString(const CMPIString* string) : text_(charactersOf(string)) {}
   /// Text that is not the broker's; the caller keeps it alive.
   explicit CmpiString(const char* text) : text_(text != nullptr ? text : "") {}
 
@@ -20,6 +21,12 @@ class ZELCPPC_EXPORT CmpiString {
   const char* charPtr() const noexcept { return text_; }
 
  private:
+  static const char* charactersOf(const CMPIString* string) {
+    if (tableOf(string) == nullptr) return "";
+    const char* text = ask<&CMPIStringFT::getCharPtr>("getCharPtr", string);
+    return text != nullptr ? text : "";
+  }
+
   const char* text_;
 };
 
