@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include <syslog.h>
@@ -142,7 +143,7 @@ auto EntriesOf(const PciDevice* device, std::vector<PortEntry>& ports) {
   };
 }
 
-void ReturnOwnPort(const PciDevice* device, const char* suffix, PCIPortType type,
+void ReturnOwnPort(const PciDevice* device, std::string_view suffix, PCIPortType type,
                    CmpiResult& result, const char** properties) {
   const std::string address = device->GetAddress();
   const JoinedText name{address, suffix};
@@ -150,7 +151,7 @@ void ReturnOwnPort(const PciDevice* device, const char* suffix, PCIPortType type
       MakePCIPort(properties, name.c_str(), address.c_str(), device, type, device->GetBusNumber()));
 }
 
-void ReturnPortPath(const PciDevice* device, const char* suffix, CmpiResult& result) {
+void ReturnPortPath(const PciDevice* device, std::string_view suffix, CmpiResult& result) {
   const std::string address = device->GetAddress();
   result.returnData(MakePortPath(JoinedText{address, suffix}.c_str()));
 }
