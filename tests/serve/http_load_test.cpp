@@ -238,7 +238,7 @@ TEST(HttpListen, SaysWhereAndWhyItCannot) {
     GatedHost host;
     const cimom::CimXmlService service(repository, host, {});
     try {
-      cimom::CimXmlHttpServer(service).listen(address, port);
+      cimom::CimXmlHttpServer(service, {}).listen(address, port);
     } catch (const std::runtime_error& error) {
       return error.what();
     }

@@ -55,6 +55,12 @@ std::string RawClient::receiveUntil(const std::string& text, std::chrono::second
   return received;
 }
 
+std::string RawClient::receiveOnce() {
+  std::string received;
+  receiveSome(received, std::chrono::steady_clock::now() + std::chrono::seconds(20));
+  return received;
+}
+
 bool RawClient::receiveSome(std::string& received, std::chrono::steady_clock::time_point deadline) {
   const auto left =
       std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());

@@ -25,6 +25,8 @@ class RawClient {
   /// What comes until the text has come; throws std::runtime_error when it does not.
   std::string receiveUntil(const std::string& text,
                            std::chrono::seconds time = std::chrono::seconds(20));
+  /// What comes first, as one read returns it; empty at the end of the connection.
+  std::string receiveOnce();
 
  private:
   bool receiveSome(std::string& received, std::chrono::steady_clock::time_point deadline);

@@ -7,13 +7,13 @@
 
 namespace servetest {
 
-RunningServer::RunningServer(const cimom::HttpLimits& limits)
+RunningServer::RunningServer(const cimom::HttpSettings& settings)
     : repository_(cimom::ClassRepository::parse(kTestClasses)),
       service_(repository_, host, {"root/cimv2", "made.example"}),
-      server_(service_, limits),
+      server_(service_, settings),
       port_(server_.listen("127.0.0.1", 0)),
       stopEvent_(eventfd(0, EFD_CLOEXEC)),
-      running_(std::async(std::launch::async, [this] { server_.run(stopEvent_); })) {}
+      running_(std::async(std::launch::async, [this] { return server_.run(stopEvent_); })) {}
 
 RunningServer::~RunningServer() {
   host.open();

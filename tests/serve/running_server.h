@@ -15,7 +15,9 @@ namespace servetest {
 /// The server over the test classes and a gated host, at a free port of the loopback address.
 class RunningServer {
  public:
-  explicit RunningServer(const cimom::HttpLimits& limits = {});
+  explicit RunningServer(const cimom::HttpLimits& limits = {})
+      : RunningServer(cimom::HttpSettings{.limits = limits}) {}
+  explicit RunningServer(const cimom::HttpSettings& settings);
   /// Opens the gate and stops the server.
   ~RunningServer();
   RunningServer(const RunningServer&) = delete;
@@ -26,6 +28,8 @@ class RunningServer {
   void askToStop() const;
   /// True when the server has stopped within the time.
   bool hasStopped(std::chrono::milliseconds within) const;
+  /// What the server says of its stop; waits for it.
+  bool hasAnsweredAll() const { return running_.get(); }
 
   GatedHost host;
 
@@ -35,7 +39,7 @@ class RunningServer {
   cimom::CimXmlHttpServer server_;
   int port_;
   int stopEvent_;
-  std::future<void> running_;
+  std::shared_future<bool> running_;
 };
 
 /// A request for the instance of that id, which the gated host answers.

@@ -23,7 +23,10 @@ inline std::string messageOf(const CMPIStatus& status) {
 inline void throwUnlessOk(const CMPIStatus& status, const std::string& className) {
   if (status.rc == CMPI_RC_OK) return;
   const std::string text = messageOf(status);
-  throw CimError(status.rc, text.empty() ? "the provider of " + className + " reports it" : text);
+  if (!text.empty()) throw CimError(status.rc, text);
+  throw CimError(status.rc, "the provider of " + className + " returned code " +
+                                std::to_string(static_cast<int>(status.rc)) + " (" +
+                                statusName(status.rc) + ") without a text");
 }
 
 /// What a provider throws, against its interface, becomes an error that names who failed.

@@ -1,10 +1,10 @@
-// One connection as a chain of asynchronous steps: wait, read the head, refuse it or read the body,
-// let a worker answer, write, and begin again or finish. State says which step is under way, and
-// one timer bounds each but answering. Each handler keeps the connection alive, and all run on the
-// socket's strand, so that no member needs a lock; only a worker runs elsewhere, and while it does
-// (kAnswering) nothing else touches the parser. A refusal always ends the connection; at its end
-// the connection goes on reading for a moment, since closing over unread bytes would lose the
-// response.
+// One connection as a chain of asynchronous steps: begin with TLS where the port speaks it, wait,
+// read the head, refuse it or read the body, let a worker answer, write, and begin again or finish.
+// State says which step is under way, and one timer bounds each but answering. Each handler keeps
+// the connection alive, and all run on the socket's strand, so that no member needs a lock; only a
+// worker runs elsewhere, and while it does (kAnswering) nothing else touches the reader. A refusal
+// always ends the connection; at its end the connection goes on reading for a moment, since closing
+// over unread bytes would lose the response.
 #include "http_connection.h"
 
 #include <algorithm>
@@ -12,16 +12,14 @@
 #include <boost/asio/error.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/ssl/error.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/string.hpp>
-#include <boost/beast/http/error.hpp>
 #include <boost/beast/http/write.hpp>
-#include <charconv>
-#include <cstdint>
-#include <limits>
 #include <string_view>
-#include <system_error>
 #include <utility>
+
+#include "http_refusals.h"
 
 namespace cimom {
 namespace {
@@ -30,22 +28,14 @@ namespace net = boost::asio;
 namespace http = boost::beast::http;
 using http::status;
 using std::chrono::milliseconds;
-using std::chrono::seconds;
 
 constexpr std::size_t kRequestsPerConnection = 100;
-constexpr std::size_t kReadBytes = std::size_t{16} << 10;
 
-/// A client that reads slower than this loses the answer.
-constexpr std::size_t kSlowestBytesPerSecond = std::size_t{64} << 10;
-
-/// How long, and how much, a client may still send that has got its answer.
+/// How long, and how much, a client may still send that has got its answer; also how long the rest
+/// of a request may take to come after a stop, and how long a client may take nothing of its answer
+/// then.
 constexpr milliseconds kFinishTime{1000};
 constexpr std::size_t kFinishBytes = std::size_t{8} << 20;
-
-/// Chunks of a byte each take six bytes: room for a body as large as is allowed in most forms.
-std::size_t bodyBytesOnTheWire(const HttpLimits& limits) {
-  return limits.bodyBytes * 2 + kHttpHeadBytes;
-}
 
 bool asksFirst(const HttpRequest& head) {
   return head.version() >= 11 && boost::beast::iequals(head[http::field::expect], "100-continue");
@@ -53,13 +43,17 @@ bool asksFirst(const HttpRequest& head) {
 
 }  // namespace
 
-HttpConnection::HttpConnection(Socket socket, HttpSharedState& shared, HttpConnections& registry)
-    : socket_(std::move(socket)),
-      timer_(socket_.get_executor()),
+HttpConnection::HttpConnection(HttpStream::Socket socket, net::ssl::context* tls,
+                               const net::ip::address& client, HttpSharedState& shared,
+                               HttpConnections& registry)
+    : stream_(std::move(socket), tls),
+      timer_(stream_.get_executor()),
       shared_(shared),
-      registry_(registry) {
+      registry_(registry),
+      client_(client),
+      reader_(shared.limits) {
   Error ignored;
-  socket_.set_option(net::ip::tcp::no_delay(true), ignored);
+  local_ = stream_.socket().local_endpoint(ignored).address();
 }
 
 HttpConnection::~HttpConnection() {
@@ -67,54 +61,72 @@ HttpConnection::~HttpConnection() {
 }
 
 void HttpConnection::serve() {
-  net::post(socket_.get_executor(), [self = shared_from_this()] { self->awaitRequest(); });
+  net::post(stream_.get_executor(), [self = shared_from_this()] {
+    self->stream_.isEncrypted() ? self->awaitTls() : self->awaitRequest();
+  });
 }
 
 void HttpConnection::turnAway() {
-  net::post(socket_.get_executor(), [self = shared_from_this()] {
+  net::post(stream_.get_executor(), [self = shared_from_this()] {
+    if (self->stream_.isEncrypted()) return self->close();
     self->refuse(status::service_unavailable, "The server is busy.");
   });
 }
 
 void HttpConnection::stop() {
-  net::post(socket_.get_executor(), [self = shared_from_this()] {
-    if (self->state_ < State::kAnswering) return self->close();
-    // From now on only a client that goes on reading is waited for.
-    if (self->state_ == State::kWriting) {
-      self->expireAt(std::min(self->writeDeadline_, Clock::now() + kFinishTime));
+  net::post(stream_.get_executor(), [self = shared_from_this()] {
+    const bool isWaiting = self->state_ == State::kIdle || self->state_ == State::kHandshaking;
+    if (isWaiting && !self->stream_.hasArrived()) return self->close();
+    // What has arrived is read at once; the rest of a request gets a moment, and so does a client
+    // that takes nothing of its answer.
+    if (self->state_ < State::kAnswering || self->state_ == State::kWriting) {
+      self->expireAt(std::min(self->timer_.expiry(), Clock::now() + kFinishTime));
     }
-  });
-}
-
-void HttpConnection::makeRoom() {
-  net::post(socket_.get_executor(), [self = shared_from_this()] {
-    if (self->state_ < State::kAnswering) self->close();
   });
 }
 
 // --- Reading
 
-void HttpConnection::awaitRequest() {
-  if (shared_.stopping) return finish();
-  parser_.emplace();
-  parser_->eager(false);
-  parser_->header_limit(static_cast<std::uint32_t>(kHttpHeadBytes));
-  // A body beyond the limit is refused behind the head, where the head can be refused first.
-  parser_->body_limit(std::numeric_limits<std::uint64_t>::max());
-  parsedBytes_ = 0;
-  if (buffer_.size() > 0) {
-    state_ = State::kReadingHead;
-    expireAt(Clock::now() + shared_.limits.requestTime);
-    return parse();
-  }
-  state_ = State::kIdle;
+/// A client that says nothing gets the time of an idle one, and its handshake is a part of its
+/// first request's head.
+void HttpConnection::awaitTls() {
+  state_ = State::kHandshaking;
+  firstDeadline_ = Clock::now() + shared_.limits.requestTime;
   expireAt(Clock::now() + shared_.limits.idleTime);
-  if (requests_ > 0) registry_.setIdle(this, true);
-  read();
+  stream_.socket().async_wait(HttpStream::Socket::wait_read,
+                              [self = shared_from_this()](const Error& error) {
+                                self->hasEnded(error) ? self->close() : self->onTlsArrived();
+                              });
+}
+
+void HttpConnection::onTlsArrived() {
+  if (!stream_.hasArrived()) return close();
+  if (!stream_.startsWithTls()) {
+    stream_.becomePlain();
+    return refuse(status::bad_request, "This port speaks HTTPS.");
+  }
+  expireAt(shared_.stopping ? Clock::now() + kFinishTime : *firstDeadline_);
+  stream_.async_handshake([self = shared_from_this()](const Error& error) {
+    if (self->tooSlow_ || self->state_ == State::kClosed) return self->close();
+    // The client is told why before the connection ends.
+    error ? self->endSending() : self->awaitRequest();
+  });
+}
+
+void HttpConnection::awaitRequest() {
+  const bool hasBytes = reader_.hasUnreadBytes();
+  if (shared_.stopping && requests_ > 0 && !hasBytes && !stream_.hasArrived()) return finish();
+  reader_.begin();
+  state_ = hasBytes ? State::kReadingHead : State::kIdle;
+  const auto idleEnd = Clock::now() + shared_.limits.idleTime;
+  const auto headEnd = firstDeadline_.value_or(Clock::now() + shared_.limits.requestTime);
+  expireAt(hasBytes ? headEnd : std::min(idleEnd, headEnd));
+  if (shared_.stopping) expireAt(Clock::now() + kFinishTime);
+  hasBytes ? parse() : read();
 }
 
 void HttpConnection::read() {
-  socket_.async_read_some(buffer_.prepare(kReadBytes),
+  stream_.async_read_some(reader_.prepare(),
                           [self = shared_from_this()](const Error& error, std::size_t count) {
                             self->onRead(error, count);
                           });
@@ -122,95 +134,70 @@ void HttpConnection::read() {
 
 void HttpConnection::onRead(const Error& error, std::size_t count) {
   if (state_ == State::kClosed) return;
-  if (error || tooSlow_) {
-    return error == net::error::eof || tooSlow_ ? onLastRead() : close();
+  if (hasEnded(error)) {
+    const bool isEnd = error == net::error::eof || error == net::ssl::error::stream_truncated;
+    return isEnd || tooSlow_ ? onLastRead() : close();
   }
-  buffer_.commit(count);
+  reader_.commit(count);
   if (state_ == State::kIdle) {
-    registry_.setIdle(this, false);
     state_ = State::kReadingHead;
-    expireAt(Clock::now() + shared_.limits.requestTime);
+    if (!shared_.stopping) {
+      expireAt(firstDeadline_.value_or(Clock::now() + shared_.limits.requestTime));
+    }
   }
   parse();
 }
 
 /// The end of what the client sends, or of the time that it has for it.
 void HttpConnection::onLastRead() {
-  if (state_ == State::kIdle) return close();
+  if (state_ == State::kIdle || shared_.stopping) return close();
   if (tooSlow_) return refuse(status::request_timeout, "The request did not arrive in time.");
   if (state_ == State::kReadingHead) return close();
   refuse(status::bad_request, "The request is incomplete.");
 }
 
-/// Parses what there is, up to the end of the head or of the request.
-HttpConnection::Error HttpConnection::feedParser(bool inHead) {
-  Error error;
-  while (!error && !parser_->is_done() && !(inHead && parser_->is_header_done())) {
-    if (buffer_.size() == 0) return http::error::need_more;
-    const std::size_t used = parser_->put(buffer_.data(), error);
-    buffer_.consume(used);
-    parsedBytes_ += used;
-  }
-  return error;
-}
-
 void HttpConnection::parse() {
-  const bool inHead = state_ == State::kReadingHead;
-  const Error error = feedParser(inHead);
-  const bool needsMore = error == http::error::need_more;
-  const std::size_t bytes = parsedBytes_ + (needsMore ? buffer_.size() : 0);
-  if (inHead && bytes > kHttpHeadBytes) {
-    return refuse(status::request_header_fields_too_large, "The request's head is too large.");
+  switch (reader_.read()) {
+    case HttpRequestReader::Progress::kNeedsMore:
+      return read();
+    case HttpRequestReader::Progress::kHead:
+      return onHead();
+    case HttpRequestReader::Progress::kWhole:
+      return onRequest();
+    case HttpRequestReader::Progress::kRefused:
+      return respond(reader_.takeRefusal());
   }
-  if (!inHead && bytes > bodyBytesOnTheWire(shared_.limits)) {
-    return refuse(status::payload_too_large, "The request is too large.");
-  }
-  if (needsMore) return read();
-  if (error) return onUnreadable(error);
-  inHead ? onHead() : onRequest();
-}
-
-void HttpConnection::onUnreadable(const Error& error) {
-  if (error == http::error::header_limit) {
-    return refuse(status::request_header_fields_too_large, "The request's head is too large.");
-  }
-  if (error == http::error::body_limit || isNumberTooLarge(error)) {
-    return refuse(status::payload_too_large, "The request is too large.");
-  }
-  refuse(status::bad_request, "This is no HTTP request: " + error.message() + ".");
-}
-
-/// The parser reports the same error for a length that is no number and for one that it cannot
-/// hold. The line that it stopped at is the next in the buffer.
-bool HttpConnection::isNumberTooLarge(const Error& error) const {
-  if (error != http::error::bad_content_length) return false;
-  const std::string_view rest(static_cast<const char*>(buffer_.data().data()), buffer_.size());
-  const std::string_view line = rest.substr(0, rest.find('\r'));
-  const std::size_t start = line.find_first_not_of(" \t", line.find(':') + 1);
-  const std::size_t end = line.find_last_not_of(" \t") + 1;
-  if (start >= end) return false;
-  std::uint64_t number = 0;
-  const auto [stop, reason] = std::from_chars(line.data() + start, line.data() + end, number);
-  return reason == std::errc::result_out_of_range && stop == line.data() + end;
 }
 
 void HttpConnection::onHead() {
   ++requests_;
-  parsedBytes_ = 0;
+  firstDeadline_.reset();
   state_ = State::kReadingBody;
-  const HttpRequest& head = parser_->get();
-  if (auto refused = refusalByHead(head, shared_.limits)) return respond(std::move(*refused));
+  const HttpRequest& head = reader_.request();
+  if (auto refused = refusalByHead(head, shared_.limits, shared_.names, local_)) {
+    return respond(std::move(*refused));
+  }
   if (head.method() == http::verb::options) return respond(optionsResponse());
+  if (shared_.access != nullptr) {
+    login_ = loginOf(head);
+    if (!login_) return respond(passwordRefusal("A user and a password are asked for."));
+    if (shared_.access->isKnown(*login_)) {
+      login_.reset();
+    } else if (!shared_.access->mayTry(client_)) {
+      return refuse(status::too_many_requests, "Too many wrong passwords.");
+    }
+  }
   // Taken here, since fields may follow a body in chunks, too.
   cimHeaders_ = cimHeaders(head);
-  parser_->body_limit(shared_.limits.bodyBytes);
-  if (asksFirst(head) && buffer_.size() == 0 && !parser_->is_done()) return inviteBody();
+  if (asksFirst(head) && !reader_.hasUnreadBytes() && !reader_.isBodyComplete()) {
+    return inviteBody();
+  }
   parse();
 }
 
 void HttpConnection::inviteBody() {
   static constexpr std::string_view kInvitation = "HTTP/1.1 100 Continue\r\n\r\n";
-  net::async_write(socket_, net::buffer(kInvitation),
+  net::async_write(stream_, net::buffer(kInvitation),
                    [self = shared_from_this()](const Error& error, std::size_t) {
                      if (error || self->state_ == State::kClosed) return self->close();
                      self->read();
@@ -223,13 +210,9 @@ void HttpConnection::onRequest() {
   state_ = State::kAnswering;
   timer_.cancel();
   // The server runs as long as a handler or a worker has work for it.
-  auto work = [self = shared_from_this(), running = net::make_work_guard(socket_.get_executor())] {
+  auto work = [self = shared_from_this(), running = net::make_work_guard(stream_.get_executor())] {
     try {
-      CimXmlReply reply =
-          self->shared_.service.answer(self->cimHeaders_, self->parser_->get().body());
-      net::post(self->socket_.get_executor(), [self, reply = std::move(reply)]() mutable {
-        self->respond(cimResponse(std::move(reply)));
-      });
+      self->answer();
     } catch (...) {
       // For want of memory alone; the connection ends with its last owner, this work.
     }
@@ -239,13 +222,39 @@ void HttpConnection::onRequest() {
   }
 }
 
+/// The only function that runs on a worker.
+void HttpConnection::answer() {
+  const auto onStrand = [this](auto next) { net::post(stream_.get_executor(), std::move(next)); };
+  if (login_ && !shared_.access->verify(*login_, client_)) {
+    return onStrand([self = shared_from_this()] { self->refuseLogin(); });
+  }
+  CimXmlReply reply = shared_.service.answer(cimHeaders_, reader_.request().body());
+  onStrand([self = shared_from_this(), reply = std::move(reply)]() mutable {
+    self->respond(cimResponse(std::move(reply)));
+  });
+}
+
+/// Holds the refusal back, so that guessing takes time; no thread waits.
+void HttpConnection::refuseLogin() {
+  timer_.expires_after(shared_.limits.loginDelay);
+  timer_.async_wait([self = shared_from_this()](const Error&) {
+    self->respond(passwordRefusal("The user or the password is wrong."));
+  });
+}
+
 void HttpConnection::refuse(status code, const std::string& reason) {
   respond(refusal(code, reason));
 }
 
+/// A response that lets the connection go on promises how long; so many are never open that the
+/// promise would have to be broken for a new client. What has come in when the server is to stop
+/// is answered still.
 bool HttpConnection::mayGoOn(const HttpResponse& response) const {
-  return response.result_int() < 400 && parser_ && parser_->get().version() >= 11 &&
-         parser_->get().keep_alive() && requests_ < kRequestsPerConnection && !shared_.stopping;
+  const bool isCrowded = registry_.count() * 2 > std::max(shared_.limits.connections, 2U);
+  const bool isStopping = shared_.stopping && !reader_.hasUnreadBytes();
+  return response.result_int() < 400 && reader_.hasRequest() &&
+         reader_.request().version() >= 11 && reader_.request().keep_alive() &&
+         requests_ < kRequestsPerConnection && !isCrowded && !isStopping;
 }
 
 void HttpConnection::respond(HttpResponse response) {
@@ -254,24 +263,24 @@ void HttpConnection::respond(HttpResponse response) {
   response_ = std::move(response);
   goesOn_ = mayGoOn(response_);
   response_.keep_alive(goesOn_);
+  response_.set(http::field::date, httpDate());
   if (goesOn_) {
     response_.set(http::field::keep_alive,
                   "timeout=" + std::to_string(shared_.limits.idleTime.count()) +
                       ", max=" + std::to_string(kRequestsPerConnection - requests_));
   }
   response_.prepare_payload();
-  writeDeadline_ = Clock::now() + shared_.limits.requestTime +
-                   seconds(response_.body().size() / kSlowestBytesPerSecond);
-  expireAt(writeDeadline_);
   serializer_.emplace(response_);
   write();
 }
 
+/// Each part that the client takes gives it time for the next.
 void HttpConnection::write() {
-  if (shared_.stopping) expireAt(std::min(writeDeadline_, Clock::now() + kFinishTime));
-  http::async_write_some(socket_, *serializer_,
+  const Clock::duration time = shared_.limits.requestTime;
+  expireAt(Clock::now() + (shared_.stopping ? std::min<Clock::duration>(kFinishTime, time) : time));
+  http::async_write_some(stream_, *serializer_,
                          [self = shared_from_this()](const Error& error, std::size_t) {
-                           if (error || self->tooSlow_) return self->close();
+                           if (self->hasEnded(error)) return self->close();
                            self->serializer_->is_done() ? self->onWritten() : self->write();
                          });
 }
@@ -283,30 +292,36 @@ void HttpConnection::onWritten() {
 }
 
 void HttpConnection::finish() {
+  if (!stream_.isEncrypted()) return endSending();
   state_ = State::kFinishing;
-  parser_.reset();
+  expireAt(Clock::now() + kFinishTime);
+  stream_.async_shutdown([self = shared_from_this()](const Error&) { self->endSending(); });
+}
+
+void HttpConnection::endSending() {
+  if (tooSlow_ || state_ == State::kClosed) return close();
+  state_ = State::kFinishing;
+  reader_.end();
   Error ignored;
-  socket_.shutdown(Socket::shutdown_send, ignored);
+  stream_.socket().shutdown(HttpStream::Socket::shutdown_send, ignored);
   expireAt(Clock::now() + kFinishTime);
   drain();
 }
 
 void HttpConnection::drain() {
-  buffer_.clear();
-  socket_.async_read_some(buffer_.prepare(kReadBytes),
-                          [self = shared_from_this()](const Error& error, std::size_t count) {
-                            self->droppedBytes_ += count;
-                            const bool isEnough = self->droppedBytes_ > kFinishBytes;
-                            if (error || self->tooSlow_ || isEnough) return self->close();
-                            self->drain();
-                          });
+  stream_.socket().async_read_some(
+      reader_.prepare(), [self = shared_from_this()](const Error& error, std::size_t count) {
+        self->droppedBytes_ += count;
+        const bool isEnough = self->droppedBytes_ > kFinishBytes;
+        isEnough || self->hasEnded(error) ? self->close() : self->drain();
+      });
 }
 
 void HttpConnection::close() {
   state_ = State::kClosed;
   timer_.cancel();
   Error ignored;
-  socket_.close(ignored);
+  stream_.socket().close(ignored);
 }
 
 /// Sets the time of the current step. What is under way when it comes ends.
@@ -317,7 +332,7 @@ void HttpConnection::expireAt(Clock::time_point time) {
     if (error || self->timer_.expiry() > Clock::now()) return;
     self->tooSlow_ = true;
     Error ignored;
-    self->socket_.cancel(ignored);
+    self->stream_.socket().cancel(ignored);
   });
 }
 

@@ -6,8 +6,6 @@
 #include <atomic>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/serializer.hpp>
 #include <chrono>
 #include <cstddef>
@@ -15,8 +13,12 @@
 #include <optional>
 #include <string>
 
+#include "http_access.h"
 #include "http_connections.h"
 #include "http_messages.h"
+#include "http_request_reader.h"
+#include "http_stream.h"
+#include "served_names.h"
 #include "work_queue.h"
 
 namespace cimom {
@@ -25,6 +27,9 @@ namespace cimom {
 struct HttpSharedState {
   const CimXmlService& service;
   const HttpLimits limits;
+  const ServedNames names;
+  /// Null where nobody is asked for a password.
+  HttpAccess* access;
   /// Whole requests are answered here; reading and writing takes none of these threads.
   WorkQueue& workers;
   std::atomic<bool> stopping = false;
@@ -37,37 +42,38 @@ struct HttpSharedState {
 /// socket was made with.
 class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
  public:
-  using Socket = boost::asio::ip::tcp::socket;
-
-  /// `registry` outlives the connection, which takes itself out at its end.
-  HttpConnection(Socket socket, HttpSharedState& shared, HttpConnections& registry);
+  /// Plain where `tls` is null. `client` is what counts as one at the other side. The registry
+  /// outlives the connection, which takes itself out at its end.
+  HttpConnection(HttpStream::Socket socket, boost::asio::ssl::context* tls,
+                 const boost::asio::ip::address& client, HttpSharedState& shared,
+                 HttpConnections& registry);
   ~HttpConnection();
   HttpConnection(const HttpConnection&) = delete;
   HttpConnection& operator=(const HttpConnection&) = delete;
 
   /// Begins with the first request.
   void serve();
-  /// Says that the server is busy, whatever the client wants, and ends the connection.
+  /// Says that the server is busy, whatever the client wants, and ends the connection; with TLS
+  /// only the latter.
   void turnAway();
 
-  /// Ends the connection as soon as the request that has arrived whole, if there is one, is
+  /// Ends the connection as soon as the requests that have arrived whole, if there are any, are
   /// answered.
   void stop();
-  /// Ends the connection unless a request has arrived whole.
-  void makeRoom();
 
  private:
   using Clock = std::chrono::steady_clock;
   using Error = boost::system::error_code;
-  using Parser = boost::beast::http::request_parser<boost::beast::http::string_body>;
   using Serializer = boost::beast::http::response_serializer<boost::beast::http::string_body>;
 
   enum class State {
+    /// Waits for TLS to begin, or is beginning with it.
+    kHandshaking,
     /// Waits for a request's first byte.
     kIdle,
     kReadingHead,
     kReadingBody,
-    /// The request has arrived whole and is a worker's.
+    /// The request has arrived whole and is a worker's, or its refusal is held back.
     kAnswering,
     kWriting,
     /// Waits for the client to end its side, so that it still reads what was written.
@@ -75,48 +81,53 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
     kClosed,
   };
 
+  void awaitTls();
+  void onTlsArrived();
   void awaitRequest();
   void read();
   void onRead(const Error& error, std::size_t count);
   void onLastRead();
   void parse();
-  Error feedParser(bool inHead);
-  void onUnreadable(const Error& error);
-  bool isNumberTooLarge(const Error& error) const;
   void onHead();
   void inviteBody();
-  void onRequest();
 
+  void onRequest();
+  void answer();
+  void refuseLogin();
   void refuse(boost::beast::http::status status, const std::string& reason);
   void respond(HttpResponse response);
   bool mayGoOn(const HttpResponse& response) const;
   void write();
   void onWritten();
   void finish();
+  void endSending();
   void drain();
   void close();
 
   void expireAt(Clock::time_point time);
+  bool hasEnded(const Error& error) const { return error || tooSlow_ || state_ == State::kClosed; }
 
-  Socket socket_;
+  HttpStream stream_;
   boost::asio::steady_timer timer_;
   HttpSharedState& shared_;
   HttpConnections& registry_;
+  boost::asio::ip::address client_;
+  boost::asio::ip::address local_;
   State state_ = State::kIdle;
   /// The time of the current step has passed.
   bool tooSlow_ = false;
+  /// By when the first request's head has to be there, where TLS took a part of its time.
+  std::optional<Clock::time_point> firstDeadline_;
   /// Requests whose head has been read.
   std::size_t requests_ = 0;
 
-  boost::beast::flat_buffer buffer_;
-  std::optional<Parser> parser_;
-  /// Bytes of the current request's head or body that have been parsed.
-  std::size_t parsedBytes_ = 0;
+  HttpRequestReader reader_;
   CimXmlHeaders cimHeaders_;
+  /// What is still to be checked before the request is answered.
+  std::optional<HttpLogin> login_;
 
   HttpResponse response_;
   std::optional<Serializer> serializer_;
-  Clock::time_point writeDeadline_;
   bool goesOn_ = false;
   std::size_t droppedBytes_ = 0;
 };

@@ -1,12 +1,14 @@
 #include "http_connections.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace cimom {
 
-void HttpConnections::add(const std::shared_ptr<HttpConnection>& connection) {
+void HttpConnections::add(const std::shared_ptr<HttpConnection>& connection,
+                          const Address& client) {
   const std::lock_guard lock(mutex_);
-  entries_[connection.get()] = {connection, std::nullopt};
+  entries_[connection.get()] = {connection, client};
 }
 
 void HttpConnections::remove(const HttpConnection* connection) noexcept {
@@ -14,16 +16,15 @@ void HttpConnections::remove(const HttpConnection* connection) noexcept {
   entries_.erase(connection);
 }
 
-void HttpConnections::setIdle(const HttpConnection* connection, bool isIdle) {
-  const std::lock_guard lock(mutex_);
-  const auto found = entries_.find(connection);
-  if (found == entries_.end()) return;
-  found->second.idleSince = isIdle ? std::optional(Clock::now()) : std::nullopt;
-}
-
 std::size_t HttpConnections::count() const {
   const std::lock_guard lock(mutex_);
   return entries_.size();
+}
+
+std::size_t HttpConnections::countOf(const Address& client) const {
+  const std::lock_guard lock(mutex_);
+  const auto isOfClient = [&](const auto& entry) { return entry.second.client == client; };
+  return static_cast<std::size_t>(std::ranges::count_if(entries_, isOfClient));
 }
 
 std::vector<std::shared_ptr<HttpConnection>> HttpConnections::all() const {
@@ -34,22 +35,6 @@ std::vector<std::shared_ptr<HttpConnection>> HttpConnections::all() const {
     if (auto connection = entry.connection.lock()) connections.push_back(std::move(connection));
   }
   return connections;
-}
-
-std::shared_ptr<HttpConnection> HttpConnections::takeLongestIdle() {
-  std::shared_ptr<HttpConnection> taken;
-  const std::lock_guard lock(mutex_);
-  auto longest = entries_.end();
-  for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
-    if (!entry->second.idleSince) continue;
-    const bool isLonger =
-        longest == entries_.end() || *entry->second.idleSince < *longest->second.idleSince;
-    if (isLonger) longest = entry;
-  }
-  if (longest == entries_.end()) return nullptr;
-  taken = longest->second.connection.lock();
-  entries_.erase(longest);
-  return taken;
 }
 
 }  // namespace cimom

@@ -18,6 +18,7 @@ namespace net = boost::asio;
 using boost::system::error_code;
 
 constexpr int kBacklog = 64;
+constexpr int kMostWaiting = 2 * kBacklog;
 constexpr std::chrono::milliseconds kPauseWithoutResources{50};
 
 /// True for the want of descriptors or memory, which passes.
@@ -44,19 +45,27 @@ void closeInChildren(int descriptor) {
 
 }  // namespace
 
+net::ip::tcp::resolver::results_type resolveListener(net::io_context& context,
+                                                     const std::string& address, int port) {
+  const bool isBracketed = address.starts_with('[') && address.ends_with(']');
+  const std::string name = isBracketed ? address.substr(1, address.size() - 2) : address;
+  // To the resolver no name at all means every address.
+  if (name.empty()) throw std::runtime_error(gai_strerror(EAI_NONAME));
+  using Resolver = net::ip::tcp::resolver;
+  error_code error;
+  auto endpoints =
+      Resolver(context).resolve(name, std::to_string(port),
+                                Resolver::passive | Resolver::numeric_service, error);
+  if (error) throw std::runtime_error(resolverReason(error));
+  return endpoints;
+}
+
 HttpListener::HttpListener(net::io_context& context)
     : context_(context), acceptor_(context), pause_(context) {}
 
 int HttpListener::listen(const std::string& address, int port) {
-  // To the resolver no name at all means every address.
-  if (address.empty()) throw std::runtime_error(gai_strerror(EAI_NONAME));
   error_code error;
-  Tcp::resolver resolver(context_);
-  const auto endpoints =
-      resolver.resolve(address, std::to_string(port),
-                       Tcp::resolver::passive | Tcp::resolver::numeric_service, error);
-  if (error) throw std::runtime_error(resolverReason(error));
-  for (const auto& entry : endpoints) {
+  for (const auto& entry : resolveListener(context_, address, port)) {
     error = open(entry.endpoint());
     if (!error) return acceptor_.local_endpoint().port();
   }
@@ -82,9 +91,26 @@ void HttpListener::start(Take take, Fail fail) {
 }
 
 void HttpListener::close() {
+  takeWaiting();
   error_code ignored;
   acceptor_.close(ignored);
   pause_.cancel();
+}
+
+void HttpListener::takeWaiting() {
+  error_code error;
+  acceptor_.non_blocking(true, error);
+  // Clients that go on connecting do not hold up a stop.
+  for (int i = 0; i < kMostWaiting && !error; ++i) {
+    Socket socket(net::make_strand(context_));
+    acceptor_.accept(socket, error);
+    if (!error) take(std::move(socket));
+  }
+}
+
+void HttpListener::take(Socket socket) {
+  closeInChildren(socket.native_handle());
+  take_(std::move(socket));
 }
 
 void HttpListener::accept() {
@@ -94,6 +120,8 @@ void HttpListener::accept() {
 }
 
 void HttpListener::onAccept(const error_code& error, Socket socket) {
+  // A connection that was taken before the end counts after it too.
+  if (!error) take(std::move(socket));
   if (!acceptor_.is_open()) return;
   if (isFinal(error)) return fail_(error);
   if (isWant(error)) {
@@ -104,10 +132,6 @@ void HttpListener::onAccept(const error_code& error, Socket socket) {
     return;
   }
   // Every other error is that of one client which has gone again.
-  if (!error) {
-    closeInChildren(socket.native_handle());
-    take_(std::move(socket));
-  }
   accept();
 }
 

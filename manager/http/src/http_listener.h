@@ -9,6 +9,11 @@
 
 namespace cimom {
 
+/// What the address, also one in brackets, or name stands for. Throws std::runtime_error with the
+/// reason why it stands for nothing.
+boost::asio::ip::tcp::resolver::results_type resolveListener(boost::asio::io_context& context,
+                                                             const std::string& address, int port);
+
 /// Takes connections at one address and hands them over. For the thread that runs the context.
 class HttpListener {
  public:
@@ -25,7 +30,7 @@ class HttpListener {
   int listen(const std::string& address, int port);
 
   void start(Take take, Fail fail);
-  /// Takes no more connections and closes the port.
+  /// Hands over the connections that wait in the kernel, then takes no more and closes the port.
   void close();
 
  private:
@@ -33,6 +38,8 @@ class HttpListener {
 
   boost::system::error_code open(const Tcp::endpoint& endpoint);
   void accept();
+  void takeWaiting();
+  void take(Socket socket);
   void onAccept(const boost::system::error_code& error, Socket socket);
 
   boost::asio::io_context& context_;

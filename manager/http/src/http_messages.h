@@ -5,8 +5,8 @@
 
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
-#include <optional>
 #include <string>
+#include <string_view>
 
 namespace cimom {
 
@@ -16,13 +16,15 @@ using HttpResponse = boost::beast::http::response<boost::beast::http::string_bod
 /// Largest head of a request.
 constexpr std::size_t kHttpHeadBytes = std::size_t{16} << 10;
 
+/// A field's value, the first where there are several; empty where there is none.
+std::string_view valueOf(const HttpRequest& head, boost::beast::http::field name);
+
 /// A refusal with its reason for a person; the connection ends with it, since after one the server
 /// cannot know where the next request would start.
 HttpResponse refusal(boost::beast::http::status status, const std::string& reason);
 
-/// The refusal that a request earns by its head alone; nothing for one whose body is to be read,
-/// and for OPTIONS. A head that states the request's length in more than one way is refused.
-std::optional<HttpResponse> refusalByHead(const HttpRequest& head, const HttpLimits& limits);
+/// The refusal that asks for a password.
+HttpResponse passwordRefusal(const std::string& reason);
 
 /// What DMTF DSP0200 lets a client ask for before its first operation.
 HttpResponse optionsResponse();
@@ -31,5 +33,8 @@ HttpResponse optionsResponse();
 CimXmlHeaders cimHeaders(const HttpRequest& head);
 
 HttpResponse cimResponse(CimXmlReply reply);
+
+/// The time of day as HTTP writes it.
+std::string httpDate();
 
 }  // namespace cimom

@@ -4,13 +4,17 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <cerrno>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
+#include "client_address.h"
+#include "http_access.h"
 #include "http_connection.h"
 #include "http_connections.h"
 #include "http_listener.h"
+#include "tls_context.h"
 #include "work_queue.h"
 
 #include <unistd.h>
@@ -30,9 +34,13 @@ constexpr std::size_t kMostTurnedAway = 64;
 /// whole requests.
 class CimXmlHttpServer::Implementation {
  public:
-  Implementation(const CimXmlService& service, const HttpLimits& limits)
-      : workers_(std::max(limits.requests, 1U), limits.waiting),
-        shared_{service, limits, workers_} {}
+  Implementation(const CimXmlService& service, const HttpSettings& settings)
+      : workers_(std::max(settings.limits.requests, 1U), settings.limits.waiting),
+        shared_{service, settings.limits, namesOf(settings), accessOf(settings), workers_} {}
+  /// Connections that a stop has left end with the context, before the registries that know them.
+  ~Implementation() { workers_.finish(); }
+  Implementation(const Implementation&) = delete;
+  Implementation& operator=(const Implementation&) = delete;
 
   int listen(const std::string& address, int port) {
     try {
@@ -43,7 +51,7 @@ class CimXmlHttpServer::Implementation {
     }
   }
 
-  void run(int stopDescriptor) {
+  bool run(int stopDescriptor) {
     net::posix::stream_descriptor stopSignal(context_, duplicate(stopDescriptor));
     stopSignal.async_wait(net::posix::stream_descriptor::wait_read,
                           [this](const error_code&) { stop(); });
@@ -52,33 +60,52 @@ class CimXmlHttpServer::Implementation {
                       failure_ = error;
                       stopSignal.cancel();
                     });
-    runContext();
+    const bool isDone = runContext();
     if (failure_) {
       throw std::system_error(failure_.value(), std::generic_category(), "accept");
     }
+    return isDone;
   }
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   static int duplicate(int descriptor) {
     const int copy = dup(descriptor);
     if (copy < 0) throw std::system_error(errno, std::generic_category(), "dup");
     return copy;
   }
 
+  ServedNames namesOf(const HttpSettings& settings) {
+    if (settings.tlsCertificate.empty()) return ServedNames(settings.serverNames);
+    tls_.emplace(settings.tlsCertificate, settings.tlsKey);
+    return ServedNames(settings.serverNames,
+                       [this](const std::string& name) { return tls_->certifies(name); });
+  }
+
+  HttpAccess* accessOf(const HttpSettings& settings) {
+    if (settings.passwordFile.empty()) return nullptr;
+    return &access_.emplace(settings.passwordFile, settings.limits);
+  }
+
   /// Nothing that goes wrong with one client, want of memory included, concerns the others: its
   /// connection ends with the handler that threw.
-  void runContext() {
+  bool runContext() {
     for (;;) {
       try {
-        context_.run();
-        return;
+        while (!shared_.stopping && context_.run_one() > 0) {
+        }
+        context_.run_until(stopDeadline_);
+        return context_.stopped();
       } catch (const std::exception&) {
         continue;
       }
     }
   }
 
+  /// What waits in the kernel is taken still: its requests may have arrived whole.
   void stop() {
+    stopDeadline_ = Clock::now() + shared_.limits.stopTime;
     shared_.stopping = true;
     listener_.close();
     for (const auto& connection : connections_.all()) connection->stop();
@@ -86,34 +113,41 @@ class CimXmlHttpServer::Implementation {
 
   void take(HttpListener::Socket socket) noexcept {
     try {
-      makeRoom();
-      const bool isFull = connections_.count() >= std::max(shared_.limits.connections, 1U);
-      HttpConnections& holder = isFull ? turnedAway_ : connections_;
-      if (isFull && turnedAway_.count() >= kMostTurnedAway) return;
-      const auto connection = std::make_shared<HttpConnection>(std::move(socket), shared_, holder);
-      holder.add(connection);
-      isFull ? connection->turnAway() : connection->serve();
+      error_code ignored;
+      const auto client = clientOf(socket.remote_endpoint(ignored).address());
+      const bool isRefused = isFullFor(client);
+      HttpConnections& holder = isRefused ? turnedAway_ : connections_;
+      if (isRefused && turnedAway_.count() >= kMostTurnedAway) return;
+      const auto connection = std::make_shared<HttpConnection>(
+          std::move(socket), tls_ ? &tls_->get() : nullptr, client, shared_, holder);
+      holder.add(connection, client);
+      isRefused ? connection->turnAway() : connection->serve();
     } catch (...) {
       // The connection is closed; no response can be sent.
     }
   }
 
-  void makeRoom() {
-    if (connections_.count() < std::max(shared_.limits.connections, 1U)) return;
-    if (const auto idle = connections_.takeLongestIdle()) idle->makeRoom();
+  bool isFullFor(const HttpConnections::Address& client) const {
+    const HttpLimits& limits = shared_.limits;
+    return connections_.count() >= std::max(limits.connections, 1U) ||
+           connections_.countOf(client) >= std::max(limits.connectionsPerClient, 1U);
   }
 
-  net::io_context context_{1};
+  // What connections refer to comes first, and goes last.
   HttpConnections connections_;
   HttpConnections turnedAway_;
+  std::optional<TlsContext> tls_;
+  std::optional<HttpAccess> access_;
+  net::io_context context_{1};
   WorkQueue workers_;
   HttpSharedState shared_;
   HttpListener listener_{context_};
+  Clock::time_point stopDeadline_;
   error_code failure_;
 };
 
-CimXmlHttpServer::CimXmlHttpServer(const CimXmlService& service, const HttpLimits& limits)
-    : implementation_(std::make_unique<Implementation>(service, limits)) {}
+CimXmlHttpServer::CimXmlHttpServer(const CimXmlService& service, const HttpSettings& settings)
+    : implementation_(std::make_unique<Implementation>(service, settings)) {}
 
 CimXmlHttpServer::~CimXmlHttpServer() = default;
 
@@ -121,8 +155,20 @@ int CimXmlHttpServer::listen(const std::string& address, int port) {
   return implementation_->listen(address, port);
 }
 
-void CimXmlHttpServer::run(int stopDescriptor) {
-  implementation_->run(stopDescriptor);
+bool CimXmlHttpServer::run(int stopDescriptor) {
+  return implementation_->run(stopDescriptor);
+}
+
+bool isLoopback(const std::string& address) {
+  net::io_context context;
+  try {
+    const auto endpoints = resolveListener(context, address, 0);
+    return std::ranges::all_of(endpoints, [](const auto& entry) {
+      return unmapped(entry.endpoint().address()).is_loopback();
+    });
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("cannot listen at " + address + ": " + error.what());
+  }
 }
 
 }  // namespace cimom

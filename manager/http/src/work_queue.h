@@ -5,6 +5,9 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <stdexcept>
+#include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -15,21 +18,33 @@ class WorkQueue {
  public:
   using Work = std::function<void()>;
 
-  /// `capacity` is how much may wait while all threads are at work.
+  /// `capacity` is how much may wait while all threads are at work. Throws std::runtime_error when
+  /// the threads cannot be made.
   WorkQueue(unsigned threads, std::size_t capacity) : idle_(threads), capacity_(capacity) {
-    for (unsigned i = 0; i < threads; ++i) threads_.emplace_back([this] { run(); });
+    try {
+      for (unsigned i = 0; i < threads; ++i) threads_.emplace_back([this] { run(); });
+    } catch (const std::system_error& error) {
+      // Those that were made run already.
+      finish();
+      throw std::runtime_error("cannot make " + std::to_string(threads) +
+                               " threads for requests: " + error.code().message());
+    }
   }
-  /// Waits for what has been taken, waiting work too.
-  ~WorkQueue() {
+  ~WorkQueue() { finish(); }
+  WorkQueue(const WorkQueue&) = delete;
+  WorkQueue& operator=(const WorkQueue&) = delete;
+
+  /// Waits for what has been taken, waiting work too, and ends the threads. Once this has begun no
+  /// more may be offered.
+  void finish() {
     {
       const std::lock_guard lock(mutex_);
       ending_ = true;
     }
     changed_.notify_all();
     for (std::thread& thread : threads_) thread.join();
+    threads_.clear();
   }
-  WorkQueue(const WorkQueue&) = delete;
-  WorkQueue& operator=(const WorkQueue&) = delete;
 
   /// False, and `work` untouched, when too much waits already.
   bool offer(Work&& work) {

@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <csignal>
 #include <exception>
@@ -12,6 +15,17 @@
 namespace {
 
 constexpr int kFailure = 1;
+
+/// Opens what the parent has closed, so that nothing that is opened later is taken for it. Writing
+/// there and reading fail as they would with closed descriptors.
+void keepStandardDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    const bool isOpen = fcntl(descriptor, F_GETFD) >= 0;
+    const int direction = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+    // The lowest that is free is this one.
+    if (!isOpen && open("/dev/null", direction) != descriptor) return;
+  }
+}
 
 /// A reader that has closed the pipe is no error to report; a full disk is.
 int outcomeOf(const pcicim::StandardOutputBuffer& output) {
@@ -28,6 +42,7 @@ int outcomeOf(const pcicim::StandardOutputBuffer& output) {
 }  // namespace
 
 int main(int count, char** words) {
+  keepStandardDescriptors();
   std::signal(SIGPIPE, SIG_IGN);
   const pcicim::Parsed parsed = pcicim::parseCommandLine(count, words);
   if (parsed.done) {

@@ -93,17 +93,46 @@ class CommandLine {
     constexpr int kLastPort = 65535;
     CLI::App* serve =
         addCommand("serve", "Answer CIM clients over HTTP until stopped", Command::kServe);
-    serve->add_option("--bind", options_.address, "Listen at this address alone")
+    ServeOptions& options = options_.serve;
+    serve->add_option("--bind", options.address, "Listen at this address alone")
         ->type_name("ADDRESS")
         ->capture_default_str();
-    serve->add_option("--port", options_.port, "Listen at this port; 0 is any free one")
+    serve->add_option("--port", options.port,
+                      "Listen at this port; 0 is any free one (default: 5988, with TLS 5989)")
         ->type_name("N")
-        ->check(CLI::Range(0, kLastPort))
+        ->check(CLI::Range(0, kLastPort));
+    serve->add_option("--server-name", options.serverNames,
+                      "A name by which clients call this host; may be repeated")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    serve->add_option("--stop-time", options.stopTime,
+                      "Seconds that requests may take after SIGINT or SIGTERM")
+        ->type_name("N")
+        ->check(CLI::Range(0, 3600))
         ->capture_default_str();
+    addProtection(serve);
     serve->footer(
-        "Whoever reaches the address can ask: there is no password and no encryption.\n"
-        "SIGINT (Ctrl-C) and SIGTERM stop it once what it was asked is answered; a second one at\n"
-        "once.");
+        "Where others than this host reach the address it takes TLS and passwords, or\n"
+        "--allow-anyone. SIGINT (Ctrl-C) and SIGTERM stop it once what it was asked is answered,\n"
+        "within the stop time; a second one at once.");
+  }
+
+  void addProtection(CLI::App* serve) {
+    ServeOptions& options = options_.serve;
+    CLI::Option* certificate =
+        serve->add_option("--tls-certificate", options.tlsCertificate,
+                          "Speak HTTPS with this certificate (and its chain), in PEM")
+            ->type_name("FILE");
+    CLI::Option* key =
+        serve->add_option("--tls-key", options.tlsKey, "The certificate's key, in PEM")
+            ->type_name("FILE");
+    certificate->needs(key);
+    key->needs(certificate);
+    serve->add_option("--password-file", options.passwordFile,
+                      "Ask for a password; lines of user:hash as htpasswd -B writes them")
+        ->type_name("FILE");
+    serve->add_flag("--allow-anyone", options.allowAnyone,
+                    "Listen beyond this host also without TLS or without passwords");
   }
 
   CLI::App* addAssociation(const char* name, const char* description, Command command,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,25 @@ enum class Command {
 };
 
 enum class Format { kText, kMof, kJson };
+
+/// How `serve` serves.
+struct ServeOptions {
+  /// Where it listens: a numeric address or a name of this host.
+  std::string address = "127.0.0.1";
+  /// Any free one for 0; not given: the standard's, which differs with TLS.
+  std::optional<int> port;
+  /// What clients may call this host beside its own names.
+  std::vector<std::string> serverNames;
+  /// Files in PEM, both or neither.
+  std::string tlsCertificate;
+  std::string tlsKey;
+  /// Empty: nobody is asked for a password.
+  std::string passwordFile;
+  /// Listen also where others reach it, with neither TLS nor passwords.
+  bool allowAnyone = false;
+  /// Seconds for requests that are under way at a stop.
+  int stopTime = 30;
+};
 
 /// The command line, checked as far as words alone can be.
 struct Options {
@@ -46,9 +66,7 @@ struct Options {
   std::string role;
   std::string resultRole;
 
-  /// Where `serve` listens: a numeric address or a name of this host; port 0 is any free one.
-  std::string address = "127.0.0.1";
-  int port = 5988;
+  ServeOptions serve;
 };
 
 /// What reading the command line came to.

@@ -8,9 +8,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <iostream>
+#include <stdexcept>
 #include <system_error>
 
 namespace pcicim {
@@ -51,15 +54,60 @@ std::string nodeName() {
   return names.nodename;
 }
 
-bool isLoopback(const std::string& address) {
-  return address.starts_with("127.") || address == "::1" || address == "localhost";
+bool isEncrypted(const ServeOptions& options) {
+  return !options.tlsCertificate.empty();
+}
+
+/// Throws std::runtime_error where others than this host reach the address and could ask or listen
+/// in, unless that is wanted; then it is said.
+void checkReach(const ServeOptions& options) {
+  const bool asks = !options.passwordFile.empty();
+  if (cimom::isLoopback(options.address) || (asks && isEncrypted(options))) return;
+  if (!options.allowAnyone) {
+    throw std::runtime_error(
+        "others reach " + options.address +
+        ": give --tls-certificate, --tls-key and --password-file, or --allow-anyone");
+  }
+  const char* missing = asks ? "there is no encryption"
+                        : isEncrypted(options)
+                            ? "there is no password"
+                            : "there is no password and no encryption";
+  std::cerr << "pcicim: whoever reaches " << options.address
+            << (asks ? " can listen in; " : " can ask; ") << missing << '\n';
+}
+
+/// A name of the host with and without its domain.
+void addName(std::vector<std::string>& names, const std::string& name) {
+  if (name.empty()) return;
+  names.push_back(name);
+  names.push_back(name.substr(0, name.find('.')));
+}
+
+cimom::HttpSettings httpSettings(const ServeOptions& options, const std::string& hostName) {
+  cimom::HttpSettings settings;
+  settings.limits.stopTime = std::chrono::seconds(options.stopTime);
+  settings.serverNames = options.serverNames;
+  settings.serverNames.push_back(options.address);
+  addName(settings.serverNames, hostName);
+  addName(settings.serverNames, nodeName());
+  settings.tlsCertificate = options.tlsCertificate;
+  settings.tlsKey = options.tlsKey;
+  settings.passwordFile = options.passwordFile;
+  return settings;
+}
+
+int portOf(const ServeOptions& options) {
+  constexpr int kHttp = 5988;
+  constexpr int kHttps = 5989;
+  return options.port.value_or(isEncrypted(options) ? kHttps : kHttp);
 }
 
 /// An address as it is written in a URL; one that means every address is none to connect to.
 std::string urlHost(const std::string& address) {
   if (address == "0.0.0.0") return "127.0.0.1";
-  if (address == "::") return "[::1]";
-  return address.find(':') == std::string::npos ? address : "[" + address + "]";
+  if (address == "::" || address == "[::]") return "[::1]";
+  const bool isPlain = address.find(':') == std::string::npos || address.starts_with('[');
+  return isPlain ? address : "[" + address + "]";
 }
 
 /// The class to try: the first of the published ones that is there, so that another product's
@@ -72,50 +120,66 @@ std::string classToTry(const std::vector<std::string>& served,
 
 class Announcement {
  public:
-  Announcement(const Options& options, const Session& session, int port)
+  Announcement(const ServeOptions& options, const Session& session, int port)
       : options_(options),
         session_(session),
-        url_("http://" + urlHost(options.address) + ":" + std::to_string(port)) {}
+        place_(urlHost(hostOf(options)) + ":" + std::to_string(port)) {}
 
   void print(const std::vector<std::string>& classes, const std::string& tried,
              const std::string& nameSpace, std::ostream& out) const {
-    if (!isLoopback(options_.address)) {
-      std::cerr << "pcicim: whoever reaches " << options_.address
-                << " can ask; there is no password and no encryption\n";
-    }
-    out << "Serving " << subject() << " at " << url_ << "/cimom\n"
+    out << "Serving " << subject() << " at " << scheme() << place_ << "/cimom\n"
         << "Classes in namespace " << nameSpace << ":\n";
     for (const std::string& name : classes) out << "  " << name << '\n';
-    out << "Try: wbemcli -nl ei '" << url_ << '/' << nameSpace << ':' << tried << "'\n"
+    out << "Try: wbemcli -nl " << authority() << "ei '" << scheme() << login() << place_ << '/'
+        << nameSpace << ':' << tried << "'\n"
         << "Stop it with Ctrl-C or SIGTERM.\n"
         << std::flush;
   }
 
  private:
+  /// A name that is given is one that the certificate is likely to be for.
+  static const std::string& hostOf(const ServeOptions& options) {
+    const bool isNamed = isEncrypted(options) && !options.serverNames.empty();
+    return isNamed ? options.serverNames.front() : options.address;
+  }
   std::string subject() const {
     const std::string inventory = session_.inventory();
     return inventory.empty() ? "this host" : "the saved inventory " + inventory;
   }
+  const char* scheme() const { return isEncrypted(options_) ? "https://" : "http://"; }
+  std::string authority() const {
+    return isEncrypted(options_) ? "-cacert '" + options_.tlsCertificate + "' " : "";
+  }
+  const char* login() const { return options_.passwordFile.empty() ? "" : "USER:PASSWORD@"; }
 
-  const Options& options_;
+  const ServeOptions& options_;
   const Session& session_;
-  std::string url_;
+  std::string place_;
 };
+
+/// Requests that no answer came to hold their threads, and could hold the process for ever.
+[[noreturn]] void endWithoutWaiting(std::ostream& out) {
+  out.flush();
+  std::cerr << "pcicim: stopped with requests that were not answered in time\n" << std::flush;
+  std::_Exit(EXIT_FAILURE);
+}
 
 }  // namespace
 
 void serve(Session& session, const Options& options, const std::vector<std::string>& published,
            std::ostream& out) {
   stopAtSignals();
-  const std::string hostName = session.hostName();
-  const cimom::CimXmlSettings settings{.hostName = hostName.empty() ? nodeName() : hostName};
+  checkReach(options.serve);
+  const std::string given = session.hostName();
+  const std::string hostName = given.empty() ? nodeName() : given;
+  const cimom::CimXmlSettings settings{.hostName = hostName};
   const cimom::CimXmlService service(session.classes(), session.manager(), settings);
-  cimom::CimXmlHttpServer server(service);
-  const int port = server.listen(options.address, options.port);
+  cimom::CimXmlHttpServer server(service, httpSettings(options.serve, hostName));
+  const int port = server.listen(options.serve.address, portOf(options.serve));
   const std::vector<std::string> served = session.manager().servedClasses();
-  Announcement(options, session, port)
+  Announcement(options.serve, session, port)
       .print(served, classToTry(served, published), settings.nameSpace, out);
-  server.run(stopEvent);
+  if (!server.run(stopEvent)) endWithoutWaiting(out);
 }
 
 }  // namespace pcicim

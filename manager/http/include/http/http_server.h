@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace cimom {
 
@@ -13,50 +14,84 @@ namespace cimom {
 struct HttpLimits {
   /// Bytes of a request's body; more is answered with 413.
   std::size_t bodyBytes = std::size_t{1} << 20;
-  /// For a request to arrive whole, counted from its first byte; a slower one is answered with
-  /// 408. An answer gets the same time and a second more for every 64 KiB of it. What the
-  /// providers take is not counted.
+  /// For a request to arrive whole, counted from its first byte, with TLS from the beginning of the
+  /// handshake; a slower one is answered with 408. A client that takes nothing of its answer for
+  /// this long loses the rest. What the providers take is not counted.
   std::chrono::seconds requestTime{30};
-  /// How long a connection may stay open between requests.
+  /// How long a connection may stay open between requests; responses promise it.
   std::chrono::seconds idleTime{5};
   /// Requests answered at the same time, at least 1; each takes a thread.
   unsigned requests = 8;
   /// Whole requests that wait beyond those; the next is answered with 503.
   unsigned waiting = 32;
-  /// Open connections, at least 1. The one that has waited longest for its next request makes room
-  /// for a new one; where there is none such, the new one is answered with 503.
+  /// Open connections, at least 1; a client beyond them is answered with 503. When more than half
+  /// are open, connections end with their response, so that idle ones never hold all.
   unsigned connections = 128;
+  /// How many of those may come from one address (one network of 64 bits with IPv6).
+  unsigned connectionsPerClient = 64;
+  /// How long requests that have arrived whole may take after a stop.
+  std::chrono::seconds stopTime{30};
+
+  /// After so many wrong passwords in a row an address is answered with 429 until `loginPause` has
+  /// passed without another. What the server has accepted before is accepted all the same.
+  unsigned loginFailures = 10;
+  std::chrono::seconds loginPause{60};
+  /// How long the answer to a wrong password is held back.
+  std::chrono::milliseconds loginDelay{1000};
 };
 
-/// Serves CIM-XML over HTTP/1.1 without encryption and without asking who the client is.
+struct HttpSettings {
+  HttpLimits limits{};
+  /// Names and addresses by which clients may call the server, beside localhost, the address that
+  /// they are connected to, and what the certificate names. Requests for others are refused: a web
+  /// page can make a browser connect to any address, but not choose the name in its requests.
+  std::vector<std::string> serverNames{};
+  /// Files in PEM, both or neither: with them the server speaks TLS alone.
+  std::string tlsCertificate{};
+  std::string tlsKey{};
+  /// File with lines of `user:hash`; empty: nobody is asked for a password.
+  std::string passwordFile{};
+};
+
+/// Serves CIM-XML over HTTP/1.1, plain or with TLS 1.2 and later, with HTTP basic authentication
+/// where there is a password file.
 ///
 /// Takes POST at /cimom and at /; OPTIONS returns what the server can do, other methods are
 /// answered with 405 (M-POST with 501, upon which clients use POST). A request head of more than 16
-/// KiB is answered with 431, a body in an encoding with 415, one of unknown length with 411.
+/// KiB is answered with 431, a body in an encoding with 415, one of unknown length with 411, one
+/// for another server with 421, one that a web page caused with 403.
 ///
-///     CimXmlHttpServer server(service);
+///     CimXmlHttpServer server(service, {});
 ///     const int port = server.listen("127.0.0.1", 5988);
-///     server.run(stopDescriptor);
+///     const bool isClean = server.run(stopDescriptor);
 class CimXmlHttpServer {
  public:
-  /// The service outlives the server.
-  explicit CimXmlHttpServer(const CimXmlService& service, const HttpLimits& limits = {});
+  /// The service outlives the server. Throws std::runtime_error when a file of the settings cannot
+  /// be used, with its name and the line, or when the threads for requests cannot be made.
+  CimXmlHttpServer(const CimXmlService& service, const HttpSettings& settings);
+  /// Waits for requests that are being answered, without a bound.
   ~CimXmlHttpServer();
   CimXmlHttpServer(const CimXmlHttpServer&) = delete;
   CimXmlHttpServer& operator=(const CimXmlHttpServer&) = delete;
 
-  /// Starts to listen at a numeric address or a host's name, at any free port for port 0, and
-  /// returns the port. Throws std::runtime_error that names the address and the reason. Once only.
+  /// Starts to listen at a numeric address (also in brackets) or a host's name, at any free port
+  /// for port 0, and returns the port. Throws std::runtime_error that names the address and the
+  /// reason. Once only.
   int listen(const std::string& address, int port);
 
   /// Serves until the descriptor can be read, which it leaves unread: then takes no more
-  /// connections, finishes the requests that have arrived whole, and returns. Call after listen(),
-  /// once only. Throws std::system_error when no more connections can be taken at all.
-  void run(int stopDescriptor);
+  /// connections, answers the requests that have arrived whole, and returns true; false when
+  /// HttpLimits::stopTime was not enough for them. Call after listen(), once only. Throws
+  /// std::system_error when no more connections can be taken at all.
+  [[nodiscard]] bool run(int stopDescriptor);
 
  private:
   class Implementation;
   std::unique_ptr<Implementation> implementation_;
 };
+
+/// True when everything that the address or name stands for is reached from this host alone. Throws
+/// std::runtime_error that names the address and the reason when it stands for nothing.
+bool isLoopback(const std::string& address);
 
 }  // namespace cimom
