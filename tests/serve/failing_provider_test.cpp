@@ -29,7 +29,8 @@ TEST(FailingProvider, TheCommandSaysWhichProviderFailedAndHow) {
       {{"enum", "Failing_Thing", "--names"}, "the provider of Failing_Thing failed\n"},
       {{"enum", "Failing_Thing"}, "the provider of Failing_Thing failed: out of order\n"},
       {{"get", "Failing_Thing.Name=\"x\""},
-       "CIM_ERR_ACCESS_DENIED: the provider of Failing_Thing reports it\n"},
+       "CIM_ERR_ACCESS_DENIED: the provider of Failing_Thing returned code 2 "
+       "(CIM_ERR_ACCESS_DENIED) without a text\n"},
       {{"enum", "Failing_Maker"}, "factory Failing_Maker_Create_InstanceMI failed\n"},
   };
   for (const auto& [arguments, reason] : cases) {

@@ -107,18 +107,67 @@ TEST(HttpLimits, ConnectionsBeyondThoseThatMayBeOpenAreTurnedAway) {
   EXPECT_THAT(answer, StartsWith(kOk));
 }
 
-TEST(HttpLimits, TheConnectionThatHasWaitedLongestMakesRoom) {
-  const RunningServer server({.idleTime = seconds(60), .connections = 2});
-  RawClient first(server.port());
-  RawClient second(server.port());
-  for (RawClient* client : {&first, &second}) {
-    ASSERT_TRUE(client->send(wireText(getThing("a"))));
-    client->receiveUntil("</CIM>");
+TEST(HttpLimits, IdleConnectionsKeepWhatWasPromisedAndNeverHoldAll) {
+  const RunningServer server({.idleTime = seconds(60), .connections = 4});
+  std::vector<std::unique_ptr<RawClient>> idle;
+  for (int i = 0; i < 2; ++i) {
+    idle.push_back(std::make_unique<RawClient>(server.port()));
+    ASSERT_TRUE(idle.back()->send(wireText(getThing("a"))));
+    EXPECT_THAT(idle.back()->receiveUntil("</CIM>"), HasSubstr("Keep-Alive: timeout=60"));
   }
-  EXPECT_THAT(asking(server)->receiveAll(), StartsWith(kOk));
-  EXPECT_THAT(first.receiveAll(), IsEmpty());
-  ASSERT_TRUE(second.send(wireText(getThing("a"))));
-  EXPECT_THAT(second.receiveUntil("</CIM>"), StartsWith(kOk));
+  for (int i = 0; i < 10; ++i) {
+    RawClient further(server.port());
+    ASSERT_TRUE(further.send(wireText(getThing("a"))));
+    const std::string answer = further.receiveAll();
+    EXPECT_THAT(answer, StartsWith(kOk));
+    EXPECT_THAT(answer, HasSubstr("Connection: close"));
+    EXPECT_THAT(answer, testing::Not(HasSubstr("Keep-Alive")));
+  }
+  for (const auto& client : idle) {
+    ASSERT_TRUE(client->send(wireText(getThing("a"))));
+    EXPECT_THAT(client->receiveUntil("</CIM>"), StartsWith(kOk));
+  }
+}
+
+TEST(HttpLimits, OneClientDoesNotTakeAllConnections) {
+  const RunningServer server({.connections = 8, .connectionsPerClient = 2});
+  const RawClient first(server.port());
+  const RawClient second(server.port());
+  EXPECT_THAT(asking(server)->receiveAll(), StartsWith("HTTP/1.1 503 "));
+  RawClient other(server.port(), "127.0.0.2");
+  ASSERT_TRUE(other.send(wireText(getThing("a"), "Connection: close\r\n")));
+  EXPECT_THAT(other.receiveAll(), StartsWith(kOk));
+}
+
+TEST(HttpLimits, ClientsThatReadNothingHoldUpNobody) {
+  RunningServer server({.requests = 1, .waiting = 1});
+  // More than the kernel takes off the server's hands.
+  server.host.setNote(std::string(20'000'000, 'n'));
+  std::vector<std::unique_ptr<RawClient>> deaf;
+  for (int i = 0; i < 4; ++i) {
+    deaf.push_back(asking(server));
+    deaf.back()->receiveUntil(kOk);
+  }
+  server.host.setNote("short");
+  EXPECT_THAT(asking(server)->receiveAll(), HasSubstr("short"));
+}
+
+TEST(HttpLimits, AClientThatTakesNothingIsNotWaitedForHoweverLargeItsAnswer) {
+  RunningServer server({.requestTime = seconds(1), .connections = 1});
+  server.host.setNote(std::string(20'000'000, 'n'));
+  const auto deaf = asking(server);
+  deaf->receiveUntil(kOk);
+  server.host.setNote("short");
+  // There is room for others as soon as the server has given up.
+  const auto end = steady_clock::now() + seconds(60);
+  std::string answer;
+  do {
+    answer = asking(server)->receiveAll();
+  } while (answer.starts_with("HTTP/1.1 503 ") && steady_clock::now() < end);
+  EXPECT_THAT(answer, HasSubstr("short"));
+  std::string rest;
+  EXPECT_NO_THROW(rest = deaf->receiveAll());
+  EXPECT_THAT(rest, testing::Not(testing::EndsWith("</CIM>")));
 }
 
 TEST(HttpLimits, ClientsThatAreSlowToAskHoldUpNobody) {
@@ -171,7 +220,7 @@ TEST(HttpLoad, EveryClientGetsItsOwnAnswers) {
   EXPECT_EQ(right, kClients * kRequests);
 }
 
-TEST(HttpLoad, IdleConnectionsMakeRoomForOthers) {
+TEST(HttpLoad, IdleConnectionsHoldNoWorker) {
   const RunningServer server({.idleTime = seconds(60), .requests = 1});
   RawClient idle(server.port());
   ASSERT_TRUE(idle.send(wireText(getThing("a"))));
@@ -223,6 +272,34 @@ TEST(HttpStop, OnlyClientsThatReadTheirAnswersAreWaitedFor) {
   EXPECT_FALSE(server.hasStopped(milliseconds(300)));
   EXPECT_THAT(reading->receiveAll(), testing::EndsWith("</CIM>"));
   EXPECT_TRUE(server.hasStopped(seconds(10)));
+}
+
+TEST(HttpStop, ARequestThatNeverEndsIsNotWaitedForLongerThanIsSaid) {
+  RunningServer server({.stopTime = seconds(1)});
+  server.host.close();
+  const auto running = asking(server);
+  ASSERT_TRUE(server.host.waitForRequests(1));
+  server.askToStop();
+  ASSERT_TRUE(server.hasStopped(seconds(20)));
+  EXPECT_FALSE(server.hasAnsweredAll());
+}
+
+TEST(HttpStop, PipelinedRequestsThatHaveArrivedAreAnswered) {
+  RunningServer server;
+  server.host.close();
+  RawClient client(server.port());
+  std::string text;
+  for (int i = 0; i < 3; ++i) text += wireText(getThing("a"));
+  ASSERT_TRUE(client.send(text));
+  ASSERT_TRUE(server.host.waitForRequests(1));
+  server.askToStop();
+  EXPECT_FALSE(server.hasStopped(milliseconds(300)));
+  server.host.open();
+  const std::string answers = client.receiveAll();
+  int count = 0;
+  for (std::size_t at = 0; (at = answers.find("</CIM>", at)) != std::string::npos; ++at) ++count;
+  EXPECT_EQ(count, 3);
+  EXPECT_TRUE(server.hasAnsweredAll());
 }
 
 TEST(HttpStop, ItStopsAtOnceWhenNobodyIsThere) {

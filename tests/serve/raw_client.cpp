@@ -13,12 +13,16 @@
 
 namespace servetest {
 
-RawClient::RawClient(int port) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
+RawClient::RawClient(int port, const char* source)
+    : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  sockaddr_in own{};
+  own.sin_family = AF_INET;
+  sockaddr_in address = own;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   address.sin_port = htons(static_cast<in_port_t>(port));
-  if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+  inet_pton(AF_INET, source, &own.sin_addr);
+  if (bind(socket_, reinterpret_cast<const sockaddr*>(&own), sizeof own) != 0 ||
+      connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     const int error = errno;
     close(socket_);
     throw std::system_error(error, std::generic_category(), "connect");

@@ -8,8 +8,9 @@ namespace servetest {
 /// A connection to a port of this host that sends what the test says, right or wrong.
 class RawClient {
  public:
-  /// Throws std::system_error when no server listens.
-  explicit RawClient(int port);
+  /// `source` is the address of this host that the connection comes from. Throws std::system_error
+  /// when no server listens.
+  explicit RawClient(int port, const char* source = "127.0.0.1");
   ~RawClient();
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;

@@ -53,7 +53,7 @@ ServedProcess::ServedProcess(const clitest::Arguments& arguments,
   readAnnouncement(ends[0]);
   close(ends[0]);
   std::smatch found;
-  if (!std::regex_search(announcement_, found, std::regex("http://(\\S+)/cimom"))) {
+  if (!std::regex_search(announcement_, found, std::regex("https?://(\\S+)/cimom"))) {
     throw std::runtime_error("not served: " + announcement_ + errors());
   }
   authority_ = found[1];
@@ -77,6 +77,14 @@ int ServedProcess::port() const {
 
 void ServedProcess::signal(int number) const {
   kill(child_, number);
+}
+
+void ServedProcess::pause() const {
+  kill(child_, SIGSTOP);
+  int status = 0;
+  if (waitpid(child_, &status, WUNTRACED) != child_ || !WIFSTOPPED(status)) {
+    throw std::runtime_error("it does not stop");
+  }
 }
 
 int ServedProcess::waitForEnd(std::chrono::seconds time) {

@@ -35,6 +35,8 @@ class ServedProcess {
   int port() const;
 
   void signal(int number) const;
+  /// Stops the process as SIGSTOP does, and returns when it has stopped; SIGCONT lets it go on.
+  void pause() const;
   /// Waits for its end: the exit code, or 128 plus the signal that ended it. Throws
   /// std::runtime_error when it goes on running.
   int waitForEnd(std::chrono::seconds time = std::chrono::seconds(20));

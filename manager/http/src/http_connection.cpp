@@ -31,9 +31,8 @@ using std::chrono::milliseconds;
 
 constexpr std::size_t kRequestsPerConnection = 100;
 
-/// How long, and how much, a client may still send that has got its answer; also how long the rest
-/// of a request may take to come after a stop, and how long a client may take nothing of its answer
-/// then.
+/// How long, and how much, a client may still send that has got its answer; also what each step of
+/// a connection has after a stop.
 constexpr milliseconds kFinishTime{1000};
 constexpr std::size_t kFinishBytes = std::size_t{8} << 20;
 
@@ -76,11 +75,12 @@ void HttpConnection::turnAway() {
 void HttpConnection::stop() {
   net::post(stream_.get_executor(), [self = shared_from_this()] {
     const bool isWaiting = self->state_ == State::kIdle || self->state_ == State::kHandshaking;
-    if (isWaiting && !self->stream_.hasArrived()) return self->close();
-    // What has arrived is read at once; the rest of a request gets a moment, and so does a client
-    // that takes nothing of its answer.
-    if (self->state_ < State::kAnswering || self->state_ == State::kWriting) {
-      self->expireAt(std::min(self->timer_.expiry(), Clock::now() + kFinishTime));
+    if (isWaiting && !self->stream_.hasArrived()) {
+      // What was read already is on its way to its handler, and is not cancelled by this.
+      Error ignored;
+      self->stream_.socket().cancel(ignored);
+    } else if (self->state_ < State::kAnswering || self->state_ == State::kWriting) {
+      self->expireAt(self->timer_.expiry());
     }
   });
 }
@@ -105,9 +105,9 @@ void HttpConnection::onTlsArrived() {
     stream_.becomePlain();
     return refuse(status::bad_request, "This port speaks HTTPS.");
   }
-  expireAt(shared_.stopping ? Clock::now() + kFinishTime : *firstDeadline_);
+  expireAt(*firstDeadline_);
   stream_.async_handshake([self = shared_from_this()](const Error& error) {
-    if (self->tooSlow_ || self->state_ == State::kClosed) return self->close();
+    if (self->tooSlow_ || error == net::error::operation_aborted) return self->close();
     // The client is told why before the connection ends.
     error ? self->endSending() : self->awaitRequest();
   });
@@ -121,7 +121,6 @@ void HttpConnection::awaitRequest() {
   const auto idleEnd = Clock::now() + shared_.limits.idleTime;
   const auto headEnd = firstDeadline_.value_or(Clock::now() + shared_.limits.requestTime);
   expireAt(hasBytes ? headEnd : std::min(idleEnd, headEnd));
-  if (shared_.stopping) expireAt(Clock::now() + kFinishTime);
   hasBytes ? parse() : read();
 }
 
@@ -141,9 +140,7 @@ void HttpConnection::onRead(const Error& error, std::size_t count) {
   reader_.commit(count);
   if (state_ == State::kIdle) {
     state_ = State::kReadingHead;
-    if (!shared_.stopping) {
-      expireAt(firstDeadline_.value_or(Clock::now() + shared_.limits.requestTime));
-    }
+    expireAt(firstDeadline_.value_or(Clock::now() + shared_.limits.requestTime));
   }
   parse();
 }
@@ -276,8 +273,7 @@ void HttpConnection::respond(HttpResponse response) {
 
 /// Each part that the client takes gives it time for the next.
 void HttpConnection::write() {
-  const Clock::duration time = shared_.limits.requestTime;
-  expireAt(Clock::now() + (shared_.stopping ? std::min<Clock::duration>(kFinishTime, time) : time));
+  expireAt(Clock::now() + shared_.limits.requestTime);
   http::async_write_some(stream_, *serializer_,
                          [self = shared_from_this()](const Error& error, std::size_t) {
                            if (self->hasEnded(error)) return self->close();
@@ -324,9 +320,12 @@ void HttpConnection::close() {
   stream_.socket().close(ignored);
 }
 
-/// Sets the time of the current step. What is under way when it comes ends.
+/// Sets the time of the current step. What is under way when it comes ends. After a stop no step
+/// has more than a moment: what has arrived is read at once, and only a client that goes on taking
+/// its answer is waited for.
 void HttpConnection::expireAt(Clock::time_point time) {
-  timer_.expires_at(time);
+  timer_.expires_at(shared_.stopping ? std::min<Clock::time_point>(time, Clock::now() + kFinishTime)
+                                     : time);
   timer_.async_wait([self = shared_from_this()](const Error& error) {
     // A time that was set anew while this one was on its way has not come yet.
     if (error || self->timer_.expiry() > Clock::now()) return;
