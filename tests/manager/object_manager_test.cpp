@@ -181,8 +181,9 @@ TEST_F(ObjectManagerTest, FindInstanceThrowsAProvidersOwnStatusAsGetInstanceDoes
   } cases[] = {
       {"absent", "CIM_ERR_NOT_FOUND: it is not there"},
       {"denied", "CIM_ERR_ACCESS_DENIED: ask somebody else"},
-      {"silent", "CIM_ERR_ACCESS_DENIED: the provider of Test_Thing returned code 2 "
-                 "(CIM_ERR_ACCESS_DENIED) without a text"},
+      {"silent",
+       "CIM_ERR_ACCESS_DENIED: the provider of Test_Thing returned code 2 "
+       "(CIM_ERR_ACCESS_DENIED) without a text"},
   };
   for (const auto& [name, failure] : cases) {
     EXPECT_EQ(failureOf([&] { manager.findInstance(thing(name)); }), failure);

@@ -133,9 +133,10 @@ TEST_F(HttpFraming, ChunksThatCouldBeReadInTwoWaysAreRefused) {
   std::snprintf(size, sizeof size, "%zx", body.size());
   const std::string plain = size;
   for (const std::string& chunks :
-       {"0x" + plain + "\r\n" + body + "\r\n0\r\n\r\n", "+" + plain + "\r\n" + body + "\r\n0\r\n\r\n",
-        plain + "\r\n" + body + "0\r\n\r\n", plain + "\r\n" + body + "\n0\r\n\r\n",
-        plain + "\n" + body + "\r\n0\r\n\r\n", " " + plain + "\r\n" + body + "\r\n0\r\n\r\n"}) {
+       {"0x" + plain + "\r\n" + body + "\r\n0\r\n\r\n",
+        "+" + plain + "\r\n" + body + "\r\n0\r\n\r\n", plain + "\r\n" + body + "0\r\n\r\n",
+        plain + "\r\n" + body + "\n0\r\n\r\n", plain + "\n" + body + "\r\n0\r\n\r\n",
+        " " + plain + "\r\n" + body + "\r\n0\r\n\r\n"}) {
     EXPECT_THAT(send(chunked(chunks)), StartsWith(kBad)) << chunks.substr(0, 8);
   }
   EXPECT_THAT(send(chunked(plain + "\r\n" + body + "\r\n0\r\n\r\n")), StartsWith(kOk));
@@ -158,9 +159,9 @@ TEST_F(HttpFraming, HeadersThatCouldBeReadInTwoWaysAreRefused) {
 TEST_F(HttpFraming, OptionsWithASecondLengthAreRefused) {
   const std::string head = "OPTIONS / HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n";
   const std::string smuggled = wireText(getThing("smuggled"));
-  for (const std::string lengths :
-       {"Content-Length: 0\r\nContent-Length: 0\r\n", "Content-Length: 0\r\nContent-Length: 500\r\n",
-        "Content-Length: 0, 0\r\n", "Content-Length: 00\r\n"}) {
+  for (const std::string lengths : {"Content-Length: 0\r\nContent-Length: 0\r\n",
+                                    "Content-Length: 0\r\nContent-Length: 500\r\n",
+                                    "Content-Length: 0, 0\r\n", "Content-Length: 00\r\n"}) {
     const std::string answer = send(head + lengths + "\r\n" + smuggled);
     EXPECT_THAT(answer, StartsWith(kBad)) << lengths;
     EXPECT_THAT(answer, Not(HasSubstr("200 OK"))) << lengths;

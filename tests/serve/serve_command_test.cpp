@@ -148,8 +148,8 @@ TEST(ServeCommand, RequestsThatHaveArrivedWholeAtAStopAreAnswered) {
 TEST(ServeCommand, SaysWhenThreadsCannotBeMade) {
   // Each thread takes as much address space for its stack as the limit says: three fit.
   const Outcome outcome = clitest::runProgram(
-      "/bin/bash", {"-c", "ulimit -s 34359738368; exec \"$0\" \"$@\"", PCICIM_PROGRAM, "serve",
-                    "--port", "0"});
+      "/bin/bash",
+      {"-c", "ulimit -s 34359738368; exec \"$0\" \"$@\"", PCICIM_PROGRAM, "serve", "--port", "0"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.out, IsEmpty());
   EXPECT_THAT(outcome.err, HasSubstr("pcicim: cannot make 8 threads for requests: "));
@@ -163,8 +163,7 @@ int freePort() {
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t size = sizeof address;
   auto* general = reinterpret_cast<sockaddr*>(&address);
-  const bool isBound =
-      bind(made, general, size) == 0 && getsockname(made, general, &size) == 0;
+  const bool isBound = bind(made, general, size) == 0 && getsockname(made, general, &size) == 0;
   close(made);
   if (!isBound) throw std::system_error(errno, std::generic_category(), "bind");
   return ntohs(address.sin_port);

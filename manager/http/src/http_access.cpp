@@ -5,8 +5,8 @@
 #include <openssl/hmac.h>
 #include <openssl/rand.h>
 
-#include <algorithm>
 #include <model/names.h>
+#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 
@@ -100,10 +100,9 @@ HttpAccess::Digest HttpAccess::digestOf(const HttpLogin& login) const {
   const std::string text = login.user + '\0' + login.password;
   Digest digest{};
   unsigned length = 0;
-  const unsigned char* made =
-      HMAC(EVP_sha256(), key_.data(), static_cast<int>(key_.size()),
-           reinterpret_cast<const unsigned char*>(text.data()), text.size(), digest.data(),
-           &length);
+  const unsigned char* made = HMAC(EVP_sha256(), key_.data(), static_cast<int>(key_.size()),
+                                   reinterpret_cast<const unsigned char*>(text.data()), text.size(),
+                                   digest.data(), &length);
   if (made == nullptr || length != digest.size()) throw std::runtime_error("no digest");
   return digest;
 }
@@ -111,8 +110,8 @@ HttpAccess::Digest HttpAccess::digestOf(const HttpLogin& login) const {
 void HttpAccess::forgetOldFailures(Clock::time_point now) {
   std::erase_if(failures_, [&](const auto& entry) { return entry.second.last + pause_ <= now; });
   if (failures_.size() < kMostClients) return;
-  failures_.erase(std::ranges::min_element(
-      failures_, {}, [](const auto& entry) { return entry.second.last; }));
+  failures_.erase(
+      std::ranges::min_element(failures_, {}, [](const auto& entry) { return entry.second.last; }));
 }
 
 }  // namespace cimom

@@ -53,9 +53,8 @@ net::ip::tcp::resolver::results_type resolveListener(net::io_context& context,
   if (name.empty()) throw std::runtime_error(gai_strerror(EAI_NONAME));
   using Resolver = net::ip::tcp::resolver;
   error_code error;
-  auto endpoints =
-      Resolver(context).resolve(name, std::to_string(port),
-                                Resolver::passive | Resolver::numeric_service, error);
+  auto endpoints = Resolver(context).resolve(name, std::to_string(port),
+                                             Resolver::passive | Resolver::numeric_service, error);
   if (error) throw std::runtime_error(resolverReason(error));
   return endpoints;
 }

@@ -5,8 +5,8 @@
 #include <ctime>
 #include <iomanip>
 #include <locale>
-#include <sstream>
 #include <optional>
+#include <sstream>
 #include <utility>
 
 namespace cimom {

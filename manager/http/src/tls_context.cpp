@@ -40,13 +40,13 @@ TlsContext::TlsContext(const std::string& certificate, const std::string& key)
   SSL_CTX_set_options(native, SSL_OP_NO_RENEGOTIATION | SSL_OP_CIPHER_SERVER_PREFERENCE);
   SSL_CTX_set_session_cache_mode(native, SSL_SESS_CACHE_OFF);
   error_code error;
-  context_.use_certificate_chain_file(certificate, error);
-  if (error) refuse("certificate", certificate, error);
   // A key with a passphrase would be asked for at the terminal.
   context_.set_password_callback([](std::size_t, ssl::context::password_purpose) { return ""; },
                                  error);
   context_.use_private_key_file(key, ssl::context::pem, error);
   if (error) refuse("private key without a passphrase", key, error);
+  context_.use_certificate_chain_file(certificate, error);
+  if (error) refuse("certificate", certificate, error);
   if (SSL_CTX_check_private_key(native) != 1) {
     throw std::runtime_error("the key in " + key + " is not that of the certificate in " +
                              certificate);
@@ -55,8 +55,7 @@ TlsContext::TlsContext(const std::string& certificate, const std::string& key)
 
 bool TlsContext::certifies(const std::string& name) const {
   // The native handle is not changed by asking.
-  X509* certificate =
-      SSL_CTX_get0_certificate(const_cast<ssl::context&>(context_).native_handle());
+  X509* certificate = SSL_CTX_get0_certificate(const_cast<ssl::context&>(context_).native_handle());
   return X509_check_host(certificate, name.data(), name.size(), 0, nullptr) == 1 ||
          X509_check_ip_asc(certificate, name.c_str(), 0) == 1;
 }

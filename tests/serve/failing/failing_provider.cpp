@@ -1,5 +1,7 @@
 #include <cmpi/cmpi.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <stdexcept>
 
 namespace {
@@ -23,6 +25,12 @@ CMPIStatus enumerateInstances(CMPIInstanceMI*, const CMPIContext*, const CMPIRes
 CMPIStatus getInstance(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
                        const CMPIObjectPath*, const char**) {
   return {CMPI_RC_ERR_ACCESS_DENIED, nullptr};
+}
+
+CMPIStatus sleepForEver(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
+                        const CMPIObjectPath*) {
+  std::fputs("sleeping\n", stderr);
+  for (;;) pause();
 }
 
 CMPIInstanceMIFT makeTable() {
@@ -50,6 +58,14 @@ extern "C" {
 
 FAILING_FACTORY(Failing_Thing) {
   static const CMPIInstanceMIFT table = makeTable();
+  static CMPIInstanceMI record{nullptr, &table};
+  *status = {CMPI_RC_OK, nullptr};
+  return &record;
+}
+
+FAILING_FACTORY(Failing_Sleeper) {
+  static CMPIInstanceMIFT table = makeTable();
+  table.enumerateInstanceNames = sleepForEver;
   static CMPIInstanceMI record{nullptr, &table};
   *status = {CMPI_RC_OK, nullptr};
   return &record;

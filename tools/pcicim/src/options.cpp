@@ -97,16 +97,19 @@ class CommandLine {
     serve->add_option("--bind", options.address, "Listen at this address alone")
         ->type_name("ADDRESS")
         ->capture_default_str();
-    serve->add_option("--port", options.port,
-                      "Listen at this port; 0 is any free one (default: 5988, with TLS 5989)")
+    serve
+        ->add_option("--port", options.port,
+                     "Listen at this port; 0 is any free one (default: 5988, with TLS 5989)")
         ->type_name("N")
         ->check(CLI::Range(0, kLastPort));
-    serve->add_option("--server-name", options.serverNames,
-                      "A name by which clients call this host; may be repeated")
+    serve
+        ->add_option("--server-name", options.serverNames,
+                     "A name by which clients call this host; may be repeated")
         ->type_name("NAME")
         ->allow_extra_args(false);
-    serve->add_option("--stop-time", options.stopTime,
-                      "Seconds that requests may take after SIGINT or SIGTERM")
+    serve
+        ->add_option("--stop-time", options.stopTime,
+                     "Seconds that requests may take after SIGINT or SIGTERM")
         ->type_name("N")
         ->check(CLI::Range(0, 3600))
         ->capture_default_str();
@@ -120,16 +123,18 @@ class CommandLine {
   void addProtection(CLI::App* serve) {
     ServeOptions& options = options_.serve;
     CLI::Option* certificate =
-        serve->add_option("--tls-certificate", options.tlsCertificate,
-                          "Speak HTTPS with this certificate (and its chain), in PEM")
+        serve
+            ->add_option("--tls-certificate", options.tlsCertificate,
+                         "Speak HTTPS with this certificate (and its chain), in PEM")
             ->type_name("FILE");
     CLI::Option* key =
         serve->add_option("--tls-key", options.tlsKey, "The certificate's key, in PEM")
             ->type_name("FILE");
     certificate->needs(key);
     key->needs(certificate);
-    serve->add_option("--password-file", options.passwordFile,
-                      "Ask for a password; lines of user:hash as htpasswd -B writes them")
+    serve
+        ->add_option("--password-file", options.passwordFile,
+                     "Ask for a password; lines of user:hash as htpasswd -B writes them")
         ->type_name("FILE");
     serve->add_flag("--allow-anyone", options.allowAnyone,
                     "Listen beyond this host also without TLS or without passwords");

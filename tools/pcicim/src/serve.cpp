@@ -68,10 +68,9 @@ void checkReach(const ServeOptions& options) {
         "others reach " + options.address +
         ": give --tls-certificate, --tls-key and --password-file, or --allow-anyone");
   }
-  const char* missing = asks ? "there is no encryption"
-                        : isEncrypted(options)
-                            ? "there is no password"
-                            : "there is no password and no encryption";
+  const char* missing = asks                   ? "there is no encryption"
+                        : isEncrypted(options) ? "there is no password"
+                                               : "there is no password and no encryption";
   std::cerr << "pcicim: whoever reaches " << options.address
             << (asks ? " can listen in; " : " can ask; ") << missing << '\n';
 }
