@@ -1,87 +1,22 @@
-// Writes classes and instances as the elements of DMTF DSP0201. The repository keeps neither types
-// nor flavors of qualifiers, so both are derived here: the flavors from the table of the standard's
-// qualifiers, the types from the values. What a class inherits is marked as propagated. The
-// functions share nothing but constants and the repository, which does not change: safe from any
-// thread, each with a writer of its own.
+// Writes classes and instances as the elements of DMTF DSP0201. What a class inherits is marked as
+// propagated. The functions share nothing but constants and the repository, which does not change:
+// safe from any thread, each with a writer of its own.
 #include "object_elements.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <model/names.h>
 
+#include "qualifier_elements.h"
 #include "value_elements.h"
 
 namespace cimom {
 namespace {
 
-/// What the standard (DMTF DSP0004) fixes for a qualifier; all else is overridable, passed on to
-/// subclasses and not translatable.
-struct QualifierRule {
-  std::string_view name;
-  bool overridable;
-  bool toSubclass;
-  bool translatable;
-};
-
-constexpr std::array<QualifierRule, 24> kRules = {{
-    {"Abstract", true, false, false},    {"Aggregate", false, true, false},
-    {"Aggregation", false, true, false}, {"Association", false, true, false},
-    {"Composition", false, true, false}, {"Counter", false, true, false},
-    {"Deprecated", true, false, false},  {"Description", true, true, true},
-    {"DisplayName", true, true, true},   {"EmbeddedInstance", true, true, false},
-    {"Exception", false, true, false},   {"Experimental", true, false, false},
-    {"Gauge", false, true, false},       {"In", false, true, false},
-    {"Indication", false, true, false},  {"Key", false, true, false},
-    {"Out", true, true, false},          {"Override", true, false, false},
-    {"Propagated", false, true, false},  {"Static", false, true, false},
-    {"Terminal", true, false, false},    {"Values", true, true, true},
-    {"Version", true, false, true},      {"Weak", false, true, false},
-}};
-
-QualifierRule ruleOf(std::string_view name) {
-  const auto* rule = std::ranges::find_if(
-      kRules, [name](const QualifierRule& candidate) { return sameName(candidate.name, name); });
-  return rule != kRules.end() ? *rule : QualifierRule{name, true, true, false};
-}
-
-/// Numbers are signed where they bound a value, unsigned where they count.
-CimType numberType(std::string_view name) {
-  const bool counts = sameName(name, "MaxLen") || sameName(name, "MinLen") ||
-                      sameName(name, "Max") || sameName(name, "Min");
-  return counts ? CimType::kUint32 : CimType::kSint64;
-}
-
-CimType qualifierType(std::string_view name, const MofValue& value) {
-  switch (value.elements.empty() ? MofValue::Kind::kString : value.elements.front().kind) {
-    case MofValue::Kind::kBoolean:
-      return CimType::kBoolean;
-    case MofValue::Kind::kNumber:
-      return numberType(name);
-    case MofValue::Kind::kCharacter:
-      return CimType::kChar16;
-    default:
-      return CimType::kString;
-  }
-}
-
-const char* flag(bool value) {
-  return value ? "true" : "false";
-}
-
-void writeQualifier(XmlWriter& writer, const std::string& name, const MofValue& value,
-                    bool propagated) {
-  const QualifierRule rule = ruleOf(name);
-  XmlElement element(writer, "QUALIFIER");
-  element.attribute("NAME", name).attribute("TYPE", typeName(qualifierType(name, value)));
-  if (propagated) element.attribute("PROPAGATED", flag(true));
-  if (!rule.overridable) element.attribute("OVERRIDABLE", flag(false));
-  if (!rule.toSubclass) element.attribute("TOSUBCLASS", flag(false));
-  if (rule.translatable) element.attribute("TRANSLATABLE", flag(true));
-  writeValue(writer, value);
-}
+constexpr const char* kTrue = "true";
 
 /// `own` are the qualifiers of the element itself; null when it is inherited whole.
 void writeQualifiers(XmlWriter& writer, const QualifierMap& qualifiers, const QualifierMap* own) {
@@ -129,10 +64,6 @@ const PropertyDeclaration* ownProperty(const ClassDeclaration& declaration, std:
   return found != declaration.properties.end() ? &*found : nullptr;
 }
 
-bool isWanted(const PropertyList& list, std::string_view name) {
-  return !list || holdsName(*list, name);
-}
-
 /// A class from the inside: its own elements and those that it inherits.
 class ClassWriter {
  public:
@@ -148,7 +79,7 @@ class ClassWriter {
     }
     if (options_.qualifiers) writeClassQualifiers();
     for (const auto& property : repository_.allProperties(declaration_.name)) {
-      if (isWanted(options_.properties, property.name)) writeProperty(property);
+      if (options_.wants(property.name)) writeProperty(property);
     }
     writeMethods();
   }
@@ -162,9 +93,13 @@ class ClassWriter {
 
   void addInheritedQualifiers(QualifierMap& all) const {
     for (const std::string& name : repository_.superclasses(declaration_.name)) {
-      for (const auto& [qualifier, value] : repository_.find(name)->qualifiers) {
-        if (ruleOf(qualifier).toSubclass) all.emplace(qualifier, value);
-      }
+      addInherited(all, repository_.find(name)->qualifiers);
+    }
+  }
+
+  static void addInherited(QualifierMap& all, const QualifierMap& overridden) {
+    for (const auto& [name, value] : overridden) {
+      if (passesToSubclasses(name)) all.emplace(name, value);
     }
   }
 
@@ -185,7 +120,7 @@ class ClassWriter {
 
   void writeOrigin(XmlElement& element, const std::string& origin, bool propagated) const {
     if (options_.classOrigin) element.attribute("CLASSORIGIN", origin);
-    if (propagated) element.attribute("PROPAGATED", flag(true));
+    if (propagated) element.attribute("PROPAGATED", kTrue);
   }
 
   void writeMethods() {
@@ -210,10 +145,21 @@ class ClassWriter {
     if (method.returnType) element.attribute("TYPE", typeName(*method.returnType));
     const bool propagated = className != declaration_.name;
     writeOrigin(element, firstDeclarer(method.name, lineage), propagated);
-    if (options_.qualifiers) {
-      writeQualifiers(writer_, method.qualifiers, propagated ? nullptr : &method.qualifiers);
-    }
+    if (options_.qualifiers) writeMethodQualifiers(method, propagated, lineage);
     for (const PropertyDeclaration& parameter : method.parameters) writeParameter(parameter);
+  }
+
+  void writeMethodQualifiers(const MethodDeclaration& method, bool propagated,
+                             const std::vector<std::string>& lineage) {
+    const QualifierMap* own = propagated ? nullptr : &method.qualifiers;
+    if (options_.localOnly) return writeQualifiers(writer_, method.qualifiers, own);
+    QualifierMap all = method.qualifiers;
+    for (const std::string& className : lineage) {
+      for (const MethodDeclaration& overridden : repository_.find(className)->methods) {
+        if (sameName(overridden.name, method.name)) addInherited(all, overridden.qualifiers);
+      }
+    }
+    writeQualifiers(writer_, all, own);
   }
 
   std::string firstDeclarer(const std::string& method,
@@ -256,6 +202,16 @@ void writeInstanceProperty(XmlWriter& writer, const NamedValue& property,
 
 }  // namespace
 
+void ElementOptions::setProperties(PropertyList list) {
+  wanted_.clear();
+  if (list) wanted_.insert(list->begin(), list->end());
+  propertyList = std::move(list);
+}
+
+bool ElementOptions::wants(std::string_view property) const {
+  return !propertyList || wanted_.contains(property);
+}
+
 void writeClass(XmlWriter& writer, const ClassRepository& repository,
                 const ClassDeclaration& declaration, const ElementOptions& options) {
   ClassWriter(writer, repository, declaration, options).write();
@@ -273,7 +229,7 @@ void writeInstance(XmlWriter& writer, const ClassRepository& repository, const I
   for (const NamedValue& property : instance.properties) {
     const bool belongs =
         asClass.empty() || repository.findProperty(asClass, property.name) != nullptr;
-    if (!belongs || !isWanted(options.properties, property.name)) continue;
+    if (!belongs || !options.wants(property.name)) continue;
     writeInstanceProperty(writer, property, repository.findProperty(className, property.name),
                           options);
   }

@@ -4,7 +4,9 @@
 #include <model/value.h>
 #include <mof/class_repository.h>
 
+#include <set>
 #include <string>
+#include <string_view>
 
 #include "xml_writer.h"
 
@@ -16,8 +18,16 @@ struct ElementOptions {
   bool localOnly = false;
   bool qualifiers = false;
   bool classOrigin = false;
-  /// Properties of other names are left out, keys too.
-  PropertyList properties;
+  /// As the request gives it; setProperties() sets it.
+  PropertyList propertyList;
+
+  void setProperties(PropertyList list);
+  /// False for a property that the request does not name, keys too.
+  bool wants(std::string_view property) const;
+
+ private:
+  /// The names of propertyList, to find one at once.
+  std::set<std::string, NameLess> wanted_;
 };
 
 /// CLASS, with its methods.

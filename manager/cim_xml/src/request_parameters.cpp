@@ -2,6 +2,7 @@
 
 #include <model/cim_error.h>
 
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -67,15 +68,37 @@ std::string RequestParameters::className(const char* name) {
   return value ? requireElement(name, value, "CLASSNAME").attribute("NAME").value() : "";
 }
 
+std::optional<std::uint32_t> RequestParameters::number(const char* name) {
+  const pugi::xml_node value = take(name);
+  if (!value) return std::nullopt;
+  const auto number = readUint32(textOf(requireElement(name, value, "VALUE")));
+  if (!number) refuse(name, "is no number of type uint32");
+  return number;
+}
+
 PropertyList RequestParameters::properties() {
   constexpr const char* kName = "PropertyList";
   const pugi::xml_node value = take(kName);
   if (!value) return std::nullopt;
   std::vector<std::string> names;
-  for (const auto name : requireElement(kName, value, "VALUE.ARRAY").children("VALUE")) {
-    names.push_back(textOf(name));
+  std::set<std::string, NameLess> known;
+  std::size_t bytes = 0;
+  for (const auto element : requireElement(kName, value, "VALUE.ARRAY").children("VALUE")) {
+    std::string name = textOf(element);
+    if (!known.insert(name).second) continue;
+    bytes += name.size();
+    names.push_back(std::move(name));
+    if (names.size() > kMostProperties || bytes > kLongestPropertyList) {
+      refuse(kName, "names more properties than any class has");
+    }
   }
   return names;
+}
+
+std::uint32_t RequestParameters::requiredNumber(const char* name) {
+  const std::optional<std::uint32_t> given = number(name);
+  if (!given) refuse(name, "is missing");
+  return *given;
 }
 
 std::string RequestParameters::requiredText(const char* name) {

@@ -299,6 +299,10 @@ std::string textOf(pugi::xml_node element) {
   return text;
 }
 
+std::optional<std::uint32_t> readUint32(std::string_view text) {
+  return readInteger<std::uint32_t>(trimmed(text));
+}
+
 ObjectPath readInstanceName(pugi::xml_node element, const std::string& nameSpace,
                             const ClassRepository& repository) {
   const std::string className = element.attribute("CLASSNAME").value();

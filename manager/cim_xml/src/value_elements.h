@@ -3,6 +3,8 @@
 #include <model/value.h>
 #include <mof/class_repository.h>
 
+#include <cstdint>
+#include <optional>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -13,6 +15,9 @@ namespace cimom {
 
 /// All character data right below the element.
 std::string textOf(pugi::xml_node element);
+
+/// The number that the text writes, as keys of that type are written; nothing for another text.
+std::optional<std::uint32_t> readUint32(std::string_view text);
 
 /// The path that an INSTANCENAME element names, in the given namespace; keys get the types that
 /// their class declares. Hosts of nested paths are dropped: there is no other host to ask. Throws

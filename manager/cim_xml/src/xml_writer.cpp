@@ -4,8 +4,10 @@
 #include <array>
 #include <utility>
 
+#include <model/cim_error.h>
 #include <model/utf8.h>
 
+#include "cim_status.h"
 #include "xml_character.h"
 
 namespace cimom {
@@ -73,16 +75,27 @@ void appendText(std::string& out, std::string_view text, bool inAttribute) {
 /// Some clients read an element without content in its short form only where no content is ever
 /// allowed, as XML itself advises.
 bool neverHasContent(std::string_view element) {
-  constexpr std::array<std::string_view, 4> kEmpty = {"CLASSNAME", "ERROR", "NAMESPACE",
+  constexpr std::array<std::string_view, 5> kEmpty = {"CLASSNAME", "ERROR", "NAMESPACE", "SCOPE",
                                                       "VALUE.NULL"};
   return std::ranges::find(kEmpty, element) != kEmpty.end();
 }
 
 }  // namespace
 
-XmlWriter::XmlWriter() : out_("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n") {}
+XmlWriter::XmlWriter(std::size_t mostBytes)
+    : XmlWriter("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n", mostBytes) {}
+
+XmlWriter::XmlWriter(std::string_view beginning, std::size_t mostBytes)
+    : mostBytes_(mostBytes), out_(beginning) {}
+
+XmlWriter XmlWriter::fragment() {
+  return {"", std::string::npos};
+}
 
 void XmlWriter::start(const char* element) {
+  if (out_.size() > mostBytes_) {
+    throw CimError(kServerLimitsExceeded, "the answer is too long; it can be pulled in parts");
+  }
   finishTag();
   out_.append("<").append(element);
   open_.push_back(element);
@@ -98,6 +111,11 @@ void XmlWriter::attribute(const char* name, std::string_view value) {
 void XmlWriter::text(std::string_view text) {
   finishTag();
   appendText(out_, text, false);
+}
+
+void XmlWriter::elements(std::string_view fragment) {
+  finishTag();
+  out_ += fragment;
 }
 
 void XmlWriter::end() {

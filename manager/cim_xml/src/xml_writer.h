@@ -19,13 +19,19 @@ class XmlWriter {
     std::size_t depth;
   };
 
-  /// Starts with the XML declaration.
-  XmlWriter();
+  /// Starts with the XML declaration. Once there are more bytes than given, no further element can
+  /// be started: CimError (SERVER_LIMITS_EXCEEDED).
+  explicit XmlWriter(std::size_t mostBytes = std::string::npos);
+
+  /// One for elements that are put into a document later; starts with nothing.
+  static XmlWriter fragment();
 
   void start(const char* element);
   /// Only right after start().
   void attribute(const char* name, std::string_view value);
   void text(std::string_view text);
+  /// Adds elements that a writer of a fragment has written.
+  void elements(std::string_view fragment);
   void end();
 
   /// Only where no tag is half written: after text(), end() or a mark's first child.
@@ -36,8 +42,10 @@ class XmlWriter {
   std::string take();
 
  private:
+  XmlWriter(std::string_view beginning, std::size_t mostBytes);
   void finishTag();
 
+  std::size_t mostBytes_;
   std::string out_;
   std::vector<const char*> open_;
   bool inTag_ = false;

@@ -3,7 +3,7 @@
 namespace cimom {
 
 std::string statusName(CMPIrc code) {
-  switch (code) {
+  switch (static_cast<int>(code)) {
     case CMPI_RC_OK:
       return "CIM_ERR_SUCCESS";
     case CMPI_RC_ERR_FAILED:
@@ -34,6 +34,21 @@ std::string statusName(CMPIrc code) {
       return "CIM_ERR_METHOD_NOT_AVAILABLE";
     case CMPI_RC_ERR_METHOD_NOT_FOUND:
       return "CIM_ERR_METHOD_NOT_FOUND";
+    // The C interface has no names for these of CIM.
+    case 21:
+      return "CIM_ERR_INVALID_ENUMERATION_CONTEXT";
+    case 22:
+      return "CIM_ERR_INVALID_OPERATION_TIMEOUT";
+    case 23:
+      return "CIM_ERR_PULL_HAS_BEEN_ABANDONED";
+    case 25:
+      return "CIM_ERR_FILTERED_ENUMERATION_NOT_SUPPORTED";
+    case 26:
+      return "CIM_ERR_CONTINUATION_ON_ERROR_NOT_SUPPORTED";
+    case 27:
+      return "CIM_ERR_SERVER_LIMITS_EXCEEDED";
+    case 28:
+      return "CIM_ERR_SERVER_IS_SHUTTING_DOWN";
     default:
       return "CIM_ERR_FAILED (CMPI code " + std::to_string(static_cast<int>(code)) + ")";
   }

@@ -1,11 +1,16 @@
 #pragma once
 
+#include <cim_xml/pull_limits.h>
 #include <model/operations.h>
 #include <mof/class_repository.h>
 
+#include <cstddef>
+#include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace cimom {
 
@@ -29,18 +34,38 @@ struct CimXmlReply {
   std::string text;
 };
 
+/// A namespace beside the main one.
+struct FurtherNamespace {
+  /// The name that paths carry.
+  std::string name;
+  /// Another name under which clients may ask for it.
+  std::string alias;
+  /// What is asked there; outlives the service.
+  Operations* operations = nullptr;
+};
+
 struct CimXmlSettings {
-  /// The only namespace there is.
+  /// The namespace of the operations.
   std::string nameSpace = "root/cimv2";
   /// What paths name as their host where the provider names none.
   std::string hostName;
+  /// They have the same classes as the main one, but operations of their own.
+  std::vector<FurtherNamespace> further = {};
+  PullLimits pull = {};
+  /// Bytes of a response; what would take more ends with SERVER_LIMITS_EXCEEDED.
+  std::size_t responseBytes = std::size_t{512} << 20;
 };
+
+class EnumerationContexts;
+class XmlWriter;
+struct CimMessage;
 
 /// CIM operations over CIM-XML: request messages in, response messages out. What HTTP is to carry
 /// is fixed by DMTF DSP0200 (operations, headers, error codes), DSP0201 and DSP0203 (the elements).
 ///
-/// Carries out the operations that read: classes, instances, one property, associations between
-/// instances and between classes. All others, methods among them, fail with CIM_ERR_NOT_SUPPORTED.
+/// Carries out the operations that read: classes, declarations of qualifiers, instances, one
+/// property, associations between instances and between classes, and answers about instances in
+/// parts (pulled enumerations). All others, methods among them, fail with CIM_ERR_NOT_SUPPORTED.
 /// LocalOnly counts for classes; for instances it is taken as false, as the standard recommends.
 /// The filters of association requests between instances go to the providers and are theirs to
 /// follow. Text that is no UTF-8 is read as ISO 8859-1 byte by byte; characters that XML cannot
@@ -53,15 +78,28 @@ class CimXmlService {
  public:
   /// Repository and operations outlive the service.
   CimXmlService(const ClassRepository& repository, Operations& operations, CimXmlSettings settings);
+  /// Closes what clients are still pulling, and waits until the operations have returned.
+  ~CimXmlService();
+  CimXmlService(const CimXmlService&) = delete;
+  CimXmlService& operator=(const CimXmlService&) = delete;
 
   /// Never throws for anything in the request; at most for want of memory. Safe from
   /// any number of threads if `operations` are.
   CimXmlReply answer(const CimXmlHeaders& headers, std::string_view body) const;
 
+  /// Closes what clients are still pulling: they get SERVER_IS_SHUTTING_DOWN from now on, and so
+  /// does who opens another enumeration. All else is answered on. Safe from any thread.
+  void shutDown() const;
+
  private:
-  const ClassRepository& repository_;
-  Operations& operations_;
-  CimXmlSettings settings_;
+  struct NamedPlace;
+  const NamedPlace* findPlace(std::string_view nameSpace) const;
+  void perform(const CimMessage& message, XmlWriter& writer) const;
+
+  std::size_t responseBytes_;
+  /// Of addresses that do not change, since producers refer to them.
+  std::deque<NamedPlace> places_;
+  std::unique_ptr<EnumerationContexts> contexts_;
 };
 
 }  // namespace cimom

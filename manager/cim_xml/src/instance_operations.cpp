@@ -1,0 +1,48 @@
+#include "operation_table.h"
+#include "value_elements.h"
+
+namespace cimom {
+
+void enumerateInstanceNames(OperationCall& call) {
+  const ObjectPath path = takeClassPath(call);
+  call.parameters.expectNoOthers();
+  for (const ObjectPath& name : call.place.operations.enumerateInstanceNames(path)) {
+    writeInstanceName(call.writer, name);
+  }
+}
+
+void enumerateInstances(OperationCall& call) {
+  const ObjectPath path = takeClassPath(call);
+  const bool deep = call.parameters.boolean("DeepInheritance", true);
+  call.parameters.boolean("LocalOnly", true);
+  const ElementOptions options = takeInstanceOptions(call);
+  call.parameters.expectNoOthers();
+  const auto& [repository, operations, nameSpace, hostName] = call.place;
+  for (const Instance& instance : operations.enumerateInstances(path, options.propertyList)) {
+    const XmlElement element(call.writer, "VALUE.NAMEDINSTANCE");
+    writeInstanceName(call.writer, instance.path);
+    writeInstance(call.writer, repository, instance, options, deep ? "" : path.className);
+  }
+}
+
+void getInstance(OperationCall& call) {
+  const ObjectPath path = call.parameters.requiredInstanceName("InstanceName");
+  call.parameters.boolean("LocalOnly", true);
+  const ElementOptions options = takeInstanceOptions(call);
+  call.parameters.expectNoOthers();
+  const Instance instance = call.place.operations.getInstance(path, options.propertyList);
+  writeInstance(call.writer, call.place.repository, instance, options);
+}
+
+void getProperty(OperationCall& call) {
+  const ObjectPath path = call.parameters.requiredInstanceName("InstanceName");
+  const std::string name = call.parameters.requiredText("PropertyName");
+  call.parameters.expectNoOthers();
+  if (call.place.repository.findProperty(path.className, name) == nullptr) {
+    fail(CMPI_RC_ERR_NO_SUCH_PROPERTY, path.className + " has no property " + name);
+  }
+  const Instance instance = call.place.operations.getInstance(path, {{name}});
+  if (const Value* value = instance.findProperty(name)) writeValue(call.writer, *value);
+}
+
+}  // namespace cimom

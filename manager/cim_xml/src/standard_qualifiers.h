@@ -1,0 +1,42 @@
+#pragma once
+
+#include <model/cim_type.h>
+#include <model/mof_value.h>
+
+#include <span>
+#include <string_view>
+
+namespace cimom {
+
+/// Where a qualifier may stand: bits of StandardQualifier::scope.
+enum QualifierScope : unsigned {
+  kOnClass = 1,
+  kOnAssociation = 2,
+  kOnReference = 4,
+  kOnProperty = 8,
+  kOnMethod = 16,
+  kOnParameter = 32,
+  kOnIndication = 64,
+  kEverywhere = 127,
+};
+
+/// A qualifier as the standard (DMTF DSP0004) declares it.
+struct StandardQualifier {
+  std::string_view name;
+  CimType type;
+  bool isArray;
+  /// As MOF and CIM-XML write it; empty for null.
+  std::string_view defaultValue;
+  unsigned scope;
+  bool overridable;
+  bool toSubclass;
+  bool translatable;
+};
+
+/// All of them, in alphabetical order.
+std::span<const StandardQualifier> standardQualifiers();
+
+/// Null for a qualifier that the standard does not know.
+const StandardQualifier* findStandardQualifier(std::string_view name);
+
+}  // namespace cimom
