@@ -1,3 +1,4 @@
+#include <utility>
 #include <vector>
 
 #include "class_links.h"
@@ -20,20 +21,19 @@ std::vector<std::string> linkingClasses(const OperationCall& call, const Request
                  &ClassLinks::Link::association);
 }
 
-void writeInstances(OperationCall& call, const std::vector<Instance>& instances,
-                    const ElementOptions& options) {
-  for (const Instance& instance : instances) {
+InstanceSink instanceWriter(const OperationCall& call, const ElementOptions& options) {
+  return [&](Instance&& instance) {
     const XmlElement element(call.writer, "VALUE.OBJECTWITHPATH");
     writeFullPath(call.writer, call.place, instance.path);
     writeInstance(call.writer, call.place.repository, instance, options);
-  }
+  };
 }
 
-void writePaths(OperationCall& call, const std::vector<ObjectPath>& paths) {
-  for (const ObjectPath& path : paths) {
+PathSink pathWriter(const OperationCall& call) {
+  return [&](ObjectPath&& path) {
     const XmlElement element(call.writer, "OBJECTPATH");
-    writeFullPath(call.writer, call.place, path);
-  }
+    writeFullPath(call.writer, call.place, std::move(path));
+  };
 }
 
 void writeClasses(OperationCall& call, const std::vector<std::string>& names,
@@ -61,8 +61,8 @@ void associators(OperationCall& call) {
   const ElementOptions options = takeInstanceOptions(call);
   call.parameters.expectNoOthers();
   if (object.isClass) return writeClasses(call, linkedClasses(call, object, filter), options);
-  writeInstances(
-      call, call.place.operations.associators(object.path, filter, options.propertyList), options);
+  call.place.operations.associators(object.path, filter, options.propertyList,
+                                    instanceWriter(call, options));
 }
 
 void associatorNames(OperationCall& call) {
@@ -70,7 +70,7 @@ void associatorNames(OperationCall& call) {
   const AssociationFilter filter = takeAssociatorFilter(call);
   call.parameters.expectNoOthers();
   if (object.isClass) return writeClassPaths(call, linkedClasses(call, object, filter));
-  writePaths(call, call.place.operations.associatorNames(object.path, filter));
+  call.place.operations.associatorNames(object.path, filter, pathWriter(call));
 }
 
 void references(OperationCall& call) {
@@ -79,8 +79,8 @@ void references(OperationCall& call) {
   const ElementOptions options = takeInstanceOptions(call);
   call.parameters.expectNoOthers();
   if (object.isClass) return writeClasses(call, linkingClasses(call, object, filter), options);
-  writeInstances(
-      call, call.place.operations.references(object.path, filter, options.propertyList), options);
+  call.place.operations.references(object.path, filter, options.propertyList,
+                                   instanceWriter(call, options));
 }
 
 void referenceNames(OperationCall& call) {
@@ -88,7 +88,7 @@ void referenceNames(OperationCall& call) {
   const AssociationFilter filter = takeReferenceFilter(call);
   call.parameters.expectNoOthers();
   if (object.isClass) return writeClassPaths(call, linkingClasses(call, object, filter));
-  writePaths(call, call.place.operations.referenceNames(object.path, filter));
+  call.place.operations.referenceNames(object.path, filter, pathWriter(call));
 }
 
 }  // namespace cimom

@@ -70,9 +70,8 @@ void EnumerationContext::run(const Produce& produce) {
 
 void EnumerationContext::add(std::string element) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] {
-    return closed_ || elements_.empty() || bytes_ + element.size() <= queueBytes_;
-  });
+  changed_.wait(
+      lock, [&] { return closed_ || elements_.empty() || bytes_ + element.size() <= queueBytes_; });
   if (closed_) return;
   bytes_ += element.size();
   elements_.push_back(std::move(element));

@@ -6,9 +6,8 @@ namespace cimom {
 void enumerateInstanceNames(OperationCall& call) {
   const ObjectPath path = takeClassPath(call);
   call.parameters.expectNoOthers();
-  for (const ObjectPath& name : call.place.operations.enumerateInstanceNames(path)) {
-    writeInstanceName(call.writer, name);
-  }
+  call.place.operations.enumerateInstanceNames(
+      path, [&](ObjectPath&& name) { writeInstanceName(call.writer, name); });
 }
 
 void enumerateInstances(OperationCall& call) {
@@ -17,12 +16,13 @@ void enumerateInstances(OperationCall& call) {
   call.parameters.boolean("LocalOnly", true);
   const ElementOptions options = takeInstanceOptions(call);
   call.parameters.expectNoOthers();
-  const auto& [repository, operations, nameSpace, hostName] = call.place;
-  for (const Instance& instance : operations.enumerateInstances(path, options.propertyList)) {
+  const std::string asClass = deep ? "" : path.className;
+  const auto write = [&](Instance&& instance) {
     const XmlElement element(call.writer, "VALUE.NAMEDINSTANCE");
     writeInstanceName(call.writer, instance.path);
-    writeInstance(call.writer, repository, instance, options, deep ? "" : path.className);
-  }
+    writeInstance(call.writer, call.place.repository, instance, options, asClass);
+  };
+  call.place.operations.enumerateInstances(path, options.propertyList, write);
 }
 
 void getInstance(OperationCall& call) {

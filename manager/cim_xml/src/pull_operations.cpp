@@ -3,10 +3,8 @@
 // and the pulls copy those elements into their responses.
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <utility>
-#include <vector>
 
 #include <model/names.h>
 
@@ -69,17 +67,22 @@ std::string elementText(Write write) {
   return writer.take();
 }
 
-void emitInstance(const Emit& emit, const ServedNamespace& place, const Instance& instance,
-                  const ElementOptions& options, const std::string& asClass = {}) {
-  emit(elementText([&](XmlWriter& writer) {
-    const XmlElement element(writer, "VALUE.INSTANCEWITHPATH");
-    writeFullPath(writer, place, instance.path);
-    writeInstance(writer, place.repository, instance, options, asClass);
-  }));
+/// Emits each instance; what it refers to outlives it.
+InstanceSink instanceEmitter(const Emit& emit, const ServedNamespace& place,
+                             const ElementOptions& options, std::string asClass = {}) {
+  return [&, asClass = std::move(asClass)](Instance&& instance) {
+    emit(elementText([&](XmlWriter& writer) {
+      const XmlElement element(writer, "VALUE.INSTANCEWITHPATH");
+      writeFullPath(writer, place, instance.path);
+      writeInstance(writer, place.repository, instance, options, asClass);
+    }));
+  };
 }
 
-void emitPath(const Emit& emit, const ServedNamespace& place, const ObjectPath& path) {
-  emit(elementText([&](XmlWriter& writer) { writeFullPath(writer, place, path); }));
+PathSink pathEmitter(const Emit& emit, const ServedNamespace& place) {
+  return [&](ObjectPath&& path) {
+    emit(elementText([&](XmlWriter& writer) { writeFullPath(writer, place, std::move(path)); }));
+  };
 }
 
 void writeOutput(XmlWriter& writer, const char* name, const char* type, const std::string& value) {
@@ -121,10 +124,8 @@ void openEnumerateInstances(OperationCall& call) {
   const OpenParameters open = takeOpenParameters(call);
   const std::string asClass = deep ? "" : path.className;
   answerOpen(call, open, Kind::kInstances, [=, &place = call.place](const Emit& emit) {
-    for (const Instance& instance :
-         place.operations.enumerateInstances(path, options.propertyList)) {
-      emitInstance(emit, place, instance, options, asClass);
-    }
+    place.operations.enumerateInstances(path, options.propertyList,
+                                        instanceEmitter(emit, place, options, asClass));
   });
 }
 
@@ -132,9 +133,7 @@ void openEnumerateInstancePaths(OperationCall& call) {
   const ObjectPath path = takeClassPath(call);
   const OpenParameters open = takeOpenParameters(call);
   answerOpen(call, open, Kind::kPaths, [=, &place = call.place](const Emit& emit) {
-    for (const ObjectPath& name : place.operations.enumerateInstanceNames(path)) {
-      emitPath(emit, place, name);
-    }
+    place.operations.enumerateInstanceNames(path, pathEmitter(emit, place));
   });
 }
 
@@ -144,10 +143,8 @@ void openReferenceInstances(OperationCall& call) {
   const ElementOptions options = takePulledOptions(call);
   const OpenParameters open = takeOpenParameters(call);
   answerOpen(call, open, Kind::kInstances, [=, &place = call.place](const Emit& emit) {
-    for (const Instance& instance :
-         place.operations.references(object, filter, options.propertyList)) {
-      emitInstance(emit, place, instance, options);
-    }
+    place.operations.references(object, filter, options.propertyList,
+                                instanceEmitter(emit, place, options));
   });
 }
 
@@ -156,9 +153,7 @@ void openReferenceInstancePaths(OperationCall& call) {
   const AssociationFilter filter = takeReferenceFilter(call);
   const OpenParameters open = takeOpenParameters(call);
   answerOpen(call, open, Kind::kPaths, [=, &place = call.place](const Emit& emit) {
-    for (const ObjectPath& name : place.operations.referenceNames(object, filter)) {
-      emitPath(emit, place, name);
-    }
+    place.operations.referenceNames(object, filter, pathEmitter(emit, place));
   });
 }
 
@@ -168,10 +163,8 @@ void openAssociatorInstances(OperationCall& call) {
   const ElementOptions options = takePulledOptions(call);
   const OpenParameters open = takeOpenParameters(call);
   answerOpen(call, open, Kind::kInstances, [=, &place = call.place](const Emit& emit) {
-    for (const Instance& instance :
-         place.operations.associators(object, filter, options.propertyList)) {
-      emitInstance(emit, place, instance, options);
-    }
+    place.operations.associators(object, filter, options.propertyList,
+                                 instanceEmitter(emit, place, options));
   });
 }
 
@@ -180,9 +173,7 @@ void openAssociatorInstancePaths(OperationCall& call) {
   const AssociationFilter filter = takeAssociatorFilter(call);
   const OpenParameters open = takeOpenParameters(call);
   answerOpen(call, open, Kind::kPaths, [=, &place = call.place](const Emit& emit) {
-    for (const ObjectPath& name : place.operations.associatorNames(object, filter)) {
-      emitPath(emit, place, name);
-    }
+    place.operations.associatorNames(object, filter, pathEmitter(emit, place));
   });
 }
 

@@ -80,8 +80,8 @@ std::span<const StandardQualifier> standardQualifiers() {
 }
 
 const StandardQualifier* findStandardQualifier(std::string_view name) {
-  const auto found =
-      std::ranges::find_if(kQualifiers, [name](const auto& each) { return sameName(each.name, name); });
+  const auto found = std::ranges::find_if(
+      kQualifiers, [name](const auto& each) { return sameName(each.name, name); });
   return found != kQualifiers.end() ? &*found : nullptr;
 }
 
