@@ -21,7 +21,7 @@ constexpr char kMethods[] = "//CLASS/METHOD/@NAME";
 
 TEST_F(ClassRequests, NamesOfTheTopWithoutAClass) {
   EXPECT_THAT(ask(CimRequest("EnumerateClassNames")).select("//CLASSNAME/@NAME"),
-              ElementsAre("Test_Count", "Test_Element", "Test_Link"));
+              ElementsAre("Test_Count", "Test_Element", "Test_Link", "Test_Marker"));
 }
 
 TEST_F(ClassRequests, NamesRightBelowAClassOrAllBelowIt) {

@@ -71,6 +71,18 @@ class Test_Count {
     [Key]
   Test_Counter REF Counter;
 };
+
+class Test_Marker {
+    [Description("Marks."), Made_Count(3)]
+  boolean Mark();
+};
+
+class Test_Marked : Test_Marker {
+    [Override("Mark"), Description("Marks again.")]
+  boolean Mark();
+    [Made_Names {"one", "two"}]
+  string Name;
+};
 )mof";
 
 }  // namespace servetest
