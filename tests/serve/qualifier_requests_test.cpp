@@ -54,6 +54,16 @@ TEST_F(QualifierRequests, EveryQualifierThatAClassUsesIsDeclared) {
               ElementsAre("true"));
 }
 
+TEST_F(QualifierRequests, WhatTheMofDeclaresCounts) {
+  const CimResponse rank = ask(get("Made_Rank"));
+  EXPECT_THAT(rank.select("//QUALIFIER.DECLARATION[@TYPE='uint16'][@TOSUBCLASS='false']"
+                          "[@TRANSLATABLE='true']/VALUE"),
+              ElementsAre("7"));
+  EXPECT_THAT(rank.select("//SCOPE[@CLASS='true'][@METHOD='true']/@*"), testing::SizeIs(2));
+  EXPECT_THAT(ask(getClass("Test_Marker")).select("//QUALIFIER[@NAME='Made_Rank']/@TYPE"),
+              ElementsAre("uint16"));
+}
+
 TEST_F(QualifierRequests, UnknownOnesAreNotFound) {
   constexpr int kNotFound = 6;
   constexpr int kInvalidParameter = 4;

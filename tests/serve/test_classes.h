@@ -72,8 +72,10 @@ class Test_Count {
   Test_Counter REF Counter;
 };
 
+Qualifier Made_Rank : uint16 = 7, Scope(method, class), Flavor(Restricted, Translatable);
+
 class Test_Marker {
-    [Description("Marks."), Made_Count(3)]
+    [Description("Marks."), Made_Count(3), Made_Rank(1)]
   boolean Mark();
 };
 

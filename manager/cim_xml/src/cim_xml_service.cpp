@@ -94,6 +94,10 @@ void CimXmlService::shutDown() const {
   contexts_->shutDown();
 }
 
+bool CimXmlService::waitForPulled(std::chrono::milliseconds longest) const {
+  return contexts_->waitForProducers(longest);
+}
+
 CimXmlReply CimXmlService::answer(const CimXmlHeaders& headers, std::string_view body) const {
   try {
     checkHeaders(headers);

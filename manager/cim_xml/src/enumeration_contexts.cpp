@@ -101,6 +101,19 @@ void EnumerationContexts::shutDown() {
   }
 }
 
+bool EnumerationContexts::waitForProducers(std::chrono::milliseconds longest) {
+  constexpr std::chrono::milliseconds kStep{10};
+  for (auto waited = std::chrono::milliseconds(0);; waited += kStep) {
+    {
+      const std::lock_guard lock(mutex_);
+      sweepClosed();
+      if (closed_.empty()) return true;
+    }
+    if (waited >= longest) return false;
+    std::this_thread::sleep_for(kStep);
+  }
+}
+
 void EnumerationContexts::requireRunning() const {
   if (isShutDown_) throw CimError(kServerIsShuttingDown, "the server is about to stop");
 }

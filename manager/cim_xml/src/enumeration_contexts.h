@@ -67,6 +67,9 @@ class EnumerationContexts {
   /// Closes all; whatever is asked later ends with SERVER_IS_SHUTTING_DOWN.
   void shutDown();
 
+  /// True once no producer of a closed one runs any more, false when that takes longer.
+  bool waitForProducers(std::chrono::milliseconds longest);
+
  private:
   using TimePoint = std::chrono::steady_clock::time_point;
   struct Entry {

@@ -18,17 +18,6 @@ namespace {
 
 constexpr const char* kTrue = "true";
 
-/// `own` are the qualifiers of the element itself; null when it is inherited whole.
-void writeQualifiers(XmlWriter& writer, const QualifierMap& qualifiers, const QualifierMap* own) {
-  for (const auto& [name, value] : qualifiers) {
-    writeQualifier(writer, name, value, own == nullptr || !own->contains(name));
-  }
-}
-
-void writeQualifiers(XmlWriter& writer, const QualifierMap& qualifiers) {
-  writeQualifiers(writer, qualifiers, &qualifiers);
-}
-
 /// Element names of one shape for properties and parameters: plain, array, reference.
 struct ShapeNames {
   const char* plain;
@@ -69,7 +58,11 @@ class ClassWriter {
  public:
   ClassWriter(XmlWriter& writer, const ClassRepository& repository,
               const ClassDeclaration& declaration, const ElementOptions& options)
-      : writer_(writer), repository_(repository), declaration_(declaration), options_(options) {}
+      : writer_(writer),
+        repository_(repository),
+        rules_(repository),
+        declaration_(declaration),
+        options_(options) {}
 
   void write() {
     XmlElement element(writer_, "CLASS");
@@ -88,7 +81,7 @@ class ClassWriter {
   void writeClassQualifiers() {
     QualifierMap all = declaration_.qualifiers;
     if (!options_.localOnly) addInheritedQualifiers(all);
-    writeQualifiers(writer_, all, &declaration_.qualifiers);
+    rules_.write(writer_, all, &declaration_.qualifiers);
   }
 
   void addInheritedQualifiers(QualifierMap& all) const {
@@ -97,9 +90,9 @@ class ClassWriter {
     }
   }
 
-  static void addInherited(QualifierMap& all, const QualifierMap& overridden) {
+  void addInherited(QualifierMap& all, const QualifierMap& overridden) const {
     for (const auto& [name, value] : overridden) {
-      if (passesToSubclasses(name)) all.emplace(name, value);
+      if (rules_.of(name, value).toSubclass) all.emplace(name, value);
     }
   }
 
@@ -113,7 +106,7 @@ class ClassWriter {
     if (options_.qualifiers) {
       const QualifierMap* ownQualifiers = own != nullptr ? &own->qualifiers.map() : nullptr;
       const bool onlyOwn = options_.localOnly && ownQualifiers != nullptr;
-      writeQualifiers(writer_, onlyOwn ? *ownQualifiers : property.qualifiers.map(), ownQualifiers);
+      rules_.write(writer_, onlyOwn ? *ownQualifiers : property.qualifiers.map(), ownQualifiers);
     }
     if (property.defaultValue) writeValue(writer_, *property.defaultValue);
   }
@@ -152,14 +145,14 @@ class ClassWriter {
   void writeMethodQualifiers(const MethodDeclaration& method, bool propagated,
                              const std::vector<std::string>& lineage) {
     const QualifierMap* own = propagated ? nullptr : &method.qualifiers;
-    if (options_.localOnly) return writeQualifiers(writer_, method.qualifiers, own);
+    if (options_.localOnly) return rules_.write(writer_, method.qualifiers, own);
     QualifierMap all = method.qualifiers;
     for (const std::string& className : lineage) {
       for (const MethodDeclaration& overridden : repository_.find(className)->methods) {
         if (sameName(overridden.name, method.name)) addInherited(all, overridden.qualifiers);
       }
     }
-    writeQualifiers(writer_, all, own);
+    rules_.write(writer_, all, own);
   }
 
   std::string firstDeclarer(const std::string& method,
@@ -176,17 +169,19 @@ class ClassWriter {
     XmlElement element(writer_, elementName(kParameterNames, parameter.type, parameter.isArray));
     element.attribute("NAME", parameter.name);
     writeType(element, parameter.type, &parameter);
-    if (options_.qualifiers) writeQualifiers(writer_, parameter.qualifiers);
+    if (options_.qualifiers) rules_.write(writer_, parameter.qualifiers);
   }
 
   XmlWriter& writer_;
   const ClassRepository& repository_;
+  const QualifierRules rules_;
   const ClassDeclaration& declaration_;
   const ElementOptions& options_;
 };
 
-void writeInstanceProperty(XmlWriter& writer, const NamedValue& property,
-                           const PropertyDeclaration* declaration, const ElementOptions& options) {
+void writeInstanceProperty(XmlWriter& writer, const QualifierRules& rules,
+                           const NamedValue& property, const PropertyDeclaration* declaration,
+                           const ElementOptions& options) {
   const Value& value = property.value;
   XmlElement element(writer, elementName(kPropertyNames, value.type, value.isArray));
   element.attribute("NAME", property.name);
@@ -195,7 +190,7 @@ void writeInstanceProperty(XmlWriter& writer, const NamedValue& property,
     element.attribute("CLASSORIGIN", declaration->originClass);
   }
   if (options.qualifiers && declaration != nullptr) {
-    writeQualifiers(writer, declaration->qualifiers);
+    rules.write(writer, declaration->qualifiers);
   }
   writeValue(writer, value);
 }
@@ -223,15 +218,16 @@ void writeInstance(XmlWriter& writer, const ClassRepository& repository, const I
   const std::string& className = instance.path.className;
   element.attribute("CLASSNAME", className);
   const ClassDeclaration* declaration = repository.find(className);
+  const QualifierRules rules(repository);
   if (options.qualifiers && declaration != nullptr) {
-    writeQualifiers(writer, declaration->qualifiers);
+    rules.write(writer, declaration->qualifiers);
   }
   for (const NamedValue& property : instance.properties) {
     const bool belongs =
         asClass.empty() || repository.findProperty(asClass, property.name) != nullptr;
     if (!belongs || !options.wants(property.name)) continue;
-    writeInstanceProperty(writer, property, repository.findProperty(className, property.name),
-                          options);
+    writeInstanceProperty(writer, rules, property,
+                          repository.findProperty(className, property.name), options);
   }
 }
 

@@ -1,5 +1,5 @@
 #include <map>
-#include <utility>
+#include <string_view>
 
 #include <model/names.h>
 
@@ -9,54 +9,59 @@
 namespace cimom {
 namespace {
 
-using Declarations = std::map<std::string_view, StandardQualifier, NameLess>;
+using Rules = std::map<std::string_view, QualifierRule, NameLess>;
 
-void addUsed(Declarations& declarations, const QualifierMap& qualifiers) {
-  for (const auto& [name, value] : qualifiers) {
-    declarations.emplace(name, derivedQualifier(name, value));
-  }
-}
+/// Adds those of the classes, which need not be declared anywhere.
+class UsedQualifiers {
+ public:
+  UsedQualifiers(const ClassRepository& repository, Rules& rules)
+      : known_(repository), rules_(rules) {}
 
-void addUsed(Declarations& declarations, const ClassDeclaration& declaration) {
-  addUsed(declarations, declaration.qualifiers);
-  for (const PropertyDeclaration& property : declaration.properties) {
-    addUsed(declarations, property.qualifiers);
-  }
-  for (const MethodDeclaration& method : declaration.methods) {
-    addUsed(declarations, method.qualifiers);
-    for (const PropertyDeclaration& parameter : method.parameters) {
-      addUsed(declarations, parameter.qualifiers);
+  void add(const ClassDeclaration& declaration) {
+    add(declaration.qualifiers);
+    for (const PropertyDeclaration& property : declaration.properties) add(property.qualifiers);
+    for (const MethodDeclaration& method : declaration.methods) {
+      add(method.qualifiers);
+      for (const PropertyDeclaration& parameter : method.parameters) add(parameter.qualifiers);
     }
   }
-}
 
-/// Those of the standard, and those that only the classes know. Lives as long as the repository.
-Declarations allDeclarations(const ClassRepository& repository) {
-  Declarations declarations;
-  for (const StandardQualifier& qualifier : standardQualifiers()) {
-    declarations.emplace(qualifier.name, qualifier);
+ private:
+  void add(const QualifierMap& qualifiers) {
+    for (const auto& [name, value] : qualifiers) rules_.emplace(name, known_.of(name, value));
   }
-  for (const std::string& name : repository.classNames()) {
-    addUsed(declarations, *repository.find(name));
+
+  QualifierRules known_;
+  Rules& rules_;
+};
+
+/// What the MOF declares comes before what the standard does. Lives as long as the repository.
+Rules allRules(const ClassRepository& repository) {
+  Rules rules;
+  for (const auto& [name, declaration] : repository.qualifierDeclarations()) {
+    rules.emplace(name, ruleOf(declaration));
   }
-  return declarations;
+  for (const QualifierRule& rule : standardQualifiers()) rules.emplace(rule.name, rule);
+  UsedQualifiers used(repository, rules);
+  for (const std::string& name : repository.classNames()) used.add(*repository.find(name));
+  return rules;
 }
 
 }  // namespace
 
 void enumerateQualifiers(OperationCall& call) {
   call.parameters.expectNoOthers();
-  for (const auto& [name, qualifier] : allDeclarations(call.place.repository)) {
-    writeQualifierDeclaration(call.writer, qualifier);
+  for (const auto& [name, rule] : allRules(call.place.repository)) {
+    writeQualifierDeclaration(call.writer, rule);
   }
 }
 
 void getQualifier(OperationCall& call) {
   const std::string name = call.parameters.requiredText("QualifierName");
   call.parameters.expectNoOthers();
-  const Declarations declarations = allDeclarations(call.place.repository);
-  const auto found = declarations.find(name);
-  if (found == declarations.end()) fail(CMPI_RC_ERR_NOT_FOUND, "no qualifier " + name);
+  const Rules rules = allRules(call.place.repository);
+  const auto found = rules.find(name);
+  if (found == rules.end()) fail(CMPI_RC_ERR_NOT_FOUND, "no qualifier " + name);
   writeQualifierDeclaration(call.writer, found->second);
 }
 

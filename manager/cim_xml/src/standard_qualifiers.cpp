@@ -18,7 +18,7 @@ constexpr CimType kUint32 = CimType::kUint32;
 constexpr CimType kSint64 = CimType::kSint64;
 
 // Name, type, array, default, scope, overridable, passed on to subclasses, translatable.
-constexpr auto kQualifiers = std::to_array<StandardQualifier>({
+constexpr auto kQualifiers = std::to_array<QualifierRule>({
     {"Abstract", kBoolean, false, "FALSE", kClasses, true, false, false},
     {"Aggregate", kBoolean, false, "FALSE", kOnReference, false, true, false},
     {"Aggregation", kBoolean, false, "FALSE", kOnAssociation, false, true, false},
@@ -75,11 +75,11 @@ constexpr auto kQualifiers = std::to_array<StandardQualifier>({
 
 }  // namespace
 
-std::span<const StandardQualifier> standardQualifiers() {
+std::span<const QualifierRule> standardQualifiers() {
   return kQualifiers;
 }
 
-const StandardQualifier* findStandardQualifier(std::string_view name) {
+const QualifierRule* findStandardQualifier(std::string_view name) {
   const auto found = std::ranges::find_if(
       kQualifiers, [name](const auto& each) { return sameName(each.name, name); });
   return found != kQualifiers.end() ? &*found : nullptr;

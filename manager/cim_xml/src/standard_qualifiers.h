@@ -8,7 +8,7 @@
 
 namespace cimom {
 
-/// Where a qualifier may stand: bits of StandardQualifier::scope.
+/// Where a qualifier may stand: bits of QualifierRule::scope.
 enum QualifierScope : unsigned {
   kOnClass = 1,
   kOnAssociation = 2,
@@ -20,12 +20,12 @@ enum QualifierScope : unsigned {
   kEverywhere = 127,
 };
 
-/// A qualifier as the standard (DMTF DSP0004) declares it.
-struct StandardQualifier {
+/// A qualifier as it is declared.
+struct QualifierRule {
   std::string_view name;
   CimType type;
   bool isArray;
-  /// As MOF and CIM-XML write it; empty for null.
+  /// As CIM-XML writes it; empty for null.
   std::string_view defaultValue;
   unsigned scope;
   bool overridable;
@@ -33,10 +33,10 @@ struct StandardQualifier {
   bool translatable;
 };
 
-/// All of them, in alphabetical order.
-std::span<const StandardQualifier> standardQualifiers();
+/// Those of the standard (DMTF DSP0004), in alphabetical order.
+std::span<const QualifierRule> standardQualifiers();
 
 /// Null for a qualifier that the standard does not know.
-const StandardQualifier* findStandardQualifier(std::string_view name);
+const QualifierRule* findStandardQualifier(std::string_view name);
 
 }  // namespace cimom

@@ -107,6 +107,7 @@ class CimXmlHttpServer::Implementation {
   void stop() {
     stopDeadline_ = Clock::now() + shared_.limits.stopTime;
     shared_.stopping = true;
+    shared_.service.shutDown();
     listener_.close();
     for (const auto& connection : connections_.all()) connection->stop();
   }

@@ -2,6 +2,7 @@
 
 #include <cim_xml/cim_xml_service.h>
 #include <http/http_server.h>
+#include <interop/interop_operations.h>
 #include <sys/eventfd.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -156,6 +157,14 @@ class Announcement {
   std::string place_;
 };
 
+cimom::ObjectManagerFacts factsOf(const ServeOptions& options,
+                                  const cimom::CimXmlSettings& settings) {
+  return {.systemName = settings.hostName,
+          .version = PCICIM_VERSION,
+          .nameSpaces = {settings.nameSpace, cimom::kInteropNamespace},
+          .asksForPasswords = !options.passwordFile.empty()};
+}
+
 /// Requests that no answer came to hold their threads, and could hold the process for ever.
 [[noreturn]] void endWithoutWaiting(std::ostream& out) {
   out.flush();
@@ -171,14 +180,20 @@ void serve(Session& session, const Options& options, const std::vector<std::stri
   checkReach(options.serve);
   const std::string given = session.hostName();
   const std::string hostName = given.empty() ? nodeName() : given;
-  const cimom::CimXmlSettings settings{.hostName = hostName};
+  cimom::CimXmlSettings settings{.hostName = hostName};
+  cimom::InteropOperations interop(session.classes(), factsOf(options.serve, settings));
+  settings.further.push_back({cimom::kInteropNamespace, cimom::kInteropAlias, &interop});
   const cimom::CimXmlService service(session.classes(), session.manager(), settings);
   cimom::CimXmlHttpServer server(service, httpSettings(options.serve, hostName));
   const int port = server.listen(options.serve.address, portOf(options.serve));
   const std::vector<std::string> served = session.manager().servedClasses();
   Announcement(options.serve, session, port)
       .print(served, classToTry(served, published), settings.nameSpace, out);
-  if (!server.run(stopEvent)) endWithoutWaiting(out);
+  const bool isAnswered = server.run(stopEvent);
+  service.shutDown();
+  if (!isAnswered || !service.waitForPulled(std::chrono::seconds(options.serve.stopTime))) {
+    endWithoutWaiting(out);
+  }
 }
 
 }  // namespace pcicim

@@ -4,6 +4,7 @@
 #include <model/operations.h>
 #include <mof/class_repository.h>
 
+#include <chrono>
 #include <cstddef>
 #include <deque>
 #include <memory>
@@ -90,6 +91,9 @@ class CimXmlService {
   /// Closes what clients are still pulling: they get SERVER_IS_SHUTTING_DOWN from now on, and so
   /// does who opens another enumeration. All else is answered on. Safe from any thread.
   void shutDown() const;
+  /// After shutDown(): true once no operation runs any more for what was pulled, false when that
+  /// takes longer. The service must not be destroyed before, or it waits on.
+  bool waitForPulled(std::chrono::milliseconds longest) const;
 
  private:
   struct NamedPlace;
