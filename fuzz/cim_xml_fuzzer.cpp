@@ -43,7 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const auto classes = cimom::ClassRepository::parse(servetest::kTestClasses);
   static test_support::ScriptedUpcalls host = answeringHost();
-  static const cimom::CimXmlService service(classes, host, {"root/cimv2", "made.example"});
+  // Each input has a service of its own: enumerations that others opened would fill it.
+  const cimom::CimXmlService service(classes, host, {"root/cimv2", "made.example"});
   const std::string_view body(reinterpret_cast<const char*>(data), size);
   host.seen.clear();
   const cimom::CimXmlReply reply = service.answer(headersOf(body), body);
