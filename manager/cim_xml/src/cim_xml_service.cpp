@@ -6,6 +6,7 @@
 #include <cim_xml/cim_xml_service.h>
 #include <model/cim_error.h>
 #include <model/names.h>
+#include <model/short_text.h>
 
 #include <algorithm>
 #include <exception>
@@ -33,7 +34,7 @@ int cimCode(CMPIrc code) {
 void writeError(XmlWriter& writer, CMPIrc code, const std::string& text) {
   XmlElement(writer, "ERROR")
       .attribute("CODE", std::to_string(cimCode(code)))
-      .attribute("DESCRIPTION", text);
+      .attribute("DESCRIPTION", shortText(text));
 }
 
 /// What `perform` writes, or the error that it ends with, never a part of either.
