@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cmpi/cmpi.h>
+#include <model/cim_error.h>
 
 namespace cimom {
 
