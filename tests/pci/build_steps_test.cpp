@@ -99,6 +99,15 @@ TEST(BuildSteps, AFunctionThatIsBothByTheTimeOfAskingIsABridge) {
   EXPECT_THAT(GetBridgesCache(), IsEmpty());
 }
 
+TEST(BuildSteps, PortsOfABuildThatFailedAreStillConnected) {
+  host().functions = {{"D", 5}, {"E", 3}, {.address = "F", .failing = {"GetBusNumber"}}};
+  LoadCache();
+  ASSERT_THAT(scripted::namesOf(GetPortsCache()), ElementsAre("D-ep", "E-ep"));
+  EXPECT_EQ(LookupPortEntry("E-ep").portName, "");
+  EXPECT_EQ(FindConnectedPort("E").portName, "E-ep");
+  EXPECT_EQ(FindConnectedPort("F").portName, "");
+}
+
 TEST(BuildSteps, AClassNameIsABridgesBeforeASwitchs) {
   scripted::load({{"U", 1, 0x0604, 5}});
   failCall("HasCapability");

@@ -3,6 +3,8 @@
 
 #include <qarctl/HostCtlException.h>
 
+#include <algorithm>
+#include <cctype>
 #include <stdexcept>
 
 #include <syslog.h>
@@ -91,6 +93,40 @@ TEST_F(AssociationRequests, EachPartOfTheSystemCanBeFetched) {
     const Outcome outcome = get(path);
     EXPECT_EQ(outcome.status, CMPI_RC_OK);
     EXPECT_THAT(outcome.events, ElementsAreArray(bracketed({briefOf(path)}) + kDone));
+  }
+}
+
+TEST_F(AssociationRequests, APartOfTheSystemIsFoundWhateverTheCaseAndOrderOfItsKeys) {
+  for (const ObjectPath& known :
+       {fullDevicePath("Zelmar_PCIDevice", "D"),
+        endOf(enumerateNames(kSystemDevice).paths.back(), "PartComponent")}) {
+    ObjectPath part = known;
+    for (auto& key : part.keys) {
+      std::transform(key.name.begin(), key.name.end(), key.name.begin(),
+                     [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    }
+    std::reverse(part.keys.begin(), part.keys.end());
+    const Outcome outcome =
+        get(pairOf(kSystemDevice, "GroupComponent", systemPath(), "PartComponent", part));
+    EXPECT_EQ(outcome.status, CMPI_RC_OK);
+    EXPECT_THAT(
+        outcome.events,
+        ElementsAreArray(bracketed(pairs(kSystemDevice, {kSystemBrief + (',' + briefOf(known))})) +
+                         kDone));
+  }
+}
+
+TEST_F(AssociationRequests, APartWithoutAnIdOrWithOneOfAnotherTypeIsNotFound) {
+  const ObjectPath known = fullDevicePath("Zelmar_PCIDevice", "D");
+  ObjectPath without = known;
+  std::erase_if(without.keys, [](const auto& key) { return key.name == "DeviceID"; });
+  ObjectPath number = without;
+  number.keys.push_back({"DeviceID", cimom::Value::number(cimom::CimType::kUint16, 7)});
+  for (const ObjectPath& part : {without, number}) {
+    const Outcome outcome =
+        get(pairOf(kSystemDevice, "GroupComponent", systemPath(), "PartComponent", part));
+    EXPECT_EQ(outcome.status, CMPI_RC_ERR_NOT_FOUND) << briefOf(part);
+    EXPECT_THAT(outcome.events, IsEmpty());
   }
 }
 

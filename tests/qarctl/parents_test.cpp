@@ -94,6 +94,26 @@ TEST_F(Parents, AreObjectsOfTheirOwn) {
   EXPECT_EQ(describe(*parent), description);
 }
 
+TEST_F(Parents, AreObjectsOfTheirOwnForEachOwner) {
+  Devices devices = readInventory(
+      {MadeFunction("00:01.0").bridge(1, 1), MadeFunction("01:00.0"), MadeFunction("01:01.0")});
+  auto first = devices.at(1)->GetParent();
+  const auto second = devices.at(2)->GetParent();
+  const auto third = devices.at(1)->GetParent();
+  EXPECT_NE(first.get(), second.get());
+  EXPECT_NE(second.get(), third.get());
+  const std::string description = describe(*first);
+  first.reset();
+  // What one owner gave back is another's now, and nobody else's.
+  const auto fourth = devices.at(2)->GetParent();
+  const auto fifth = devices.at(2)->GetParent();
+  EXPECT_NE(fourth.get(), fifth.get());
+  devices.clear();
+  for (const auto* parent : {&second, &third, &fourth, &fifth}) {
+    EXPECT_EQ(describe(**parent), description);
+  }
+}
+
 TEST_F(Parents, SecondaryBusIsThatOfBothBridgeHeaderTypes) {
   const Devices devices = readInventory(
       {MadeFunction("00:00.0").bridge(7, 8, 0), MadeFunction("00:01.0").bridge(7, 8, 1),

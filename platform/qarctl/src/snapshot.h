@@ -1,6 +1,7 @@
 #pragma once
 
 #include "function_record.h"
+#include "ready_function.h"
 
 #include <qarctl/PciDevice.h>
 
@@ -12,17 +13,16 @@
 
 namespace HostCtl {
 
-class DeviceView;
 class Snapshot;
 
-/// A share in a snapshot, which goes with its last one.
+/// A share in a snapshot.
 struct ReleaseShare {
   void operator()(const Snapshot* snapshot) const;
 };
 using SnapshotShare = std::unique_ptr<const Snapshot, ReleaseShare>;
 
-/// The functions of one reading, in address order, with a view of each that lies ready to be handed
-/// out; nothing that shows changes after it is made, so any number of threads may read it.
+/// The functions of one reading, in address order; nothing that shows changes after it is made, so
+/// any number of threads may read it.
 class Snapshot {
  public:
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
@@ -37,16 +37,20 @@ class Snapshot {
   const FunctionRecord& Function(std::size_t index) const { return functions_[index]; }
   /// Index of the function above, kNone below a root bus.
   std::size_t Parent(std::size_t index) const;
-  /// The function as callers own it: deleting it gives back its share in the snapshot. It is the
-  /// same object for all of them, which makes no difference since nobody can change it.
+  /// A light view of the function; it keeps the snapshot alive.
   std::unique_ptr<Hardware::PciDevice> MakeDevice(std::size_t index) const;
 
- private:
-  friend class DeviceView;
-  friend struct ReleaseShare;
+  /// The snapshot goes when its last share is given back.
+  void TakeShare() const { shares_.fetch_add(1, std::memory_order_relaxed); }
+  void GiveShareBack() const {
+    // Whoever gives back the last one sees all that the others did.
+    if (shares_.fetch_sub(1, std::memory_order_acq_rel) == 1) Delete();
+  }
 
+ private:
   explicit Snapshot(HostInput input);
   ~Snapshot();
+  void Delete() const;
 
   /// Index of the first function at the address, kNone without one.
   std::size_t Find(const FunctionAddress& address) const;
@@ -56,11 +60,8 @@ class Snapshot {
   void FindParentsInSegment(std::size_t begin, std::size_t end);
   void FindSlots();
 
-  void TakeShare() const { shares_.fetch_add(1, std::memory_order_relaxed); }
-  void GiveShareBack() const;
-
   std::vector<FunctionRecord> functions_;
-  std::unique_ptr<DeviceView[]> views_;
+  std::unique_ptr<ReadyFunction[]> ready_;
   mutable std::atomic<std::size_t> shares_{1};
 };
 

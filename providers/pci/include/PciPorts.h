@@ -26,7 +26,7 @@ enum PCIPortType : unsigned short {
 /// not, so that hardly one of them needs to be looked up among the names.
 inline bool EndsLikePortName(std::string_view text) {
   const std::size_t size = text.size();
-  return size >= 4 && (text[size - 3] == '-' || text[size - 4] == '-');
+  return size >= 3 && (text[size - 3] == '-' || (size >= 4 && text[size - 4] == '-'));
 }
 
 /// Appends the device's ports: none, one, or a bridge's two.

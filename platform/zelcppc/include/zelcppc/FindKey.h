@@ -4,10 +4,12 @@
 #include <zelcppc/CmpiData.h>
 #include <zelcppc/CmpiObjectPath.h>
 #include <zelcppc/CmpiStatus.h>
+#include <zelcppc/CmpiString.h>
 
 #include <optional>
+#include <string>
 
-/// Here, and not in the library, so that providers load with every version of it.
+/// Here, and not in the library, so that a provider loads with every version of it.
 #pragma GCC visibility push(hidden)
 namespace zelInt {
 
@@ -16,21 +18,37 @@ inline bool isMissingKey(CMPIrc code) noexcept {
   return code == CMPI_RC_ERR_NOT_FOUND || code == CMPI_RC_ERR_NO_SUCH_PROPERTY;
 }
 
-/// The key, as getKey returns it, or nothing where the path lacks it: paths without a key are
-/// nothing exceptional where any object may come. Throws CmpiStatus when the broker fails
+/// Throws what the broker says about a getKey that failed.
+[[noreturn]] inline void throwFailedGetKey(const CMPIStatus& status) {
+  std::string text;
+  try {
+    const CMPIData message{CMPI_string, CMPI_goodValue, {.string = status.msg}};
+    text = CmpiString(CmpiData(message)).charPtr();
+  } catch (...) {
+    // That the text cannot be read must not hide the failure.
+  }
+  throw CmpiStatus(status.rc, text.empty() ? "getKey failed" : text);
+}
+
+/// The key, as getKey returns it, or nothing where the path lacks it: an exception costs much where
+/// paths without the key are nothing exceptional. Throws CmpiStatus when the broker fails
 /// otherwise.
 inline std::optional<CmpiData> findKey(const CmpiObjectPath& path, const char* name) {
   const CMPIObjectPath* handle = path.getHandle();
-  // getKey names what is missing.
-  if (handle == nullptr || handle->ft == nullptr || handle->ft->getKey == nullptr) {
-    return path.getKey(name);
+  if (handle != nullptr && handle->ft != nullptr && handle->ft->getKey != nullptr) {
+    CMPIStatus status{CMPI_RC_OK, nullptr};
+    const CmpiData value(handle->ft->getKey(handle, name, &status));
+    if (isMissingKey(status.rc)) return std::nullopt;
+    if (status.rc != CMPI_RC_OK) throwFailedGetKey(status);
+    if ((value.raw().state & CMPI_notFound) == 0) return value;
   }
-  CMPIStatus status{CMPI_RC_OK, nullptr};
-  const CmpiData value(handle->ft->getKey(handle, name, &status));
-  if (isMissingKey(status.rc)) return std::nullopt;
-  CmpiStatus::check(status, "getKey");
-  if ((value.raw().state & CMPI_notFound) != 0 && !value.holdsObject()) return std::nullopt;
-  return value;
+  // getKey names what is missing, and knows what else may be meant by the state.
+  try {
+    return path.getKey(name);
+  } catch (const CmpiStatus& failure) {
+    if (isMissingKey(failure.rc())) return std::nullopt;
+    throw;
+  }
 }
 
 }  // namespace zelInt
