@@ -11,6 +11,7 @@
 #include <zelcppc/ProviderFactory.h>
 
 #include <functional>
+#include <memory>
 #include <ostream>
 #include <stdexcept>
 
@@ -249,6 +250,17 @@ TEST_P(DriverTest, ACallWithinACallHasItsOwnBroker) {
               testing::ElementsAre("broker.newObjectPath(root/cimv2, Thing)"));
   EXPECT_THAT(watched.callTexts("broker.newObjectPath"),
               testing::ElementsAre("broker.newObjectPath(root/cimv2, Part)"));
+}
+
+/// The binding keeps what it found of a provider, and uses the place for the next one.
+TEST_P(DriverTest, AProviderAfterOneThatWentIsAskedItself) {
+  auto gone =
+      std::make_unique<ScriptedProvider>(CmpiBroker(watched.record()), CmpiContext(context));
+  GetParam().send(requestTo(gone.get()));
+  gone.reset();
+  ScriptedProvider next(CmpiBroker(watched.record()), CmpiContext(context));
+  EXPECT_EQ(GetParam().send(requestTo(&next)).rc, CMPI_RC_OK);
+  EXPECT_NE(next.seen, "");
 }
 
 TEST_P(DriverTest, WhatAClassDoesNotOverrideIsNotSupported) {

@@ -20,6 +20,7 @@ struct Objects {
   CmpiContext context;
   CmpiObjectPath path;
   CmpiObjectPath equalPath;
+  CmpiObjectPath pathOfOneKey;
   CmpiInstance instance;
   CmpiArray array;
   CmpiEnumeration names;
@@ -47,13 +48,12 @@ class FailingCallTest : public BindingTest, public testing::WithParamInterface<U
     const CmpiContext context(request.newContext("root/cimv2", 0));
     CmpiArray array(2, CMPI_uint16);
     array[0] = CmpiData(static_cast<unsigned short>(1));
-    return {broker,
-            context,
-            thingPath(),
-            thingPath(),
-            CmpiInstance(thingPath()),
-            array,
-            broker.enumInstanceNames(context, CmpiObjectPath("root/cimv2", "Thing"))};
+    CmpiObjectPath pathOfOneKey("root/cimv2", "Thing");
+    pathOfOneKey.setKey("Name", CmpiData("one"));
+    return {broker,       context,
+            thingPath(),  thingPath(),
+            pathOfOneKey, CmpiInstance(thingPath()),
+            array,        broker.enumInstanceNames(context, CmpiObjectPath("root/cimv2", "Thing"))};
   }
 
   /// The calls of an undisturbed use.
@@ -121,8 +121,12 @@ const std::vector<Use> kUses{
       "objectPath.getKeyCount", "objectPath.getKeyAt", "objectPath.getKeyAt"}},
     {"NewInstance",
      [](Objects& on) { CmpiInstance instance(on.path); },
-     {"broker.newInstance", "objectPath.getKeyCount", "objectPath.getKeyAt", "instance.setProperty",
-      "objectPath.getKeyAt", "instance.setProperty"}},
+     {"broker.newInstance", "objectPath.getKeyCount", "objectPath.getKeyAt",
+      "instance.getProperty"}},
+    {"NewInstanceOfOneKey",
+     [](Objects& on) { CmpiInstance instance(on.pathOfOneKey); },
+     {"broker.newInstance", "objectPath.getKeyCount", "objectPath.getKeyAt",
+      "instance.setProperty"}},
     {"SetProperty",
      [](Objects& on) { on.instance.setProperty("Note", CmpiData("x")); },
      {"instance.setProperty"}},

@@ -57,6 +57,35 @@ TEST_P(KeyPropertiesTest, KeysArePropertiesUnderEveryObjectManager) {
   EXPECT_EQ(instance.getProperty("Number").raw().value.uint16, 7);
 }
 
+TEST_P(KeyPropertiesTest, KeysAreSetOnlyWhereTheyDidNotComeWithTheInstance) {
+  const CmpiObjectPath path = thingPath();
+  watched.clear();
+  const CmpiInstance instance(path);
+  EXPECT_EQ(watched.count("instance.setProperty"), GetParam() ? 0U : 2U);
+}
+
+TEST_P(KeyPropertiesTest, AReferenceAsTheLastKeyTellsToo) {
+  CmpiObjectPath path = thingPath();
+  path.setKey("Next", CmpiData(thingPath()));
+  watched.clear();
+  const CmpiInstance instance(path);
+  EXPECT_EQ(watched.count("instance.setProperty"), GetParam() ? 0U : 3U);
+}
+
+/// Object managers differ in how they say that an instance lacks a property.
+TEST_P(KeyPropertiesTest, HoweverTheQuestionForAKeyIsDeniedTheKeysAreSet) {
+  const CmpiObjectPath path = thingPath();
+  for (const CMPIrc code : {CMPI_RC_ERR_NO_SUCH_PROPERTY, CMPI_RC_ERR_NOT_FOUND, CMPI_RC_OK}) {
+    watched.failNothing();
+    watched.clear();
+    watched.failCall("instance.getProperty", 0, code);
+    const CmpiInstance instance(path);
+    EXPECT_EQ(watched.count("instance.setProperty"), 2U) << code;
+    watched.failNothing();
+    EXPECT_EQ(textOf(instance.getProperty("Name")), "one") << code;
+  }
+}
+
 TEST_P(KeyPropertiesTest, ReferencesAmongTheKeysBecomePropertiesToo) {
   CmpiObjectPath path = thingPath();
   path.setKey("Next", CmpiData(thingPath()));
@@ -75,6 +104,58 @@ TEST_P(KeyPropertiesTest, AKeyWithoutAValueIsNotSet) {
 INSTANTIATE_TEST_SUITE_P(NewInstance, KeyPropertiesTest, testing::Bool(), [](const auto& testInfo) {
   return testInfo.param ? "CopiesKeys" : "LeavesKeysOut";
 });
+
+/// A broker that does something with each new instance before it hands it out.
+class NewInstanceTest : public BindingTest {
+ protected:
+  using Change = void (*)(CMPIInstance* instance);
+
+  explicit NewInstanceTest() {
+    original = inner.record()->eft;
+    table.newInstance = [](const CMPIBroker* broker, const CMPIObjectPath* path,
+                           CMPIStatus* status) {
+      CMPIInstance* instance = original->newInstance(broker, path, status);
+      change(instance);
+      return instance;
+    };
+  }
+
+  CmpiInstance madeWith(Change changeOfInstance) {
+    change = changeOfInstance;
+    const CurrentBrokerScope scope(&changing);
+    return CmpiInstance(thingPath());
+  }
+
+  static inline const CMPIBrokerEncFT* original = nullptr;
+  static inline Change change = nullptr;
+
+  CMPIBrokerEncFT table = *inner.record()->eft;
+  CMPIBroker changing{inner.record()->hdl, inner.record()->bft, &table, inner.record()->xft,
+                      inner.record()->mft};
+};
+
+TEST_F(NewInstanceTest, AKeyThatCameWithAnotherValueIsSet) {
+  const CmpiInstance instance = madeWith([](CMPIInstance* made) {
+    const CMPIValue number{.uint16 = 1};
+    made->ft->setProperty(made, "Number", &number, CMPI_uint16);
+  });
+  EXPECT_EQ(instance.getProperty("Number").raw().value.uint16, 7);
+}
+
+TEST_F(NewInstanceTest, WhereTheQuestionForAKeyIsMissingTheKeysAreSet) {
+  static CMPIInstanceFT silent;
+  static int set = 0;
+  const CmpiInstance instance = madeWith([](CMPIInstance* made) {
+    silent = *made->ft;
+    silent.getProperty = nullptr;
+    silent.setProperty = [](const CMPIInstance*, const char*, const CMPIValue*, CMPIType) {
+      ++set;
+      return CMPIStatus{CMPI_RC_OK, nullptr};
+    };
+    made->ft = &silent;
+  });
+  EXPECT_EQ(set, 2);
+}
 
 TEST_F(InstanceTest, HandsTheOwnKeyNamesOnWhereTheCallerListsNone) {
   CmpiInstance instance(thingPath());
