@@ -315,6 +315,10 @@ bool FindPortsInGroup(std::uint8_t bus, std::vector<const PciDevice*>& devices) 
   return true;
 }
 
+bool IsInGroups(std::uint8_t bus) {
+  return busDeviceMap.find(bus) != busDeviceMap.end();
+}
+
 void AddToMap(const std::string& key, const PortEntry& entry, PortBuckets& map) {
   map[key].push_back(&entry);
 }

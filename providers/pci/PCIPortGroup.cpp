@@ -49,6 +49,8 @@ bool ParseBusID(const CmpiObjectPath& path, unsigned char& bus) {
 }
 
 bool PortGroupExists(unsigned char bus) {
+  // The groups are made of the ports; where the snapshot was not finished they lack some.
+  if (IsInGroups(bus)) return true;
   const auto& ports = GetPortsCache();
   return std::any_of(ports.begin(), ports.end(),
                      [bus](const PortEntry& port) { return port.busNumber == bus; });

@@ -117,6 +117,8 @@ const PortPointers& LookupBridgePorts(const std::string& address);
 const PortPointers& LookupSwitchPorts(const std::string& address);
 /// Replaces `devices` by the device of every port on the bus, repeats included; false leaves it.
 bool FindPortsInGroup(std::uint8_t bus, std::vector<const PciDevice*>& devices);
+/// Whether FindPortsInGroup finds something.
+bool IsInGroups(std::uint8_t bus);
 /// Of the ports counted to the device `name`, the first on the lowest bus, or the empty entry.
 const PortEntry& FindConnectedPort(std::string_view name);
 
