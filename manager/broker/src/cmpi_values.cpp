@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include "array_object.h"
@@ -13,21 +14,59 @@
 namespace cimom {
 namespace {
 
+CMPIObjectPath* pathFrom(const StoredReference& reference) {
+  return makePath(reference.stored ? *reference.stored
+                                   : fromModel(*reference.model, requestTexts()));
+}
+
+// Each writes a value that is not null where callers read one of its type.
+
+template <auto Member>
+void putNumber(CMPIValue& place, const StoredValue& value) {
+  auto& number = place.*Member;
+  number = value.as<std::remove_reference_t<decltype(number)>>();
+}
+void putBoolean(CMPIValue& place, const StoredValue& value) {
+  place.boolean = value.asBoolean() ? 1 : 0;
+}
+void putText(CMPIValue& place, const StoredValue& value) {
+  place.string = makeString(value.asText());
+}
+void putReference(CMPIValue& place, const StoredValue& value) {
+  const StoredReference* reference = value.asReference();
+  place.ref = reference != nullptr ? pathFrom(*reference) : nullptr;
+}
+
 struct TypePair {
   CMPIType cmpi;
   CimType cim;
+  void (*put)(CMPIValue& place, const StoredValue& value);
 };
 
 constexpr TypePair kTypes[] = {
-    {CMPI_boolean, CimType::kBoolean}, {CMPI_char16, CimType::kChar16},
-    {CMPI_uint8, CimType::kUint8},     {CMPI_uint16, CimType::kUint16},
-    {CMPI_uint32, CimType::kUint32},   {CMPI_uint64, CimType::kUint64},
-    {CMPI_sint8, CimType::kSint8},     {CMPI_sint16, CimType::kSint16},
-    {CMPI_sint32, CimType::kSint32},   {CMPI_sint64, CimType::kSint64},
-    {CMPI_real32, CimType::kReal32},   {CMPI_real64, CimType::kReal64},
-    {CMPI_string, CimType::kString},   {CMPI_chars, CimType::kString},
-    {CMPI_ref, CimType::kReference},
+    {CMPI_boolean, CimType::kBoolean, putBoolean},
+    {CMPI_char16, CimType::kChar16, putNumber<&CMPIValue::char16>},
+    {CMPI_uint8, CimType::kUint8, putNumber<&CMPIValue::uint8>},
+    {CMPI_uint16, CimType::kUint16, putNumber<&CMPIValue::uint16>},
+    {CMPI_uint32, CimType::kUint32, putNumber<&CMPIValue::uint32>},
+    {CMPI_uint64, CimType::kUint64, putNumber<&CMPIValue::uint64>},
+    {CMPI_sint8, CimType::kSint8, putNumber<&CMPIValue::sint8>},
+    {CMPI_sint16, CimType::kSint16, putNumber<&CMPIValue::sint16>},
+    {CMPI_sint32, CimType::kSint32, putNumber<&CMPIValue::sint32>},
+    {CMPI_sint64, CimType::kSint64, putNumber<&CMPIValue::sint64>},
+    {CMPI_real32, CimType::kReal32, putNumber<&CMPIValue::real32>},
+    {CMPI_real64, CimType::kReal64, putNumber<&CMPIValue::real64>},
+    {CMPI_string, CimType::kString, putText},
+    {CMPI_chars, CimType::kString, putText},
+    {CMPI_ref, CimType::kReference, putReference},
 };
+
+/// Points in time are texts to CMPI callers here.
+const TypePair& pairOf(CimType type) {
+  const CimType sought = type == CimType::kDateTime ? CimType::kString : type;
+  return *std::find_if(std::begin(kTypes), std::end(kTypes),
+                       [sought](const TypePair& pair) { return pair.cim == sought; });
+}
 
 /// What a caller may give again with the next object is shared; a null for what names no object.
 StoredValue referenceFrom(const CMPIObjectPath* handle) {
@@ -77,65 +116,6 @@ std::optional<StoredValue> scalarFrom(const CMPIValue& value, CMPIType type) {
   }
 }
 
-CMPIObjectPath* pathFrom(const StoredReference& reference) {
-  return makePath(reference.stored ? *reference.stored
-                                   : fromModel(*reference.model, requestTexts()));
-}
-
-/// What is there of a scalar, in the member of its CMPI type.
-void fill(CMPIData& data, const StoredValue& value) {
-  switch (data.type) {
-    case CMPI_boolean:
-      data.value.boolean = value.asBoolean() ? 1 : 0;
-      break;
-    case CMPI_char16:
-      data.value.char16 = value.as<CMPIChar16>();
-      break;
-    case CMPI_uint8:
-      data.value.uint8 = value.as<CMPIUint8>();
-      break;
-    case CMPI_uint16:
-      data.value.uint16 = value.as<CMPIUint16>();
-      break;
-    case CMPI_uint32:
-      data.value.uint32 = value.as<CMPIUint32>();
-      break;
-    case CMPI_uint64:
-      data.value.uint64 = value.as<CMPIUint64>();
-      break;
-    case CMPI_sint8:
-      data.value.sint8 = value.as<CMPISint8>();
-      break;
-    case CMPI_sint16:
-      data.value.sint16 = value.as<CMPISint16>();
-      break;
-    case CMPI_sint32:
-      data.value.sint32 = value.as<CMPISint32>();
-      break;
-    case CMPI_sint64:
-      data.value.sint64 = value.as<CMPISint64>();
-      break;
-    case CMPI_real32:
-      data.value.real32 = value.as<CMPIReal32>();
-      break;
-    case CMPI_real64:
-      data.value.real64 = value.as<CMPIReal64>();
-      break;
-    case CMPI_string:
-      data.value.string = makeString(value.asText());
-      break;
-    case CMPI_ref:
-      if (const StoredReference* reference = value.asReference()) {
-        data.value.ref = pathFrom(*reference);
-      } else {
-        data.state = CMPI_nullValue;
-      }
-      break;
-    default:
-      break;
-  }
-}
-
 }  // namespace
 
 std::optional<CimType> cimTypeOf(CMPIType type) {
@@ -147,10 +127,7 @@ std::optional<CimType> cimTypeOf(CMPIType type) {
 }
 
 CMPIType cmpiTypeOf(CimType type) {
-  if (type == CimType::kDateTime) return CMPI_string;
-  const auto* found = std::find_if(std::begin(kTypes), std::end(kTypes),
-                                   [&](const TypePair& pair) { return pair.cim == type; });
-  return found->cmpi;
+  return pairOf(type).cmpi;
 }
 
 std::optional<StoredValue> valueFrom(const CMPIValue* value, CMPIType type) {
@@ -171,15 +148,18 @@ std::optional<StoredValue> valueFrom(const CMPIValue* value, CMPIType type) {
 }
 
 CMPIData dataFrom(const StoredValue& value) {
-  const CMPIType element = cmpiTypeOf(value.type());
-  CMPIData data = nullData(value.isArray() ? static_cast<CMPIType>(CMPI_ARRAY | element) : element);
+  const TypePair& type = pairOf(value.type());
+  CMPIData data =
+      nullData(value.isArray() ? static_cast<CMPIType>(CMPI_ARRAY | type.cmpi) : type.cmpi);
   if (value.isNull()) return data;
   data.state = CMPI_goodValue;
   if (value.isArray()) {
     data.value.array = make<ArrayObject>(value.type(), value.elements());
-  } else {
-    fill(data, value);
+    return data;
   }
+  type.put(data.value, value);
+  const bool refersToNothing = data.type == CMPI_ref && data.value.ref == nullptr;
+  if (refersToNothing) data.state = CMPI_nullValue;
   return data;
 }
 
