@@ -220,6 +220,19 @@ TEST_F(ObjectManagerTest, AFinderAsksInTheMidstOfOtherRequests) {
   EXPECT_EQ(noteOf(*first->find("c")), "all");
 }
 
+TEST_F(ObjectManagerTest, AFinderHandsOverThoseOfManyThatAreThereUntilOneFails) {
+  const auto finder = manager.instanceFinder("Test_Thing", "Name", std::nullopt);
+  std::vector<ObjectPath> found;
+  const InstanceSink sink = [&found](Instance&& instance) { found.push_back(instance.path); };
+  finder->findEach({"a", "none", "b"}, sink);
+  EXPECT_EQ(failureOf([&] {
+              finder->findEach({"none", "c", "denied", "d"}, sink);
+            }),
+            "CIM_ERR_ACCESS_DENIED: ask somebody else");
+  finder->findEach({}, sink);
+  EXPECT_EQ(textsOf(found), (Texts{"Test_Thing:a", "Test_Thing:b", "Test_Thing:c"}));
+}
+
 TEST_F(ObjectManagerTest, AFinderIsForAClassThatIsServed) {
   const auto failureFor = [&](const std::string& className) {
     return failureOf([&] { manager.instanceFinder(className, "Name", std::nullopt); });

@@ -8,6 +8,12 @@
 
 namespace cimom {
 
+std::optional<Instance> InstanceFinder::find(const std::string& text) {
+  std::optional<Instance> found;
+  findEach({text}, [&found](Instance&& instance) { found = std::move(instance); });
+  return found;
+}
+
 RepeatedGet::RepeatedGet(CMPIInstanceMI& provider, const ObjectPath& path, std::string key,
                          PropertyList properties, Narrow narrow)
     : provider_(provider),
@@ -24,16 +30,21 @@ RepeatedGet::RepeatedGet(CMPIInstanceMI& provider, const ObjectPath& path, std::
   path_.reset(clone(scope.newPath(path)));
 }
 
-std::optional<Instance> RepeatedGet::find(const std::string& text) {
-  ask(text);
-  std::optional<Instance> found = std::exchange(answer_.instance, std::nullopt);
-  if (found) narrow_(*found);
-  return found;
+// One scope for all: what a question leaves behind is little, and a scope costs as much as a
+// question.
+void RepeatedGet::findEach(const std::vector<std::string>& texts, const InstanceSink& sink) {
+  RequestScope scope;
+  for (const std::string& text : texts) {
+    ask(text);
+    if (!answer_.instance) continue;
+    Instance found = *std::exchange(answer_.instance, std::nullopt);
+    narrow_(found);
+    sink(std::move(found));
+  }
 }
 
 void RepeatedGet::ask(const std::string& text) {
   answer_.instance.reset();
-  RequestScope scope;
   CMPIStatus status = path_->ft->addKey(
       path_.get(), key_.c_str(), reinterpret_cast<const CMPIValue*>(text.c_str()), CMPI_chars);
   throwUnlessOk(status, className_);

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "property_array.h"
 
@@ -26,7 +27,7 @@ class RepeatedGet final : public InstanceFinder {
   RepeatedGet(CMPIInstanceMI& provider, const ObjectPath& path, std::string key,
               PropertyList properties, Narrow narrow);
 
-  std::optional<Instance> find(const std::string& text) override;
+  void findEach(const std::vector<std::string>& texts, const InstanceSink& sink) override;
 
  private:
   /// Of several instances of an answer the first counts.

@@ -56,6 +56,15 @@ std::optional<Record> ManagedTopology::instance(std::string_view className,
   }
 }
 
+void ManagedTopology::instancesOf(std::string_view className,
+                                  const std::vector<std::string>& deviceIds,
+                                  const std::vector<std::string>& properties,
+                                  const RecordSink& sink) {
+  finderOf(className, properties).findEach(deviceIds, [&sink](const cimom::Instance& instance) {
+    sink(toRecord(instance.properties));
+  });
+}
+
 cimom::InstanceFinder& ManagedTopology::finderOf(std::string_view className,
                                                  const std::vector<std::string>& properties) {
   const auto known = finders_.find(className);

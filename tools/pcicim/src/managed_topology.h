@@ -25,6 +25,8 @@ class ManagedTopology : public TopologySource {
   void names(std::string_view className, const RecordSink& sink) override;
   std::optional<Record> instance(std::string_view className, const std::string& deviceId,
                                  const std::vector<std::string>& properties) override;
+  void instancesOf(std::string_view className, const std::vector<std::string>& deviceIds,
+                   const std::vector<std::string>& properties, const RecordSink& sink) override;
 
  private:
   cimom::InstanceFinder& finderOf(std::string_view className,

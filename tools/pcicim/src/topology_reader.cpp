@@ -168,20 +168,24 @@ class TopologyReader {
     }
   }
 
-  /// Any function can be read as a device by its address; only a bridge's instance has its bus.
+  /// Any function can be read as a device by its address.
   bool addIfThere(const std::string& address, std::optional<Function::Kind> kind = std::nullopt) {
     auto record = source_.instance(kDeviceClass, address, wantedProperties());
     if (!record) {
       return false;
     }
-    const bool isBridge = !kind && text(*record, "ClassCode") == kBridgeClass;
-    if (isBridge) {
-      if (auto bridge = source_.instance(kPciBridgeClass, address, wantedProperties())) {
-        record = std::move(bridge);
-      }
-    }
-    add(*record, kind.value_or(isBridge ? Function::Kind::kBridge : Function::Kind::kDevice));
+    addRead(*record, kind);
     return true;
+  }
+
+  /// Adds what was read as a device; only a bridge's instance has its bus.
+  void addRead(const Record& record, std::optional<Function::Kind> kind = std::nullopt) {
+    if (kind || text(record, "ClassCode") != kBridgeClass) {
+      return add(record, kind.value_or(Function::Kind::kDevice));
+    }
+    const auto bridge =
+        source_.instance(kPciBridgeClass, text(record, "DeviceID"), wantedProperties());
+    add(bridge ? *bridge : record, Function::Kind::kBridge);
   }
 
   /// From the given position on; parents found may name parents of their own.
@@ -218,21 +222,39 @@ class TopologyReader {
     // Names on a bus differ in their last digits alone.
     std::string name = addressText({segment, bus, 0, 0});
     const KnownFunctions::Bus& known = knownFunctions_.bus(segment, bus);
+    addFirstFunctions(name, known);
     for (unsigned device = 0; device < kDevicesPerBus; ++device) {
-      name[name.size() - 4] = hexDigit(device / 16);
-      name[name.size() - 3] = hexDigit(device % 16);
-      addFunctionsOf(name, known[device]);
+      if (known[device] != 0) {
+        setDevice(name, device);
+        addOtherFunctions(name, known[device]);
+      }
     }
   }
 
+  static void setDevice(std::string& name, unsigned device) {
+    name[name.size() - 4] = hexDigit(device / 16);
+    name[name.size() - 3] = hexDigit(device % 16);
+  }
+
+  void addFirstFunctions(std::string name, const KnownFunctions::Bus& known) {
+    std::vector<std::string> names;
+    names.reserve(kDevicesPerBus);
+    for (unsigned device = 0; device < kDevicesPerBus; ++device) {
+      if ((known[device] & 1U) == 0) {
+        setDevice(name, device);
+        names.push_back(name);
+      }
+    }
+    source_.instancesOf(kDeviceClass, names, wantedProperties(),
+                        [this](const Record& record) { addRead(record); });
+  }
+
   /// `known` changes as functions are added.
-  /// `known` changes as functions are added.
-  void addFunctionsOf(std::string& name, const std::uint8_t& known) {
-    bool found = known != 0;
-    for (unsigned i = 0; i < kFunctionsPerDevice && (i == 0 || found); ++i) {
+  void addOtherFunctions(std::string& name, const std::uint8_t& known) {
+    for (unsigned i = 1; i < kFunctionsPerDevice; ++i) {
       if ((known >> i & 1U) == 0) {
         name.back() = hexDigit(i);
-        found = addIfThere(name) || found;
+        addIfThere(name);
       }
     }
   }
@@ -244,6 +266,17 @@ class TopologyReader {
 };
 
 }  // namespace
+
+void TopologySource::instancesOf(std::string_view className,
+                                 const std::vector<std::string>& deviceIds,
+                                 const std::vector<std::string>& properties,
+                                 const RecordSink& sink) {
+  for (const std::string& deviceId : deviceIds) {
+    if (const auto record = instance(className, deviceId, properties)) {
+      sink(*record);
+    }
+  }
+}
 
 std::vector<Function> readTopology(TopologySource& source) {
   return TopologyReader(source).read();

@@ -29,6 +29,9 @@ class TopologySource {
   /// properties of a class each time.
   virtual std::optional<Record> instance(std::string_view className, const std::string& deviceId,
                                          const std::vector<std::string>& properties) = 0;
+  /// Those of the instances with these DeviceIDs that are there, in that order.
+  virtual void instancesOf(std::string_view className, const std::vector<std::string>& deviceIds,
+                           const std::vector<std::string>& properties, const RecordSink& sink);
 };
 
 /// Collects every PCI function that the classes show.
