@@ -30,8 +30,10 @@ bool IsBlank(char c) {
   return c == ' ' || c == '\t';
 }
 
+// Mostly there is one, so that a search costs more than a look.
 std::string_view WithoutBlanksInFront(std::string_view text) {
-  return text.substr(std::min(text.find_first_not_of(kBlanks), text.size()));
+  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+  return text;
 }
 
 std::string_view WithoutBlanksBehind(std::string_view text) {
@@ -63,10 +65,13 @@ bool IsHex(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return HexValue(c) >= 0; });
 }
 
-/// Whether a text begins with a byte: two hex digits, then a blank or the end.
-bool BeginsWithByte(std::string_view text) {
-  return text.size() >= 2 && HexValue(text[0]) >= 0 && HexValue(text[1]) >= 0 &&
-         (text.size() == 2 || IsBlank(text[2]));
+/// The byte that a text begins with, two hex digits before a blank or the end; negative when it
+/// begins with none.
+int ByteAt(std::string_view text) {
+  if (text.size() < 2 || (text.size() > 2 && !IsBlank(text[2]))) return -1;
+  const int high = HexValue(text[0]);
+  const int low = HexValue(text[1]);
+  return high < 0 || low < 0 ? -1 : high * 16 + low;
 }
 
 /// "8086:10d3" at the start of a text.
@@ -265,11 +270,12 @@ void InventoryReader::TakeBytes(std::string_view text, std::size_t offset) {
   std::size_t count = 0;
   for (text = WithoutBlanksInFront(text); count < kBytesPerRow && !text.empty();
        text = WithoutBlanksInFront(text)) {
-    if (!BeginsWithByte(text)) {
+    const int byte = ByteAt(text);
+    if (byte < 0) {
       NoteDamage(lineNumber_, "unreadable byte");
       break;
     }
-    bytes[count++] = static_cast<std::uint8_t>(HexValue(text[0]) * 16 + HexValue(text[1]));
+    bytes[count++] = static_cast<std::uint8_t>(byte);
     text.remove_prefix(2);
   }
   function_.config.Put(offset, bytes, count);
