@@ -126,7 +126,7 @@ class ObjectManager::Dispatcher {
     path.className = className;
     CMPIInstanceMI& provider = instanceProvider(path).record(broker());
     path.keys.push_back({key, Value::text("")});
-    return std::make_unique<RepeatedGet>(provider, named(path, className), key, properties,
+    return std::make_unique<RepeatedGet>(provider, named(path, className), properties,
                                          narrowing(properties));
   }
 

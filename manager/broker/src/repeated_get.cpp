@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "path_object.h"
 #include "provider_call.h"
 
 namespace cimom {
@@ -14,11 +15,11 @@ std::optional<Instance> InstanceFinder::find(const std::string& text) {
   return found;
 }
 
-RepeatedGet::RepeatedGet(CMPIInstanceMI& provider, const ObjectPath& path, std::string key,
-                         PropertyList properties, Narrow narrow)
+RepeatedGet::RepeatedGet(CMPIInstanceMI& provider, const ObjectPath& path, PropertyList properties,
+                         Narrow narrow)
     : provider_(provider),
       className_(path.className),
-      key_(std::move(key)),
+      who_("the provider of " + className_),
       properties_(std::move(properties)),
       list_(properties_),
       narrow_(std::move(narrow)) {
@@ -45,10 +46,9 @@ void RepeatedGet::findEach(const std::vector<std::string>& texts, const Instance
 
 void RepeatedGet::ask(const std::string& text) {
   answer_.instance.reset();
-  CMPIStatus status = path_->ft->addKey(
-      path_.get(), key_.c_str(), reinterpret_cast<const CMPIValue*>(text.c_str()), CMPI_chars);
-  throwUnlessOk(status, className_);
-  guarded("the provider of " + className_, [&] {
+  get<PathObject>(path_.get())->path.keys.front().value = Value::text(text);
+  CMPIStatus status{CMPI_RC_OK, nullptr};
+  guarded(who_, [&] {
     status = provider_.ft->getInstance(&provider_, context_.get(), result_.get(), path_.get(),
                                        list_.get());
   });

@@ -22,10 +22,10 @@ namespace cimom {
 class RepeatedGet final : public InstanceFinder {
  public:
   using Narrow = std::function<void(Instance&)>;
-  /// `path` has the class's name and a namespace; `narrow` does to an instance what its provider
-  /// left to do.
-  RepeatedGet(CMPIInstanceMI& provider, const ObjectPath& path, std::string key,
-              PropertyList properties, Narrow narrow);
+  /// `path` has the class's name, a namespace and the one key; `narrow` does to an instance what
+  /// its provider left to do.
+  RepeatedGet(CMPIInstanceMI& provider, const ObjectPath& path, PropertyList properties,
+              Narrow narrow);
 
   void findEach(const std::vector<std::string>& texts, const InstanceSink& sink) override;
 
@@ -52,7 +52,8 @@ class RepeatedGet final : public InstanceFinder {
 
   CMPIInstanceMI& provider_;
   std::string className_;
-  std::string key_;
+  /// As errors name the provider.
+  std::string who_;
   PropertyList properties_;
   PropertyArray list_;
   Narrow narrow_;
