@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace HostCtl {
@@ -9,9 +10,13 @@ namespace HostCtl {
 inline constexpr auto kHexValues = [] {
   std::array<std::int8_t, 256> values{};
   values.fill(-1);
-  for (int digit = 0; digit < 10; ++digit) values['0' + digit] = static_cast<std::int8_t>(digit);
-  for (int digit = 10; digit < 16; ++digit) {
-    values['a' + digit - 10] = values['A' + digit - 10] = static_cast<std::int8_t>(digit);
+  for (std::size_t digit = 0; digit < 16; ++digit) {
+    const auto value = static_cast<std::int8_t>(digit);
+    if (digit < 10) {
+      values['0' + digit] = value;
+    } else {
+      values['a' + digit - 10] = values['A' + digit - 10] = value;
+    }
   }
   return values;
 }();
