@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -197,6 +198,35 @@ TEST(ServeCommand, ASecondSignalDoesNotWaitForAnybody) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   server.signal(SIGTERM);
   EXPECT_EQ(server.waitForEnd(std::chrono::seconds(5)), 128 + SIGTERM);
+}
+
+/// The largest that the process has been, in KiB.
+long peakOf(const ServedProcess& server) {
+  std::istringstream lines(
+      clitest::readFile("/proc/" + std::to_string(server.process()) + "/status"));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("VmHWM:")) return std::stol(line.substr(6));
+  }
+  throw std::runtime_error("no peak");
+}
+
+TEST(ServeLargeInventory, MemoryStaysAsItIsAfterTheFirstRequest) {
+  const clitest::TemporaryFile machine(clitest::machineOf(500));
+  const ServedProcess server({"--inventory", machine.path().string()});
+  const std::string text =
+      wireText(CimRequest("EnumerateInstances").className("ClassName", "Zelmar_PCIDevice"),
+               "Connection: close\r\n");
+  const auto ask = [&] {
+    RawClient client(server.port());
+    ASSERT_TRUE(client.send(text));
+    EXPECT_THAT(client.receiveAll(std::chrono::seconds(60)), testing::EndsWith("</CIM>"));
+  };
+  const long before = peakOf(server);
+  ask();
+  const long first = peakOf(server) - before;
+  // The workers take turns.
+  for (int i = 0; i < 10; ++i) ask();
+  EXPECT_LT(peakOf(server) - before, first * 3 / 2);
 }
 
 TEST(ServeCommand, OneThatIsReachedFromElsewhereIsAskedForAndSaysSo) {

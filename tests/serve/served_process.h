@@ -33,6 +33,7 @@ class ServedProcess {
   /// What the URL has between "//" and the path: host and port.
   const std::string& authority() const { return authority_; }
   int port() const;
+  pid_t process() const { return child_; }
 
   void signal(int number) const;
   /// Stops the process as SIGSTOP does, and returns when it has stopped; SIGCONT lets it go on.

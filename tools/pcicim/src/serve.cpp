@@ -3,6 +3,7 @@
 #include <cim_xml/cim_xml_service.h>
 #include <http/http_server.h>
 #include <interop/interop_operations.h>
+#include <malloc.h>
 #include <sys/eventfd.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -165,6 +166,12 @@ cimom::ObjectManagerFacts factsOf(const ServeOptions& options,
           .asksForPasswords = !options.passwordFile.empty()};
 }
 
+/// One pool of memory for all threads: with one for each, every worker would come to hold as much
+/// as the largest request takes.
+void shareOnePool() {
+  mallopt(M_ARENA_MAX, 1);
+}
+
 /// Requests that no answer came to hold their threads, and could hold the process for ever.
 [[noreturn]] void endWithoutWaiting(std::ostream& out) {
   out.flush();
@@ -178,6 +185,7 @@ void serve(Session& session, const Options& options, const std::vector<std::stri
            std::ostream& out) {
   stopAtSignals();
   checkReach(options.serve);
+  shareOnePool();
   const std::string given = session.hostName();
   const std::string hostName = given.empty() ? nodeName() : given;
   cimom::CimXmlSettings settings{.hostName = hostName};
