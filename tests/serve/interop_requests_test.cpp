@@ -112,7 +112,7 @@ TEST_F(InteropRequests, EveryPropertyIsOneOfItsClassOfTheSameType) {
 TEST_F(InteropRequests, AnAliasNamesTheSameNamespace) {
   for (const char* name : {"root/interop", "ROOT/Interop", "Interop"}) {
     const CimResponse answer = ask(in("OpenEnumerateInstances", "CIM_Namespace", name));
-    EXPECT_EQ(answer.errorCode(), 0) << name;
+    ASSERT_EQ(answer.errorCode(), 0) << name;
     const std::string context = answer.select("//PARAMVALUE/VALUE").back();
     const CimResponse pulled = ask(in("PullInstancesWithPath")
                                        .text("EnumerationContext", context)
@@ -178,6 +178,8 @@ TEST_F(InteropRequests, ASchemaWithoutTheClassesHasNoInstances) {
   const auto instances = operations.enumerateInstances(classPath("CIM_ObjectManager"));
   ASSERT_THAT(instances, SizeIs(1));
   EXPECT_THAT(instances.front().properties, SizeIs(2));
+  const auto whole = interop.enumerateInstances(classPath("CIM_Namespace"));
+  EXPECT_THROW(operations.getInstance(whole.front().path, std::nullopt), cimom::CimError);
 }
 
 }  // namespace
