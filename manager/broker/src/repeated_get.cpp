@@ -46,7 +46,7 @@ void RepeatedGet::findEach(const std::vector<std::string>& texts, const Instance
 
 void RepeatedGet::ask(const std::string& text) {
   answer_.instance.reset();
-  get<PathObject>(path_.get())->path.keys.front().value = Value::text(text);
+  get<PathObject>(path_.get())->path.keys.front().value = StoredValue::text(SharedText(text));
   CMPIStatus status{CMPI_RC_OK, nullptr};
   guarded(who_, [&] {
     status = provider_.ft->getInstance(&provider_, context_.get(), result_.get(), path_.get(),
