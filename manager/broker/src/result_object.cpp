@@ -34,7 +34,7 @@ CMPIStatus handOver(const ResultObject& result, const Object& object) noexcept {
     // The receiver may send requests of its own, which then have no copy to use again.
     Model copy = std::exchange(usedBefore<Model>(), {});
     copyTo(copy, object);
-    result.receiver->receive(std::move(copy));
+    result.receiver->receive(static_cast<Model&&>(copy));
     usedBefore<Model>() = std::move(copy);
     return okStatus();
   } catch (...) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <new>
 #include <utility>
 #include <variant>
@@ -89,136 +90,121 @@ void SharedElements::letGo() noexcept {
 
 StoredValue StoredValue::boolean(bool value) noexcept {
   StoredValue stored(CimType::kBoolean);
-  stored.kind_ = Kind::kBoolean;
-  stored.payload_.boolean = value;
+  stored.hold(Kind::kBoolean, value);
   return stored;
 }
 
 StoredValue StoredValue::number(CimType type, std::uint64_t value) noexcept {
   StoredValue stored(type);
-  stored.kind_ = Kind::kUnsigned;
-  stored.payload_.number = value;
+  stored.hold(Kind::kUnsigned, value);
   return stored;
 }
 
 StoredValue StoredValue::signedNumber(CimType type, std::int64_t value) noexcept {
   StoredValue stored(type);
-  stored.kind_ = Kind::kSigned;
-  stored.payload_.signedNumber = value;
+  stored.hold(Kind::kSigned, value);
   return stored;
 }
 
 StoredValue StoredValue::real(CimType type, double value) noexcept {
   StoredValue stored(type);
-  stored.kind_ = Kind::kReal;
-  stored.payload_.real = value;
+  stored.hold(Kind::kReal, value);
   return stored;
 }
 
 StoredValue StoredValue::text(SharedText text, CimType type) noexcept {
   StoredValue stored(type);
-  new (&stored.payload_.text) SharedText(std::move(text));
-  stored.kind_ = Kind::kText;
+  stored.hold(Kind::kText, std::move(text));
   return stored;
 }
 
 StoredValue StoredValue::reference(StoredReference reference) {
   StoredValue stored(CimType::kReference);
-  stored.payload_.reference = new StoredReference(std::move(reference));
-  stored.kind_ = Kind::kReference;
+  stored.hold(Kind::kReference, new StoredReference(std::move(reference)));
   return stored;
 }
 
 StoredValue StoredValue::array(CimType type, SharedElements elements) noexcept {
   StoredValue stored(type, true);
-  new (&stored.payload_.elements) SharedElements(std::move(elements));
-  stored.kind_ = Kind::kArray;
+  stored.hold(Kind::kArray, std::move(elements));
   return stored;
 }
 
 StoredValue::StoredValue(const StoredValue& other) : type_(other.type_), isArray_(other.isArray_) {
   switch (other.kind_) {
     case Kind::kText:
-      new (&payload_.text) SharedText(other.payload_.text);
+      hold(Kind::kText, other.held<SharedText>());
       break;
     case Kind::kReference:
-      payload_.reference = new StoredReference(*other.payload_.reference);
+      hold(Kind::kReference, new StoredReference(*other.held<Reference>()));
       break;
     case Kind::kArray:
-      new (&payload_.elements) SharedElements(other.payload_.elements);
+      hold(Kind::kArray, other.held<SharedElements>());
       break;
     default:
-      payload_.number = other.payload_.number;
+      std::copy(std::begin(other.payload_), std::end(other.payload_), payload_);
+      kind_ = other.kind_;
   }
-  kind_ = other.kind_;
 }
 
+// None of what a payload holds minds where its bytes are.
 StoredValue::StoredValue(StoredValue&& other) noexcept
-    : type_(other.type_), isArray_(other.isArray_), kind_(other.kind_) {
-  switch (kind_) {
-    case Kind::kText:
-      new (&payload_.text) SharedText(std::move(other.payload_.text));
-      break;
-    case Kind::kArray:
-      new (&payload_.elements) SharedElements(std::move(other.payload_.elements));
-      break;
-    case Kind::kReference:
-      payload_.reference = std::exchange(other.payload_.reference, nullptr);
-      break;
-    default:
-      payload_.number = other.payload_.number;
-  }
+    : type_(other.type_), isArray_(other.isArray_), kind_(std::exchange(other.kind_, Kind::kNull)) {
+  std::copy(std::begin(other.payload_), std::end(other.payload_), payload_);
 }
 
 StoredValue& StoredValue::operator=(StoredValue other) noexcept {
-  this->~StoredValue();
-  return *new (this) StoredValue(std::move(other));
+  std::swap(type_, other.type_);
+  std::swap(isArray_, other.isArray_);
+  std::swap(kind_, other.kind_);
+  std::swap(payload_, other.payload_);
+  return *this;
 }
 
 StoredValue::~StoredValue() {
-  if (kind_ == Kind::kText) payload_.text.~SharedText();
-  if (kind_ == Kind::kReference) delete payload_.reference;
-  if (kind_ == Kind::kArray) payload_.elements.~SharedElements();
+  if (kind_ == Kind::kText) held<SharedText>().~SharedText();
+  if (kind_ == Kind::kReference) delete held<Reference>();
+  if (kind_ == Kind::kArray) held<SharedElements>().~SharedElements();
 }
 
 SharedText StoredValue::asText() const {
-  if (kind_ == Kind::kText) return payload_.text;
+  if (kind_ == Kind::kText) return held<SharedText>();
   Scalar scalar;
   copyTo(scalar);
   return SharedText(toText(scalar));
 }
 
 const StoredReference* StoredValue::asReference() const noexcept {
-  return kind_ == Kind::kReference ? payload_.reference : nullptr;
+  return kind_ == Kind::kReference ? held<Reference>() : nullptr;
 }
 
 SharedElements StoredValue::elements() const noexcept {
-  return kind_ == Kind::kArray ? payload_.elements : SharedElements();
+  return kind_ == Kind::kArray ? held<SharedElements>() : SharedElements();
 }
 
 void StoredValue::copyTo(Scalar& scalar) const {
   switch (kind_) {
     case Kind::kBoolean:
-      scalar = payload_.boolean;
+      scalar = held<bool>();
       break;
     case Kind::kUnsigned:
-      scalar = payload_.number;
+      scalar = held<std::uint64_t>();
       break;
     case Kind::kSigned:
-      scalar = payload_.signedNumber;
+      scalar = held<std::int64_t>();
       break;
     case Kind::kReal:
-      scalar = payload_.real;
+      scalar = held<double>();
       break;
     case Kind::kText:
       if (auto* present = std::get_if<std::string>(&scalar)) {
-        present->assign(payload_.text.view());
+        present->assign(held<SharedText>().view());
       } else {
-        scalar = payload_.text.string();
+        scalar = held<SharedText>().string();
       }
       break;
     case Kind::kReference: {
-      const auto& [model, stored] = *payload_.reference;
+      const auto& [model, stored] = *held<Reference>();
       scalar = model ? model : std::make_shared<const ObjectPath>(toModel(*stored));
       break;
     }
@@ -236,7 +222,7 @@ void StoredValue::copyTo(Value& value) const {
     value.elements.resize(1);
     return copyTo(value.elements.front());
   }
-  const SharedElements& elements = payload_.elements;
+  const SharedElements& elements = held<SharedElements>();
   value.elements.resize(elements.size());
   for (std::size_t i = 0; i < elements.size(); ++i) elements[i].copyTo(value.elements[i]);
 }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -77,13 +78,13 @@ class StoredValue {
   bool isArray() const noexcept { return isArray_; }
   bool isNull() const noexcept { return kind_ == Kind::kNull; }
 
-  bool asBoolean() const noexcept { return kind_ == Kind::kBoolean && payload_.boolean; }
+  bool asBoolean() const noexcept { return kind_ == Kind::kBoolean && held<bool>(); }
   /// A number in the type of the caller; 0 for what is none.
   template <class Number>
   Number as() const noexcept {
-    if (kind_ == Kind::kUnsigned) return static_cast<Number>(payload_.number);
-    if (kind_ == Kind::kSigned) return static_cast<Number>(payload_.signedNumber);
-    if (kind_ == Kind::kReal) return static_cast<Number>(payload_.real);
+    if (kind_ == Kind::kUnsigned) return static_cast<Number>(held<std::uint64_t>());
+    if (kind_ == Kind::kSigned) return static_cast<Number>(held<std::int64_t>());
+    if (kind_ == Kind::kReal) return static_cast<Number>(held<double>());
     return Number{};
   }
   /// The text of a scalar: that of toText.
@@ -109,23 +110,29 @@ class StoredValue {
     kReference,
     kArray,
   };
-  union Payload {
-    Payload() noexcept : number(0) {}
-    // The value knows what is in it.
-    ~Payload() {}
-    bool boolean;
-    std::uint64_t number;
-    std::int64_t signedNumber;
-    double real;
-    SharedText text;
-    StoredReference* reference;
-    SharedElements elements;
-  };
+  using Reference = StoredReference*;
+
+  /// What is of the kind; the one way in which the payload is read.
+  template <class Held>
+  Held& held() noexcept {
+    return *std::launder(reinterpret_cast<Held*>(payload_));
+  }
+  template <class Held>
+  const Held& held() const noexcept {
+    return *std::launder(reinterpret_cast<const Held*>(payload_));
+  }
+  /// For a value that is null yet.
+  template <class Held>
+  void hold(Kind kind, Held content) noexcept {
+    static_assert(sizeof(Held) <= sizeof(payload_) && alignof(Held) <= alignof(std::uint64_t));
+    new (payload_) Held(std::move(content));
+    kind_ = kind;
+  }
 
   CimType type_;
   bool isArray_;
   Kind kind_ = Kind::kNull;
-  Payload payload_;
+  alignas(std::uint64_t) std::byte payload_[sizeof(std::uint64_t)]{};
 };
 
 struct StoredNamed {
