@@ -16,8 +16,7 @@ using Descriptions = std::multiset<std::string>;
 Descriptions describeText(const std::string& text) {
   Descriptions all;
   try {
-    const auto snapshot =
-        HostCtl::Snapshot::Make(HostCtl::ReadInventoryText(text, "changed"));
+    const auto snapshot = HostCtl::Snapshot::Make(HostCtl::ReadInventoryText(text, "changed"));
     for (std::size_t at = 0; at < snapshot->Size(); ++at) {
       all.insert(ownWords(*snapshot->MakeDevice(at)));
     }
