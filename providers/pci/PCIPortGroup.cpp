@@ -4,12 +4,12 @@
 #include "PciNames.h"
 #include "PciPortGroups.h"
 #include "PciProviders.h"
+#include "PciText.h"
 #include "PciTopologyCache.h"
 
 #include <zelcppc/ProviderFactory.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -17,19 +17,17 @@
 namespace pciprovider {
 
 CmpiObjectPath MakePortGroupRef(unsigned char bus) {
-  char id[256];
-  std::snprintf(id, sizeof id, "Zelmar:bus-%u", static_cast<unsigned>(bus));
+  const JoinedText id{"Zelmar:bus-", ByteDigits(bus)};
   CmpiObjectPath path(kNameSpace, kPortGroupClass);
-  path.setKey("InstanceID", CmpiData(id));
+  path.setKey("InstanceID", CmpiData(id.c_str()));
   return path;
 }
 
 CmpiInstance MakePortGroup(unsigned char bus, const char** /*properties*/) {
-  char name[256];
-  std::snprintf(name, sizeof name, "PCI port group with bus number %u", static_cast<unsigned>(bus));
+  const JoinedText name{"PCI port group with bus number ", ByteDigits(bus)};
   CmpiInstance instance(MakePortGroupRef(bus));
   instance.setProperty("BusNumber", CmpiData(bus));
-  instance.setProperty("ElementName", CmpiData(name));
+  instance.setProperty("ElementName", CmpiData(name.c_str()));
   return instance;
 }
 
