@@ -9,9 +9,10 @@
 
 #include <atomic>
 #include <future>
+#include <memory>
+#include <optional>
 #include <string>
-#include <thread>
-#include <vector>
+#include <utility>
 
 namespace servetest {
 namespace {
@@ -52,12 +53,16 @@ EnumerationContext::Produce counted(int count) {
 /// What a test opens once, and threads wait for.
 class Gate {
  public:
-  void open() { opened_.set_value(); }
+  /// Who waits may go on, and end the gate, before this has returned.
+  void open() {
+    const auto kept = opened_;
+    kept->set_value();
+  }
   void wait() const { waiting_.wait(); }
 
  private:
-  std::promise<void> opened_;
-  std::shared_future<void> waiting_ = opened_.get_future().share();
+  std::shared_ptr<std::promise<void>> opened_ = std::make_shared<std::promise<void>>();
+  std::shared_future<void> waiting_ = opened_->get_future().share();
 };
 
 class Contexts : public testing::Test {
@@ -190,18 +195,32 @@ TEST_F(Contexts, TimeRunsFromTheLastQuestion) {
 }
 
 TEST_F(Contexts, WhatHasRunOutOfTimeLetsItsProducerGo) {
-  Gate returned;
-  const std::string id = open(
-                             [&](const EnumerationContext::Emit& emit) {
-                               counted(100)(emit);
-                               returned.open();
-                             },
-                             0)
-                             .id;
+  const auto hasReturned = std::make_shared<std::atomic<bool>>(false);
+  const auto produce = [hasReturned](const EnumerationContext::Emit& emit) {
+    counted(100)(emit);
+    *hasReturned = true;
+  };
+  const std::string id = open(produce, 0).id;
+  EXPECT_FALSE(*hasReturned);
   advance(limits.usualTimeout);
   contexts.closeExpired();
-  returned.wait();
+  EXPECT_TRUE(contexts.waitForProducers(seconds(20)));
+  EXPECT_TRUE(*hasReturned);
   EXPECT_EQ(statusOfPull(id), kInvalidContext);
+}
+
+TEST_F(Contexts, TheWaitForProducersHasABound) {
+  Gate gate;
+  open(
+      [&](const EnumerationContext::Emit& emit) {
+        counted(2)(emit);
+        gate.wait();
+      },
+      0);
+  contexts.shutDown();
+  EXPECT_FALSE(contexts.waitForProducers(std::chrono::milliseconds(1)));
+  gate.open();
+  EXPECT_TRUE(contexts.waitForProducers(seconds(20)));
 }
 
 TEST_F(Contexts, TimesHaveBounds) {
@@ -226,8 +245,9 @@ TEST_F(Contexts, OnlySoManyAreOpenAndAProducerCountsUntilItReturns) {
   contexts.close(waiting, "root/cimv2");
   const int whileItRuns = statusOfOpen();
   gate.open();
-  ASSERT_EQ(whileItRuns, kLimitsExceeded);
-  while (statusOfOpen() == kLimitsExceeded) std::this_thread::yield();
+  EXPECT_TRUE(contexts.waitForProducers(seconds(20)));
+  EXPECT_EQ(whileItRuns, kLimitsExceeded);
+  EXPECT_EQ(statusOfOpen(), 0);
   EXPECT_EQ(statusOfOpen(), kLimitsExceeded);
   EXPECT_EQ(statusOfPull(other), 0);
 }
@@ -250,7 +270,12 @@ class PullUnderWay : public Contexts {
     pull = std::async(std::launch::async, [this] { return contexts.pull(id, kInstances, 3); });
     pulling.wait();
   }
-  ~PullUnderWay() override { openGate(); }
+  /// The producer uses members.
+  ~PullUnderWay() override {
+    openGate();
+    contexts.shutDown();
+    contexts.waitForProducers(seconds(20));
+  }
 
   void openGate() {
     if (!isOpen) gate.open();

@@ -60,6 +60,7 @@ TEST_F(QualifierRequests, WhatTheMofDeclaresCounts) {
                           "[@TRANSLATABLE='true']/VALUE"),
               ElementsAre("7"));
   EXPECT_THAT(rank.select("//SCOPE[@CLASS='true'][@METHOD='true']/@*"), testing::SizeIs(2));
+  EXPECT_THAT(ask(get("Made_Unused")).select("//SCOPE/@*"), testing::SizeIs(7));
   EXPECT_THAT(ask(getClass("Test_Marker")).select("//QUALIFIER[@NAME='Made_Rank']/@TYPE"),
               ElementsAre("uint16"));
 }

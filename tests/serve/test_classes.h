@@ -73,6 +73,7 @@ class Test_Count {
 };
 
 Qualifier Made_Rank : uint16 = 7, Scope(method, class), Flavor(Restricted, Translatable);
+Qualifier Made_Unused : string[], Scope(any);
 
 class Test_Marker {
     [Description("Marks."), Made_Count(3), Made_Rank(1)]
