@@ -6,9 +6,11 @@
 // on any number of threads without a lock. The association follows the source's device id where it
 // has one, else the source's class.
 //
-// Invariants: pciDevices and pciPorts do not grow or move once an index points into them. Where two
+// Invariants: pciDevices and pciPorts do not grow or move once an index points into them. Whatever
+// deviceNameMap has passes deviceNameFilter. Where two
 // functions share an address or two ports a name, deviceNameMap and portNameMap lead to the first;
 // portByDeviceMap, cbPortMap and cbDevMap lead to the last.
+#include "AbsenceFilter.h"
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
@@ -60,6 +62,7 @@ using ControlledByIndex = TextIndex<Text, const ControlledByEntry*>;
 std::string systemName;
 DeviceVector pciDevices;
 DeviceIndex deviceNameMap;
+AbsenceFilter deviceNameFilter;
 PortVector pciPorts;
 TextIndex<std::string_view, PortVector::const_iterator> portNameMap;
 TextIndex<std::string_view, const PortEntry*> portByDeviceMap;
@@ -143,8 +146,11 @@ void CacheBuild::Run() {
 
 // A function whose address is taken stays listed, but is neither indexed nor classed.
 void CacheBuild::IndexDevices() {
+  deviceNameFilter.MakeRoomFor(pciDevices.size());
   for (auto position = pciDevices.cbegin(); position != pciDevices.cend(); ++position) {
     const std::string address = (*position)->GetAddress();
+    // First, so that whatever the index has passes the filter.
+    deviceNameFilter.Add(TextHash()(address));
     if (!deviceNameMap.emplace(address, position).second) {
       syslog(LOG_ERR, "duplicate name found '%s' skipped", address.c_str());
       continue;
@@ -277,6 +283,7 @@ const std::set<std::string>& GetPortNames() {
 }
 
 bool LookupDevice(std::string_view address, DeviceIndex::const_iterator& position) {
+  if (!deviceNameFilter.MayHold(TextHash()(address))) return false;
   const auto found = deviceNameMap.find(address);
   if (found == deviceNameMap.end()) return false;
   position = found;
