@@ -22,12 +22,18 @@ class RequestScope::Arena {
   Arena() = default;
   Arena(const Arena&) = delete;
   Arena& operator=(const Arena&) = delete;
-  ~Arena() {
-    while (newest_ != nullptr) {
-      BrokerObject* object = newest_;
-      newest_ = object->next;
-      object->~BrokerObject();
-    }
+  ~Arena() { endObjects(); }
+
+  /// As a new one, but that the memory of small requests is there already.
+  void reset() noexcept {
+    endObjects();
+    texts_.clear();
+    latestFilter_.reset();
+    if (pieces_.empty()) return;
+    pieces_.erase(pieces_.begin() + 1, pieces_.end());
+    free_ = pieces_.front().memory.get();
+    left_ = pieces_.front().size;
+    nextPiece_ = kFirstPiece;
   }
 
   void* place(std::size_t size) {
@@ -50,15 +56,28 @@ class RequestScope::Arena {
   static constexpr std::size_t kFirstPiece = 2048;
   static constexpr std::size_t kLargestPiece = 65536;
 
+  struct Piece {
+    std::unique_ptr<std::byte[]> memory;
+    std::size_t size;
+  };
+
+  void endObjects() noexcept {
+    while (newest_ != nullptr) {
+      BrokerObject* object = newest_;
+      newest_ = object->next;
+      object->~BrokerObject();
+    }
+  }
+
   void addPiece(std::size_t atLeast) {
     const std::size_t size = std::max(nextPiece_, atLeast);
-    pieces_.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
-    free_ = pieces_.back().get();
+    pieces_.push_back({std::make_unique_for_overwrite<std::byte[]>(size), size});
+    free_ = pieces_.back().memory.get();
     left_ = size;
     nextPiece_ = std::min(2 * nextPiece_, kLargestPiece);
   }
 
-  std::vector<std::unique_ptr<std::byte[]>> pieces_;
+  std::vector<Piece> pieces_;
   std::byte* free_ = nullptr;
   std::size_t left_ = 0;
   std::size_t nextPiece_ = kFirstPiece;
@@ -80,6 +99,23 @@ struct ArenaAccess {
     static thread_local RequestScope::Arena outsideRequests;
     return outsideRequests;
   }
+
+  static std::unique_ptr<RequestScope::Arena> take() {
+    if (spare() != nullptr) return std::move(spare());
+    return std::make_unique<RequestScope::Arena>();
+  }
+  static void giveBack(std::unique_ptr<RequestScope::Arena> arena) noexcept {
+    arena->reset();
+    if (spare() == nullptr) spare() = std::move(arena);
+  }
+
+ private:
+  /// The arena of this thread's latest request, for its next: a new one costs as much as a small
+  /// request.
+  static std::unique_ptr<RequestScope::Arena>& spare() noexcept {
+    static thread_local std::unique_ptr<RequestScope::Arena> arena;
+    return arena;
+  }
 };
 
 void* placeForObject(std::size_t size) {
@@ -98,12 +134,13 @@ std::shared_ptr<const NameSet>& latestFilter() {
   return ArenaAccess::current().latestFilter();
 }
 
-RequestScope::RequestScope() : arena_(std::make_unique<Arena>()), outer_(innermost) {
+RequestScope::RequestScope() : arena_(ArenaAccess::take()), outer_(innermost) {
   innermost = this;
 }
 
 RequestScope::~RequestScope() {
   innermost = outer_;
+  ArenaAccess::giveBack(std::move(arena_));
 }
 
 CMPIResult* RequestScope::newResult(AnswerReceiver& receiver) {

@@ -36,6 +36,9 @@ class TextPool {
     return slot.string;
   }
 
+  /// Forgets all of them.
+  void clear() noexcept { slots_.fill({}); }
+
  private:
   struct Slot {
     SharedText text;
