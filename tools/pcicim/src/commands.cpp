@@ -6,6 +6,7 @@
 #include <iomanip>
 #include <ostream>
 #include <sstream>
+#include <utility>
 
 #include "managed_topology.h"
 #include "output.h"
@@ -139,12 +140,12 @@ class CommandRunner {
 
   void tree() {
     ManagedTopology source(session_.manager());
-    const std::vector<Function> functions = readTopology(source);
+    std::vector<Function> functions = readTopology(source);
     const std::vector<Function> leftOut = findLeftOut(source, functions);
     if (functions.empty() && leftOut.empty()) {
       out_ << "No PCI functions.\n";
     }
-    printTree(functions, out_);
+    printTree(std::move(functions), out_);
     printLeftOut(leftOut, out_);
   }
 
