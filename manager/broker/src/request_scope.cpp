@@ -104,9 +104,12 @@ struct ArenaAccess {
     if (spare() != nullptr) return std::move(spare());
     return std::make_unique<RequestScope::Arena>();
   }
-  static void giveBack(std::unique_ptr<RequestScope::Arena> arena) noexcept {
+  static void giveBack([[maybe_unused]] std::unique_ptr<RequestScope::Arena> arena) noexcept {
+#ifndef __SANITIZE_ADDRESS__
+    // The sanitizer is to see what uses an object after its request.
     arena->reset();
     if (spare() == nullptr) spare() = std::move(arena);
+#endif
   }
 
  private:
