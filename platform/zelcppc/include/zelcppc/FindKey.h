@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cmpi/cmpi.h>
+#include <zelcppc/BrokerCall.h>
 #include <zelcppc/CmpiData.h>
 #include <zelcppc/CmpiObjectPath.h>
 #include <zelcppc/CmpiStatus.h>
-#include <zelcppc/CmpiString.h>
 
 #include <optional>
-#include <string>
 
 /// Here, and not in the library, so that a provider loads with every version of it.
 #pragma GCC visibility push(hidden)
@@ -16,18 +15,6 @@ namespace zelInt {
 /// Whether an object manager says by its code that a path lacks a key: they differ in it.
 inline bool isMissingKey(CMPIrc code) noexcept {
   return code == CMPI_RC_ERR_NOT_FOUND || code == CMPI_RC_ERR_NO_SUCH_PROPERTY;
-}
-
-/// Throws what the broker says about a getKey that failed.
-[[noreturn]] inline void throwFailedGetKey(const CMPIStatus& status) {
-  std::string text;
-  try {
-    const CMPIData message{CMPI_string, CMPI_goodValue, {.string = status.msg}};
-    text = CmpiString(CmpiData(message)).charPtr();
-  } catch (...) {
-    // That the text cannot be read must not hide the failure.
-  }
-  throw CmpiStatus(status.rc, text.empty() ? "getKey failed" : text);
 }
 
 /// The key, as getKey returns it, or nothing where the path lacks it: an exception costs much where
@@ -39,7 +26,7 @@ inline std::optional<CmpiData> findKey(const CmpiObjectPath& path, const char* n
     CMPIStatus status{CMPI_RC_OK, nullptr};
     const CmpiData value(handle->ft->getKey(handle, name, &status));
     if (isMissingKey(status.rc)) return std::nullopt;
-    if (status.rc != CMPI_RC_OK) throwFailedGetKey(status);
+    checkCall(status, "getKey");
     if ((value.raw().state & CMPI_notFound) == 0) return value;
   }
   // getKey names what is missing, and knows what else may be meant by the state.
