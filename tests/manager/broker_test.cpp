@@ -224,6 +224,32 @@ TEST_F(BrokerLifeTest, AnInstanceTakesAtMostAKibibyteAndAHalf) {
   EXPECT_LT((heapBytes() - before) / kInstances, kMostBytes);
 }
 
+TEST_F(BrokerLifeTest, HoweverManyWaysAClassIsWrittenInItIsKeptOnce) {
+  constexpr unsigned kWays = 512;
+  constexpr std::size_t kMostBytes = 65536;
+  const ClassRepository schema = ClassRepository::loadDirectory(SCHEMA_DIRECTORY);
+  Broker manager{schema, nullptr};
+  const auto makeOf = [&manager](const std::string& className) {
+    RequestScope request;
+    const CMPIBrokerEncFT& eft = *manager.record()->eft;
+    const CMPIObjectPath* path =
+        eft.newObjectPath(manager.record(), "root/cimv2", className.c_str(), nullptr);
+    return eft.newInstance(manager.record(), path, nullptr) != nullptr;
+  };
+  ASSERT_TRUE(makeOf("Zelmar_PCIDevice"));
+  const std::size_t before = heapBytes();
+  const auto known = std::make_unique<std::string>(1024, ' ');
+  if (heapBytes() == before) GTEST_SKIP() << "this heap does not say what it holds";
+  for (unsigned way = 0; way < kWays; ++way) {
+    std::string className = "ZELMAR_PCIDEVICE";
+    for (unsigned letter = 0; letter < 9; ++letter) {
+      if ((way >> letter & 1U) != 0) className[7 + letter] |= 0x20;
+    }
+    ASSERT_TRUE(makeOf(className)) << className;
+  }
+  EXPECT_LT(heapBytes() - before, kMostBytes);
+}
+
 class BrokerObjectTest : public BrokerTest {
  protected:
   RequestScope request;

@@ -37,17 +37,21 @@ const ClassLayout::Property* ClassLayout::find(std::string_view name) const noex
 }
 
 const ClassLayout* ClassLayouts::find(std::string_view className) {
-  {
-    const std::shared_lock lock(mutex_);
-    const auto found = layouts_.find(className);
-    if (found != layouts_.end()) return found->second.get();
-  }
+  if (const ClassLayout* made = findMade(className)) return made;
   const ClassDeclaration* declared = classes_.find(className);
   if (declared == nullptr) return nullptr;
+  // Names come from clients too, who may write them in any number of ways.
+  if (const ClassLayout* made = findMade(declared->name)) return made;
   // Made first, since reading the class may throw: it then does so at each question.
   auto layout = std::make_unique<const ClassLayout>(*this, classes_, declared->name);
   const std::unique_lock lock(mutex_);
-  return layouts_.try_emplace(std::string(className), std::move(layout)).first->second.get();
+  return layouts_.try_emplace(declared->name, std::move(layout)).first->second.get();
+}
+
+const ClassLayout* ClassLayouts::findMade(std::string_view className) {
+  const std::shared_lock lock(mutex_);
+  const auto found = layouts_.find(className);
+  return found != layouts_.end() ? found->second.get() : nullptr;
 }
 
 const ClassLayout& ClassLayouts::of(std::string_view className) {

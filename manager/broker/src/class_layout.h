@@ -73,10 +73,12 @@ class ClassLayouts {
   const ClassLayout& of(std::string_view className);
 
  private:
+  const ClassLayout* findMade(std::string_view className);
+
   const ClassRepository& classes_;
   const ClassLayout none_;
   std::shared_mutex mutex_;
-  /// By the name as it was asked for.
+  /// By the name as it is declared.
   std::map<std::string, std::unique_ptr<const ClassLayout>, std::less<>> layouts_;
 };
 
