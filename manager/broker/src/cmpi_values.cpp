@@ -68,7 +68,7 @@ const TypePair& pairOf(CimType type) {
                        [sought](const TypePair& pair) { return pair.cim == sought; });
 }
 
-/// What a caller may give again with the next object is shared; a null for what names no object.
+/// A copy, since callers may change their path afterwards; a null for what names no object.
 StoredValue referenceFrom(const CMPIObjectPath* handle) {
   const PathObject* path = get<PathObject>(handle);
   if (path == nullptr) return StoredValue(CimType::kReference);

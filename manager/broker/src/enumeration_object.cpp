@@ -13,16 +13,16 @@ namespace {
 
 CMPIData enumerationGetNext(const CMPIEnumeration* handle, CMPIStatus* status) {
   EnumerationObject* object = get<EnumerationObject>(handle);
-  if (object == nullptr || object->next >= object->elements.size()) {
+  if (object == nullptr || object->position >= object->elements.size()) {
     return notFound(status, CMPI_RC_ERR_NO_MORE_ELEMENTS, "no more elements");
   }
   setStatus(status, CMPI_RC_OK);
-  return object->elements[object->next++];
+  return object->elements[object->position++];
 }
 
 CMPIBoolean enumerationHasNext(const CMPIEnumeration* handle, CMPIStatus* status) {
   const EnumerationObject* object = get<EnumerationObject>(handle, status);
-  return object != nullptr && object->next < object->elements.size() ? 1 : 0;
+  return object != nullptr && object->position < object->elements.size() ? 1 : 0;
 }
 
 }  // namespace

@@ -20,11 +20,15 @@ struct EnumerationObject : BrokerObject {
   explicit EnumerationObject(std::vector<CMPIData> content)
       : handle{this, &table}, elements(std::move(content)) {}
   EnumerationObject(const EnumerationObject& other)
-      : BrokerObject(other), handle{this, &table}, elements(other.elements), next(other.next) {}
+      : BrokerObject(other),
+        handle{this, &table},
+        elements(other.elements),
+        position(other.position) {}
   EnumerationObject& operator=(const EnumerationObject&) = delete;
   Record handle;
   std::vector<CMPIData> elements;
-  std::size_t next = 0;
+  /// Of the element that comes next.
+  std::size_t position = 0;
 };
 
 CMPIEnumeration* makeEnumeration(const std::vector<ObjectPath>& paths);

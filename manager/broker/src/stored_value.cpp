@@ -74,9 +74,9 @@ const StoredValue& SharedElements::operator[](std::size_t index) const noexcept 
 
 void SharedElements::set(std::size_t index, StoredValue value) {
   if (block_->holders.load(std::memory_order_acquire) != 1) {
-    SharedElements own;
-    own.block_ = newBlock(block_->count);
-    std::uninitialized_copy_n(block_->elements(), block_->count, own.block_->elements());
+    // Elements that are whole from the start: to copy one may throw.
+    SharedElements own(block_->count, CimType::kString);
+    std::copy_n(block_->elements(), block_->count, own.block_->elements());
     *this = std::move(own);
   }
   block_->elements()[index] = std::move(value);
