@@ -124,6 +124,8 @@ class StoredValue {
   /// For a value that is null yet.
   template <class Held>
   void hold(Kind kind, Held content) noexcept {
+    // A pointer is held as such.
+    // NOLINTNEXTLINE(bugprone-sizeof-expression)
     static_assert(sizeof(Held) <= sizeof(payload_) && alignof(Held) <= alignof(std::uint64_t));
     new (payload_) Held(std::move(content));
     kind_ = kind;

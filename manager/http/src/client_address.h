@@ -15,7 +15,7 @@ inline boost::asio::ip::address unmapped(const boost::asio::ip::address& address
 /// What counts as one client. With IPv6 that is a network of 64 bits: each host has so many
 /// addresses of its own.
 inline boost::asio::ip::address clientOf(const boost::asio::ip::address& peer) {
-  const boost::asio::ip::address address = unmapped(peer);
+  boost::asio::ip::address address = unmapped(peer);
   if (address.is_v4()) return address;
   auto bytes = address.to_v6().to_bytes();
   std::fill(bytes.begin() + 8, bytes.end(), static_cast<unsigned char>(0));
