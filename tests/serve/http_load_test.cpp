@@ -107,6 +107,20 @@ TEST(HttpLimits, ConnectionsBeyondThoseThatMayBeOpenAreTurnedAway) {
   EXPECT_THAT(answer, StartsWith(kOk));
 }
 
+/// The answer to one request at a connection of its own. One that has just ended counts until the
+/// server has seen its end, so "busy" is asked again for ten seconds.
+std::string answerWhereThereIsRoom(const RunningServer& server) {
+  std::string answer;
+  for (int i = 0; i < 1000; ++i) {
+    RawClient client(server.port());
+    EXPECT_TRUE(client.send(wireText(getThing("a"))));
+    answer = client.receiveAll();
+    if (!answer.starts_with("HTTP/1.1 503 ")) break;
+    std::this_thread::sleep_for(milliseconds(10));
+  }
+  return answer;
+}
+
 TEST(HttpLimits, IdleConnectionsKeepWhatWasPromisedAndNeverHoldAll) {
   const RunningServer server({.idleTime = seconds(60), .connections = 4});
   std::vector<std::unique_ptr<RawClient>> idle;
@@ -116,9 +130,7 @@ TEST(HttpLimits, IdleConnectionsKeepWhatWasPromisedAndNeverHoldAll) {
     EXPECT_THAT(idle.back()->receiveUntil("</CIM>"), HasSubstr("Keep-Alive: timeout=60"));
   }
   for (int i = 0; i < 10; ++i) {
-    RawClient further(server.port());
-    ASSERT_TRUE(further.send(wireText(getThing("a"))));
-    const std::string answer = further.receiveAll();
+    const std::string answer = answerWhereThereIsRoom(server);
     EXPECT_THAT(answer, StartsWith(kOk));
     EXPECT_THAT(answer, HasSubstr("Connection: close"));
     EXPECT_THAT(answer, testing::Not(HasSubstr("Keep-Alive")));
