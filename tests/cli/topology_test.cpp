@@ -1,4 +1,4 @@
-#include "topology.h"
+#include <topology/topology.h>
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "topology_reader.h"
+#include <topology/topology_reader.h>
 #include "tree_text.h"
 
 namespace clitest {

@@ -8,11 +8,11 @@
 #include <sstream>
 #include <utility>
 
+#include <topology/topology_reader.h>
 #include "managed_topology.h"
 #include "output.h"
 #include "serve.h"
 #include "session.h"
-#include "topology_reader.h"
 
 namespace pcicim {
 namespace {

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "topology_reader.h"
+#include <topology/topology_reader.h>
 
 namespace pcicim {
 

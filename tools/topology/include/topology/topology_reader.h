@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "topology.h"
+#include <topology/topology.h>
 
 namespace pcicim {
 

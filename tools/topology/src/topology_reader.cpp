@@ -1,4 +1,4 @@
-#include "topology_reader.h"
+#include <topology/topology_reader.h>
 
 #include <array>
 #include <charconv>

@@ -3,7 +3,7 @@
 // input is not trusted: parents may be missing or form a circle, and addresses may be unreadable.
 // Each function is printed exactly once all the same; `printed_` holds which were. A printer is for
 // one thread and one call, and nothing is shared between calls.
-#include "topology.h"
+#include <topology/topology.h>
 
 #include <algorithm>
 #include <charconv>
