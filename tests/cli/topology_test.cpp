@@ -109,12 +109,12 @@ class ScriptedSource : public pcicim::TopologySource {
     functions_.back().first["SubClassCode"] = "4";
     functions_.back().first["SecondaryBusNumber"] = secondaryBus;
   }
-  void addPortName(const std::string& name) { ports_.push_back({{"DeviceID", name}}); }
+  void addPortName(const std::string& name) { ports_.push_back(Record{{"DeviceID", name}}); }
 
   void instances(std::string_view className, const std::vector<std::string>&,
                  const pcicim::RecordSink& sink) override {
     for (const auto& [record, enumerated] : functions_) {
-      const bool isBridge = record.at("ClassCode") == "6";
+      const bool isBridge = record.text("ClassCode") == "6";
       if (enumerated && className == (isBridge ? "Zelmar_PCIBridge" : "Zelmar_PCIDevice")) {
         sink(record);
       }
@@ -127,7 +127,7 @@ class ScriptedSource : public pcicim::TopologySource {
                                  const std::vector<std::string>&) override {
     asked.push_back(deviceId);
     for (const auto& entry : functions_) {
-      if (entry.first.at("DeviceID") == deviceId) {
+      if (entry.first.text("DeviceID") == deviceId) {
         return entry.first;
       }
     }
@@ -145,6 +145,18 @@ const Function* find(const std::vector<Function>& functions, const std::string& 
   const auto found = std::find_if(functions.begin(), functions.end(),
                                   [&](const Function& one) { return one.address == address; });
   return found == functions.end() ? nullptr : &*found;
+}
+
+TEST(Record, HasWhatWasSetSinceItWasCleared) {
+  Record record{{"DeviceID", "0000:00:03.0"}, {"ElementName", "Acme Widget"}};
+  record["DeviceID"] += "-ep";
+  EXPECT_EQ(record.text("DeviceID"), "0000:00:03.0-ep");
+  EXPECT_EQ(record.text("deviceid"), "");
+  record.clear();
+  EXPECT_EQ(record.text("DeviceID"), "");
+  record["PhysicalSlot"] = "3";
+  EXPECT_EQ(record["ElementName"], "");
+  EXPECT_EQ(record.text("PhysicalSlot"), "3");
 }
 
 TEST(ReadTopology, DropsTheDeviceNumberFromNames) {

@@ -24,13 +24,13 @@ constexpr std::string_view kBridgeClass = "6";
 constexpr std::string_view kHostBridgeSubClass = "0";
 constexpr std::string_view kPortSuffix = "-ep";
 
+/// The text as one's own.
 std::string text(const Record& record, std::string_view name) {
-  const auto found = record.find(name);
-  return found == record.end() ? "" : found->second;
+  return std::string(record.text(name));
 }
 
 std::optional<unsigned> number(const Record& record, std::string_view name) {
-  const std::string digits = text(record, name);
+  const std::string_view digits = record.text(name);
   unsigned value = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
   if (digits.empty() || error != std::errc()) {
@@ -266,6 +266,30 @@ class TopologyReader {
 };
 
 }  // namespace
+
+std::string& Record::operator[](std::string_view name) {
+  for (std::size_t i = 0; i < used_; ++i) {
+    if (entries_[i].name == name) {
+      return entries_[i].text;
+    }
+  }
+  if (used_ == entries_.size()) {
+    entries_.emplace_back();
+  }
+  Entry& added = entries_[used_++];
+  added.name = name;
+  added.text.clear();
+  return added.text;
+}
+
+std::string_view Record::text(std::string_view name) const noexcept {
+  for (std::size_t i = 0; i < used_; ++i) {
+    if (entries_[i].name == name) {
+      return entries_[i].text;
+    }
+  }
+  return {};
+}
 
 void TopologySource::instancesOf(std::string_view className,
                                  const std::vector<std::string>& deviceIds,

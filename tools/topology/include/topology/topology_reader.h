@@ -1,18 +1,44 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
-#include <map>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <topology/topology.h>
 
 namespace pcicim {
 
-/// Properties of an instance, or keys of a path, as text; what has no value is not there.
-using Record = std::map<std::string, std::string, std::less<>>;
+/// Properties of an instance, or keys of a path, as text; what has no value is not there. There are
+/// few of them, and one record after the other has the same: a cleared one uses its memory again.
+class Record {
+ public:
+  Record() = default;
+  Record(std::initializer_list<std::pair<std::string_view, std::string_view>> values) {
+    for (const auto& [name, text] : values) (*this)[name] = text;
+  }
+
+  /// The text under that name, which is case-sensitive; added empty where it is not there. Lives
+  /// until the next one is added.
+  std::string& operator[](std::string_view name);
+  /// Empty where it is not there. Lives as long as the record is not changed.
+  std::string_view text(std::string_view name) const noexcept;
+  void clear() noexcept { used_ = 0; }
+
+ private:
+  struct Entry {
+    std::string name;
+    std::string text;
+  };
+
+  std::vector<Entry> entries_;
+  /// How many of the entries are there, from the first.
+  std::size_t used_ = 0;
+};
 
 using RecordSink = std::function<void(const Record&)>;
 
