@@ -21,7 +21,8 @@ if(PCIPROVIDER_WERROR)
   target_compile_options(pciprovider_settings INTERFACE -Werror)
 endif()
 if(PCIPROVIDER_SANITIZE)
-  add_compile_options(-fsanitize=${PCIPROVIDER_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_compile_options(-fsanitize=${PCIPROVIDER_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
+                      -g1)  # enough for the lines of a stack, and quick to write
   add_link_options(-fsanitize=${PCIPROVIDER_SANITIZE})
   # The thread sanitizer does not know fences. Asio's order what its mutexes order already.
   if(PCIPROVIDER_SANITIZE MATCHES thread)
