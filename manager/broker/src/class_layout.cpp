@@ -3,37 +3,28 @@
 #include <model/names.h>
 #include <mof/mof_error.h>
 
-#include <bit>
 #include <mutex>
 #include <utility>
-
-#include "name_set.h"
 
 namespace cimom {
 
 ClassLayout::ClassLayout(ClassLayouts& owner, const ClassRepository& classes,
                          const std::string& className)
-    : owner_(&owner) {
+    : owner_(&owner), places_(classes.allProperties(className).size()) {
   const auto& declared = classes.allProperties(className);
-  places_.resize(std::bit_ceil(2 * declared.size() + 1));
   properties_.reserve(declared.size());
   for (const PropertyDeclaration& property : declared) {
+    places_.add(property.name, properties_.size());
     properties_.push_back(
         {SharedText(property.name), property.type, property.isArray, property.isKey});
-    std::size_t place = NameHash()(property.name) % places_.size();
-    while (places_[place] != 0) place = (place + 1) % places_.size();
-    places_[place] = static_cast<std::uint32_t>(properties_.size());
   }
 }
 
 const ClassLayout::Property* ClassLayout::find(std::string_view name) const noexcept {
-  const std::size_t mask = places_.size() - 1;
-  for (std::size_t place = NameHash()(name) & mask; places_[place] != 0;
-       place = (place + 1) & mask) {
-    const Property& property = properties_[places_[place] - 1];
-    if (sameName(property.name.view(), name)) return &property;
-  }
-  return nullptr;
+  const std::size_t index = places_.find(name, [&](std::size_t candidate) {
+    return sameName(properties_[candidate].name.view(), name);
+  });
+  return index != NamePlaces::none ? &properties_[index] : nullptr;
 }
 
 const ClassLayout* ClassLayouts::find(std::string_view className) {

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -14,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "name_set.h"
 #include "shared_text.h"
 
 namespace cimom {
@@ -51,9 +51,7 @@ class ClassLayout {
  private:
   ClassLayouts* owner_;
   std::vector<Property> properties_;
-  /// Places in properties_ counted from 1, by the hash of the name or behind that place; 0 is free.
-  /// A power of two of them, at most half taken.
-  std::vector<std::uint32_t> places_;
+  NamePlaces places_;
   mutable std::atomic<std::size_t> usualCount_ = 0;
 };
 

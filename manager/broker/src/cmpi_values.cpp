@@ -1,6 +1,8 @@
 #include "cmpi_values.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <type_traits>
@@ -62,10 +64,22 @@ constexpr TypePair kTypes[] = {
 };
 
 /// Points in time are texts to CMPI callers here.
-const TypePair& pairOf(CimType type) {
+constexpr std::size_t placeOf(CimType type) {
   const CimType sought = type == CimType::kDateTime ? CimType::kString : type;
-  return *std::find_if(std::begin(kTypes), std::end(kTypes),
-                       [sought](const TypePair& pair) { return pair.cim == sought; });
+  return static_cast<std::size_t>(std::ranges::find(kTypes, sought, &TypePair::cim) -
+                                  std::begin(kTypes));
+}
+
+constexpr auto kPlaces = [] {
+  std::array<std::size_t, static_cast<std::size_t>(CimType::kReference) + 1> places{};
+  for (std::size_t type = 0; type < places.size(); ++type) {
+    places[type] = placeOf(static_cast<CimType>(type));
+  }
+  return places;
+}();
+
+const TypePair& pairOf(CimType type) {
+  return kTypes[kPlaces[static_cast<std::size_t>(type)]];
 }
 
 /// A copy, since callers may change their path afterwards; a null for what names no object.
@@ -131,20 +145,19 @@ CMPIType cmpiTypeOf(CimType type) {
 }
 
 std::optional<StoredValue> valueFrom(const CMPIValue* value, CMPIType type) {
+  const bool isArray = (type & CMPI_ARRAY) != 0;
+  if (value != nullptr && !isArray) {
+    // Text comes as the pointer itself, not as the address of a value that holds it.
+    if (type == CMPI_chars) {
+      return StoredValue::text(requestTexts().get(reinterpret_cast<const char*>(value)));
+    }
+    return scalarFrom(*value, type);
+  }
   const auto cimType = cimTypeOf(type);
   if (!cimType) return std::nullopt;
-  const bool isArray = (type & CMPI_ARRAY) != 0;
-  if (value == nullptr) return StoredValue(*cimType, isArray);
-  if (isArray) {
-    const ArrayObject* array = get<ArrayObject>(value->array);
-    return array != nullptr ? StoredValue::array(array->type, array->elements)
-                            : StoredValue(*cimType, true);
-  }
-  // Text comes as the pointer itself, not as the address of a value that holds it.
-  if (type == CMPI_chars) {
-    return StoredValue::text(requestTexts().get(reinterpret_cast<const char*>(value)));
-  }
-  return scalarFrom(*value, type);
+  const ArrayObject* array = value != nullptr ? get<ArrayObject>(value->array) : nullptr;
+  return array != nullptr ? StoredValue::array(array->type, array->elements)
+                          : StoredValue(*cimType, isArray);
 }
 
 CMPIData dataFrom(const StoredValue& value) {

@@ -35,6 +35,7 @@ StoredValue fromScalar(const Scalar& scalar, CimType type, TextPool& texts) {
       scalar);
 }
 
+/// Most that are compared differ in length.
 bool sameShortName(std::string_view left, std::string_view right) {
   return left.size() == right.size() && sameName(left, right);
 }

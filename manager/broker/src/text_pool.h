@@ -4,11 +4,11 @@
 
 #include <array>
 #include <cstddef>
-#include <functional>
 #include <string_view>
 #include <utility>
 
 #include "shared_text.h"
+#include "text_hash.h"
 
 namespace cimom {
 
@@ -49,9 +49,7 @@ class TextPool {
   /// Longer ones are seldom the same.
   static constexpr std::size_t kLongest = 40;
 
-  Slot& slotOf(std::string_view text) {
-    return slots_[std::hash<std::string_view>()(text) % kSlots];
-  }
+  Slot& slotOf(std::string_view text) { return slots_[hashText(text) % kSlots]; }
 
   std::array<Slot, kSlots> slots_;
 };

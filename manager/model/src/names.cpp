@@ -19,7 +19,9 @@ bool NameLess::operator()(std::string_view left, std::string_view right) const n
 }
 
 bool sameName(std::string_view left, std::string_view right) noexcept {
-  return std::ranges::equal(left, right, {}, lower, lower);
+  if (left.size() != right.size()) return false;
+  // Nearly all names come as they are declared.
+  return left == right || std::ranges::equal(left, right, {}, lower, lower);
 }
 
 bool holdsName(const std::vector<std::string>& names, std::string_view name) noexcept {
