@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <streambuf>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -85,6 +86,68 @@ TEST(PrintTree, AFunctionThatIsItsOwnParentIsACircleOfOne) {
             (Parents{{"0000:01:00.0", ""}}));
 }
 
+/// Takes what is too much to keep.
+class ByteCounter : public std::streambuf {
+ public:
+  std::size_t count = 0;
+
+ protected:
+  int_type overflow(int_type character) override {
+    ++count;
+    return traits_type::not_eof(character);
+  }
+  std::streamsize xsputn(const char*, std::streamsize size) override {
+    count += static_cast<std::size_t>(size);
+    return size;
+  }
+};
+
+TEST(PrintTree, PrintsAChainOfParentsDeeperThanAnyStack) {
+  constexpr std::size_t kDepth = 30'000;
+  std::vector<Function> functions;
+  std::size_t expected = std::string_view("Segment 0000, bus 00\n").size();
+  for (unsigned i = 0; i < kDepth; ++i) {
+    const std::string address = pcicim::addressText({i, 0, 0, 0});
+    functions.push_back(function(address, i == 0 ? "" : functions.back().address));
+    expected += 3 * i + ("`- " + address + "  Name of " + address + '\n').size();
+  }
+  ByteCounter counter;
+  std::ostream out(&counter);
+  pcicim::printTree(std::move(functions), out);
+  EXPECT_EQ(counter.count, expected);
+}
+
+TEST(PrintTree, PrintsACircleOfManyOnce) {
+  constexpr unsigned kLength = 30'000;
+  std::vector<Function> functions;
+  for (unsigned i = 0; i < kLength; ++i) {
+    functions.push_back(function(pcicim::addressText({i, 0, 0, 0}),
+                                 pcicim::addressText({(i + 1) % kLength, 0, 0, 0})));
+  }
+  // Its first function comes first, under the one that it names.
+  functions.front().name = "first";
+  ByteCounter counter;
+  std::ostream out(&counter);
+  pcicim::printTree(std::move(functions), out);
+  const std::size_t heading =
+      std::string_view("Not placed (each behind the other, in a circle)\n").size();
+  const std::size_t line = std::string_view("`- 0000:00:00.0  Name of 0000:00:00.0\n").size();
+  const std::size_t first =
+      std::string_view("`- 0000:00:00.0  first (parent 0001:00:00.0)\n").size();
+  EXPECT_EQ(counter.count,
+            heading + first + (kLength - 1) * line + std::size_t{3} * kLength * (kLength - 1) / 2);
+}
+
+TEST(PrintTree, OfFunctionsWithOneAddressTheFirstTakesTheChildren) {
+  Function second = function("0000:00:01.0", "");
+  second.name = "second";
+  EXPECT_EQ(drawn({function("0000:00:01.0", ""), second, function("0000:01:00.0", "0000:00:01.0")}),
+            "Segment 0000, bus 00\n"
+            "|- 0000:00:01.0  Name of 0000:00:01.0\n"
+            "|  `- 0000:01:00.0  Name of 0000:01:00.0\n"
+            "`- 0000:00:01.0  second\n");
+}
+
 TEST(PrintTree, NothingOfANameReachesTheTerminalAsControl) {
   Function hostile = function("0000:00:00.0", "");
   hostile.name = "red\x1b[31m\nline";
@@ -159,6 +222,17 @@ TEST(Record, HasWhatWasSetSinceItWasCleared) {
   EXPECT_EQ(record.text("PhysicalSlot"), "3");
 }
 
+TEST(Record, TakesTheSameNamesInAnyOrder) {
+  Record record{{"DeviceID", "1"}, {"ElementName", "2"}, {"PhysicalSlot", "3"}};
+  record.clear();
+  record["PhysicalSlot"] = "4";
+  record["DeviceID"] = "5";
+  record["PhysicalSlot"] += "4";
+  EXPECT_EQ(record.text("PhysicalSlot"), "44");
+  EXPECT_EQ(record.text("DeviceID"), "5");
+  EXPECT_EQ(record.text("ElementName"), "");
+}
+
 TEST(ReadTopology, DropsTheDeviceNumberFromNames) {
   ScriptedSource source;
   source.add("0000:00:03.0", "", true);
@@ -222,6 +296,16 @@ std::vector<std::string> addressesOf(const std::vector<Function>& functions) {
   std::vector<std::string> addresses;
   for (const Function& function : functions) addresses.push_back(function.address);
   return addresses;
+}
+
+TEST(ReadTopology, TakesAddressesThatAreWrittenInAnotherWayForOthers) {
+  ScriptedSource source;
+  source.add("0000:00:1F.0", "", true);
+  source.add("00:03.0", "", true);
+  source.add("0000:00:1f.0", "", false, "6");
+  source.addPortName("00:03.0-ep");
+  EXPECT_EQ(pcicim::readTopology(source).size(), 3U);
+  EXPECT_EQ(std::count(source.asked.begin(), source.asked.end(), "00:03.0"), 0);
 }
 
 TEST(FindLeftOut, AsksOnEveryBusOfSegmentsInUseThatNothingShownIsOn) {

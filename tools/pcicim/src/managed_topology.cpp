@@ -15,8 +15,8 @@ cimom::ObjectPath classPath(std::string_view className) {
   return path;
 }
 
-Record toRecord(const std::vector<cimom::NamedValue>& values) {
-  Record record;
+const Record& fill(Record& record, const std::vector<cimom::NamedValue>& values) {
+  record.clear();
   for (const auto& [name, value] : values) {
     if (!value.isNull && !value.isArray && !value.elements.empty()) {
       record[name] = cimom::toText(value.elements.front());
@@ -30,14 +30,16 @@ Record toRecord(const std::vector<cimom::NamedValue>& values) {
 void ManagedTopology::instances(std::string_view className,
                                 const std::vector<std::string>& properties,
                                 const RecordSink& sink) {
+  Record record;
   manager_.enumerateInstances(
       classPath(className), properties,
-      [&sink](const cimom::Instance& instance) { sink(toRecord(instance.properties)); });
+      [&](const cimom::Instance& instance) { sink(fill(record, instance.properties)); });
 }
 
 void ManagedTopology::names(std::string_view className, const RecordSink& sink) {
+  Record record;
   manager_.enumerateInstanceNames(
-      classPath(className), [&sink](const cimom::ObjectPath& path) { sink(toRecord(path.keys)); });
+      classPath(className), [&](const cimom::ObjectPath& path) { sink(fill(record, path.keys)); });
 }
 
 /// Most addresses that a tree asks for belong to no function, so that is no exception; that a
@@ -47,7 +49,11 @@ std::optional<Record> ManagedTopology::instance(std::string_view className,
                                                 const std::vector<std::string>& properties) {
   try {
     const auto found = finderOf(className, properties).find(deviceId);
-    return found ? std::optional(toRecord(found->properties)) : std::nullopt;
+    if (!found) {
+      return std::nullopt;
+    }
+    Record record;
+    return fill(record, found->properties);
   } catch (const cimom::CimError& error) {
     if (error.code() != CMPI_RC_ERR_NOT_FOUND) {
       throw;
@@ -60,8 +66,9 @@ void ManagedTopology::instancesOf(std::string_view className,
                                   const std::vector<std::string>& deviceIds,
                                   const std::vector<std::string>& properties,
                                   const RecordSink& sink) {
-  finderOf(className, properties).findEach(deviceIds, [&sink](const cimom::Instance& instance) {
-    sink(toRecord(instance.properties));
+  Record record;
+  finderOf(className, properties).findEach(deviceIds, [&](const cimom::Instance& instance) {
+    sink(fill(record, instance.properties));
   });
 }
 

@@ -9,7 +9,9 @@
 #include <charconv>
 #include <cstddef>
 #include <map>
+#include <numeric>
 #include <ostream>
+#include <span>
 #include <unordered_map>
 #include <utility>
 
@@ -72,177 +74,305 @@ std::vector<Function> sorted(std::vector<Function> functions,
 }
 
 /// Names come from a list that anyone can edit: nothing in them may reach the terminal as control.
-std::string printable(std::string_view text) {
-  std::string result(text);
+void appendPrintable(std::string_view text, std::string& to) {
+  const std::size_t start = to.size();
+  to += text;
   std::replace_if(
-      result.begin(), result.end(),
+      to.begin() + static_cast<std::ptrdiff_t>(start), to.end(),
       [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, '?');
-  return result;
 }
+
+/// Which functions are below which, all of them by their index.
+class Branches {
+ public:
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  /// Indices of children, in order.
+  using Range = std::span<const std::size_t>;
+
+  explicit Branches(const std::vector<Function>& functions)
+      : parents_(parentsOf(functions)), begins_(functions.size() + 1), children_(functions.size()) {
+    for (const std::size_t parent : parents_) {
+      if (parent != kNone) {
+        ++begins_[parent + 1];
+      }
+    }
+    std::partial_sum(begins_.begin(), begins_.end(), begins_.begin());
+    std::vector<std::size_t> next = begins_;
+    for (std::size_t i = 0; i < parents_.size(); ++i) {
+      if (parents_[i] != kNone) {
+        children_[next[parents_[i]]++] = i;
+      }
+    }
+  }
+
+  /// kNone where it has none, or one that is not there.
+  std::size_t parent(std::size_t index) const { return parents_[index]; }
+  Range children(std::size_t index) const {
+    return Range(children_).subspan(begins_[index], begins_[index + 1] - begins_[index]);
+  }
+
+ private:
+  /// Most functions name the same parent as the one before, and few are a parent.
+  static std::vector<std::size_t> parentsOf(const std::vector<Function>& functions) {
+    std::unordered_map<std::string_view, std::size_t> places;
+    forEachNamed(functions, [&](std::size_t i) { places.try_emplace(functions[i].parent, kNone); });
+    for (std::size_t i = functions.size(); i-- > 0;) {
+      const auto found = places.find(functions[i].address);
+      if (found != places.end()) {
+        found->second = i;
+      }
+    }
+    std::vector<std::size_t> parents(functions.size(), kNone);
+    std::size_t latest = kNone;
+    for (std::size_t i = 0; i < functions.size(); ++i) {
+      const std::string& parent = functions[i].parent;
+      if (i == 0 || parent != functions[i - 1].parent) {
+        latest = parent.empty() ? kNone : places.at(parent);
+      }
+      parents[i] = latest;
+    }
+    return parents;
+  }
+
+  /// Visits one function, at least, for each parent that any of them names.
+  template <class Visit>
+  static void forEachNamed(const std::vector<Function>& functions, Visit visit) {
+    for (std::size_t i = 0; i < functions.size(); ++i) {
+      const std::string& parent = functions[i].parent;
+      if (!parent.empty() && (i == 0 || parent != functions[i - 1].parent)) {
+        visit(i);
+      }
+    }
+  }
+
+  std::vector<std::size_t> parents_;
+  /// Where the children of each begin in children_; those of the next one end them.
+  std::vector<std::size_t> begins_;
+  std::vector<std::size_t> children_;
+};
 
 class TreePrinter {
  public:
   TreePrinter(std::vector<Function> functions, std::ostream& out)
-      : functions_(sorted(std::move(functions), addresses_)), out_(out) {
-    std::unordered_map<std::string_view, std::size_t> byAddress;
-    byAddress.reserve(functions_.size());
-    for (std::size_t i = 0; i < functions_.size(); ++i) {
-      byAddress.try_emplace(functions_[i].address, i);
-    }
-    children_.resize(functions_.size());
-    parents_.resize(functions_.size());
-    printed_.resize(functions_.size(), false);
-    passedFrom_.resize(functions_.size(), functions_.size());
-    for (std::size_t i = 0; i < functions_.size(); ++i) {
-      const auto found = byAddress.find(functions_[i].parent);
-      if (!functions_[i].parent.empty() && found != byAddress.end()) {
-        parents_[i] = found->second;
-        children_[found->second].push_back(i);
-      }
-    }
-  }
+      : functions_(sorted(std::move(functions), addresses_)),
+        out_(out),
+        branches_(functions_),
+        printed_(functions_.size(), false) {}
 
   void print() {
     printRootBuses();
     printMisplaced();
+    flush();
   }
 
  private:
-  std::optional<std::size_t> parentOf(std::size_t index) const { return parents_[index]; }
+  static constexpr std::size_t kNone = Branches::kNone;
+  /// Enough that writing costs little.
+  static constexpr std::size_t kMostKept = 16384;
 
   void printRootBuses() {
-    std::map<std::pair<std::uint64_t, unsigned>, std::vector<std::size_t>> buses;
+    // In the order of addresses, a bus's functions are in one place.
+    std::vector<std::size_t> roots;
     for (std::size_t i = 0; i < functions_.size(); ++i) {
-      const auto& address = addresses_[i];
-      if (address && functions_[i].parent.empty()) {
-        buses[{address->segment, address->bus}].push_back(i);
+      if (!addresses_[i] || !functions_[i].parent.empty()) {
+        continue;
       }
+      if (!roots.empty() && !isOnBusOf(roots.back(), i)) {
+        printBus(roots);
+        roots.clear();
+      }
+      roots.push_back(i);
     }
-    for (const auto& [bus, roots] : buses) {
-      out_ << "Segment " << hex(bus.first, 4) << ", bus " << hex(bus.second, 2) << '\n';
-      printList(roots, "");
+    if (!roots.empty()) {
+      printBus(roots);
     }
+  }
+
+  bool isOnBusOf(std::size_t left, std::size_t right) const {
+    const Address& one = *addresses_[left];
+    const Address& other = *addresses_[right];
+    return one.segment == other.segment && one.bus == other.bus;
+  }
+
+  void printBus(const std::vector<std::size_t>& roots) {
+    const Address& address = *addresses_[roots.front()];
+    heading("Segment " + hex(address.segment, 4) + ", bus " + hex(address.bus, 2));
+    printList(roots);
   }
 
   void printMisplaced() {
     std::vector<std::size_t> starts;
     for (std::size_t i = 0; i < functions_.size(); ++i) {
-      if (!printed_[i] && !parentOf(i)) {
+      if (!printed_[i] && branches_.parent(i) == kNone) {
         starts.push_back(i);
       }
     }
     if (!starts.empty()) {
       heading("Not placed (no such parent, or no readable address)");
-      printList(starts, "");
+      printList(starts);
     }
-    if (std::find(printed_.begin(), printed_.end(), false) == printed_.end()) {
-      return;
+    if (std::find(printed_.begin(), printed_.end(), false) != printed_.end()) {
+      heading("Not placed (each behind the other, in a circle)");
+      printCircles();
     }
-    heading("Not placed (each behind the other, in a circle)");
+  }
+
+  void printCircles() {
+    /// The climb that passed a function last; one mark for all climbs keeps them cheap.
+    std::vector<std::size_t> passedFrom(functions_.size(), kNone);
     for (std::size_t i = 0; i < functions_.size(); ++i) {
       if (!printed_[i]) {
-        printList({lowestInCircle(i)}, "");
+        printBranch(lowestInCircle(i, passedFrom), true);
       }
     }
   }
 
-  void heading(std::string_view text) { out_ << text << '\n'; }
+  void heading(std::string_view text) {
+    text_ += text;
+    text_ += '\n';
+  }
 
   /// What is left once everything with a beginning is printed hangs off circles: climbing leads
   /// into one.
-  std::size_t lowestInCircle(std::size_t start) {
+  std::size_t lowestInCircle(std::size_t start, std::vector<std::size_t>& passedFrom) const {
     std::size_t index = start;
-    while (passedFrom_[index] != start) {
-      passedFrom_[index] = start;
-      index = *parentOf(index);
+    while (passedFrom[index] != start) {
+      passedFrom[index] = start;
+      index = branches_.parent(index);
     }
     std::size_t lowest = index;
-    for (std::size_t i = *parentOf(index); i != index; i = *parentOf(i)) {
+    for (std::size_t i = branches_.parent(index); i != index; i = branches_.parent(i)) {
       lowest = std::min(lowest, i);
     }
     return lowest;
   }
 
-  void printList(const std::vector<std::size_t>& list, const std::string& indent) {
-    for (std::size_t i = 0; i < list.size(); ++i) {
-      const bool last = i + 1 == list.size();
-      printFunction(list[i], indent, last);
+  void printList(const std::vector<std::size_t>& list) {
+    for (const std::size_t index : list) {
+      printBranch(index, index == list.back());
     }
   }
 
-  void printFunction(std::size_t index, const std::string& indent, bool last) {
+  /// A function and all below it. Chains may be of any length, so this does not call itself.
+  void printBranch(std::size_t start, bool isLast) {
+    printLine(start, isLast);
+    descend(start, isLast);
+    while (!open_.empty()) {
+      Branches::Range& left = open_.back();
+      if (left.empty()) {
+        open_.pop_back();
+        indent_.resize(indent_.size() - kIndentWidth);
+        continue;
+      }
+      const std::size_t index = left.front();
+      left = unprinted(left.subspan(1));
+      const bool isLastOfAll = left.empty();
+      printLine(index, isLastOfAll);
+      descend(index, isLastOfAll);
+    }
+  }
+
+  void descend(std::size_t index, bool isLast) {
+    indent_ += isLast ? "   " : "|  ";
+    open_.push_back(unprinted(branches_.children(index)));
+  }
+
+  /// From the first on that is to be printed: a circle's first function is some other member's
+  /// child again, and is not printed twice.
+  Branches::Range unprinted(Branches::Range range) const {
+    const auto first = std::find_if(range.begin(), range.end(),
+                                    [this](std::size_t index) { return !printed_[index]; });
+    return range.subspan(static_cast<std::size_t>(first - range.begin()));
+  }
+
+  void printLine(std::size_t index, bool isLast) {
     printed_[index] = true;
     const Function& function = functions_[index];
-    const std::vector<std::size_t> below = unprintedChildren(index);
-    out_ << indent << (last ? "`- " : "|- ") << printable(function.address) << "  "
-         << describe(index) << printable(function.name) << remarks(index) << '\n';
-    printList(below, indent + (last ? "   " : "|  "));
+    text_ += indent_;
+    text_ += isLast ? "`- " : "|- ";
+    appendPrintable(function.address, text_);
+    text_ += "  ";
+    describe(index);
+    appendPrintable(function.name, text_);
+    remark(index);
+    text_ += '\n';
+    if (text_.size() >= kMostKept) {
+      flush();
+    }
   }
 
-  /// A circle's first function is some other member's child again: it is not printed twice.
-  std::vector<std::size_t> unprintedChildren(std::size_t index) const {
-    std::vector<std::size_t> result;
-    std::copy_if(children_[index].begin(), children_[index].end(), std::back_inserter(result),
-                 [this](std::size_t child) { return !printed_[child]; });
-    return result;
+  void flush() {
+    out_.write(text_.data(), static_cast<std::streamsize>(text_.size()));
+    text_.clear();
   }
 
-  std::string describe(std::size_t index) const {
+  void describe(std::size_t index) {
     const Function& function = functions_[index];
     switch (function.kind) {
       case Function::Kind::kDevice:
-        return "";
+        return;
       case Function::Kind::kSwitch:
-        return "[switch, " + std::to_string(function.ports) +
-               (function.ports == 1 ? " port] " : " ports] ");
+        text_ += "[switch, " + std::to_string(function.ports);
+        text_ += function.ports == 1 ? " port] " : " ports] ";
+        return;
       case Function::Kind::kSwitchPort:
-        return "[port" + busBehind(index) + "] ";
+        text_ += "[port";
+        break;
       case Function::Kind::kBridge:
-        return "[bridge" + busBehind(index) + "] ";
+        text_ += "[bridge";
+        break;
     }
-    return "";
+    busBehind(index);
+    text_ += "] ";
   }
 
   /// A switch's port does not publish its secondary bus: it is the bus of what is behind it.
-  std::string busBehind(std::size_t index) const {
+  void busBehind(std::size_t index) {
     const Function& function = functions_[index];
     if (function.secondaryBus && function.leadsToBus) {
-      return *function.secondaryBus == 0 ? ", no bus" : " to bus " + hex(*function.secondaryBus, 2);
+      text_ +=
+          *function.secondaryBus == 0 ? ", no bus" : " to bus " + hex(*function.secondaryBus, 2);
+      return;
     }
-    if (function.kind == Function::Kind::kSwitchPort && !children_[index].empty()) {
-      const auto& child = addresses_[children_[index].front()];
-      return child ? " to bus " + hex(child->bus, 2) : "";
+    const Branches::Range below = branches_.children(index);
+    if (function.kind == Function::Kind::kSwitchPort && !below.empty()) {
+      const auto& child = addresses_[below.front()];
+      text_ += child ? " to bus " + hex(child->bus, 2) : "";
     }
-    return "";
   }
 
-  std::string remarks(std::size_t index) const {
+  void remark(std::size_t index) {
     const Function& function = functions_[index];
-    std::string text;
     if (function.physicalSlot) {
-      text += ", slot " + std::to_string(*function.physicalSlot);
+      text_ += ", slot " + std::to_string(*function.physicalSlot);
     }
     const bool hasRoom = function.kind == Function::Kind::kSwitchPort || function.leadsToBus;
-    if (hasRoom && children_[index].empty()) {
-      text += " (empty)";
+    if (hasRoom && branches_.children(index).empty()) {
+      text_ += " (empty)";
     }
-    const bool unknownParent = !function.parent.empty() && !parentOf(index);
-    if (unknownParent || (!function.parent.empty() && printed_[*parentOf(index)] == false)) {
-      text += " (parent " + printable(function.parent) + ")";
+    if (!function.parent.empty() && !isPrinted(branches_.parent(index))) {
+      text_ += " (parent ";
+      appendPrintable(function.parent, text_);
+      text_ += ')';
     }
-    return text;
   }
+
+  bool isPrinted(std::size_t index) const { return index != kNone && printed_[index]; }
+
+  static constexpr std::size_t kIndentWidth = 3;
 
   /// Of each function, in the same order; nothing where it cannot be read.
   std::vector<std::optional<Address>> addresses_;
   std::vector<Function> functions_;
   std::ostream& out_;
-  /// Indices; nothing where the parent is not there.
-  std::vector<std::optional<std::size_t>> parents_;
-  std::vector<std::vector<std::size_t>> children_;
+  Branches branches_;
   std::vector<bool> printed_;
-  /// The climb that passed a function last; one mark for all climbs keeps them cheap.
-  std::vector<std::size_t> passedFrom_;
+  /// What of the branches on the way to the latest line is still to be printed, and what stands
+  /// before their lines.
+  std::vector<Branches::Range> open_;
+  std::string indent_;
+  /// Lines that are not written yet.
+  std::string text_;
 };
 
 /// "host bridges" when each of them is one; the common name of all otherwise.

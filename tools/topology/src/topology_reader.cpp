@@ -1,5 +1,6 @@
 #include <topology/topology_reader.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
@@ -62,22 +63,58 @@ const std::vector<std::string>& wantedProperties() {
   return kNames;
 }
 
-/// Which functions of a segment's buses are known.
+/// Which functions are known.
 class KnownFunctions {
  public:
   /// One bit for each function of each device.
   using Bus = std::array<std::uint8_t, kDevicesPerBus>;
 
-  void add(const Address& address) {
-    bus(address.segment, address.bus)[address.device] |=
-        static_cast<std::uint8_t>(1U << address.function);
+  void add(const std::string& text) {
+    if (const auto address = placeOf(text)) {
+      bus(address->segment, address->bus)[address->device] |= bitOf(*address);
+    } else {
+      others_.insert(text);
+    }
   }
 
-  /// Lives as long as this, whatever is added.
-  Bus& bus(std::uint64_t segment, unsigned bus) { return buses_[{segment, bus}]; }
+  bool holds(const std::string& text) {
+    const auto address = placeOf(text);
+    if (!address) {
+      return others_.count(text) != 0;
+    }
+    return (bus(address->segment, address->bus)[address->device] & bitOf(*address)) != 0;
+  }
+
+  /// Those of a bus whose addresses are written as they are asked for. Lives as long as this,
+  /// whatever is added.
+  Bus& bus(std::uint64_t segment, unsigned bus) {
+    // Most questions are for the same bus as the one before.
+    const BusNumber number(segment, bus);
+    if (latest_ == buses_.end() || latest_->first != number) {
+      latest_ = buses_.try_emplace(number).first;
+    }
+    return latest_->second;
+  }
 
  private:
-  std::map<std::pair<std::uint64_t, unsigned>, Bus> buses_;
+  using BusNumber = std::pair<std::uint64_t, unsigned>;
+  using Buses = std::map<BusNumber, Bus>;
+
+  static std::uint8_t bitOf(const Address& address) {
+    return static_cast<std::uint8_t>(1U << address.function);
+  }
+
+  static std::optional<Address> placeOf(std::string_view text) {
+    const auto address = parseAddress(text);
+    const bool isPlace = address && address->device < kDevicesPerBus &&
+                         address->function < kFunctionsPerDevice && addressText(*address) == text;
+    return isPlace ? address : std::nullopt;
+  }
+
+  Buses buses_;
+  Buses::iterator latest_ = buses_.end();
+  /// Texts that are written in another way, or are no addresses.
+  std::unordered_set<std::string> others_;
 };
 
 class TopologyReader {
@@ -114,8 +151,6 @@ class TopologyReader {
   }
 
  private:
-  bool isKnown(const std::string& address) const { return known_.count(address) != 0; }
-
   void add(const Record& record, Function::Kind kind) {
     Function function;
     function.kind = kind;
@@ -129,18 +164,8 @@ class TopologyReader {
         kind == Function::Kind::kBridge && isPciToPci(number(record, "SubClassCode").value_or(0));
     function.isHostBridge = text(record, "ClassCode") == kBridgeClass &&
                             text(record, "SubClassCode") == kHostBridgeSubClass;
-    known_.insert(function.address);
-    noteAddress(function.address);
+    known_.add(function.address);
     functions_.push_back(std::move(function));
-  }
-
-  /// Only what is written as addresses are asked for can be left out then.
-  void noteAddress(const std::string& text) {
-    const auto address = parseAddress(text);
-    if (address && address->device < kDevicesPerBus && address->function < kFunctionsPerDevice &&
-        addressText(*address) == text) {
-      knownFunctions_.add(*address);
-    }
   }
 
   void enumerate(std::string_view className, Function::Kind kind) {
@@ -157,12 +182,12 @@ class TopologyReader {
         return;
       }
       name.erase(name.size() - kPortSuffix.size());
-      if (!isKnown(name)) {
+      if (!known_.holds(name)) {
         addresses.push_back(std::move(name));
       }
     });
     for (const std::string& address : addresses) {
-      if (!isKnown(address)) {
+      if (!known_.holds(address)) {
         addIfThere(address, Function::Kind::kSwitchPort);
       }
     }
@@ -191,9 +216,14 @@ class TopologyReader {
   /// From the given position on; parents found may name parents of their own.
   void addNamedParents(std::size_t from) {
     std::unordered_set<std::string> missing;
+    std::string parent;
     for (std::size_t i = from; i < functions_.size(); ++i) {
-      const std::string parent = functions_[i].parent;
-      if (!parent.empty() && !isKnown(parent) && missing.count(parent) == 0 &&
+      // Most have the same parent as the one before.
+      if (functions_[i].parent == parent) {
+        continue;
+      }
+      parent = functions_[i].parent;
+      if (!parent.empty() && !known_.holds(parent) && missing.count(parent) == 0 &&
           !addIfThere(parent)) {
         missing.insert(parent);
       }
@@ -203,12 +233,16 @@ class TopologyReader {
   /// Asks on every bus that functions are on or that a bridge leads to.
   void addFromBuses() {
     std::set<std::pair<std::uint64_t, unsigned>> buses;
+    std::optional<Address> latest;
     for (const Function& function : functions_) {
       const auto address = parseAddress(function.address);
       if (!address) {
         continue;
       }
-      buses.emplace(address->segment, address->bus);
+      if (!latest || latest->segment != address->segment || latest->bus != address->bus) {
+        latest = address;
+        buses.emplace(address->segment, address->bus);
+      }
       if (function.leadsToBus && function.secondaryBus.value_or(0) != 0) {
         buses.emplace(address->segment, *function.secondaryBus);
       }
@@ -221,7 +255,7 @@ class TopologyReader {
   void addFromBus(std::uint64_t segment, unsigned bus) {
     // Names on a bus differ in their last digits alone.
     std::string name = addressText({segment, bus, 0, 0});
-    const KnownFunctions::Bus& known = knownFunctions_.bus(segment, bus);
+    const KnownFunctions::Bus& known = known_.bus(segment, bus);
     addFirstFunctions(name, known);
     for (unsigned device = 0; device < kDevicesPerBus; ++device) {
       if (known[device] != 0) {
@@ -236,16 +270,18 @@ class TopologyReader {
     name[name.size() - 3] = hexDigit(device % 16);
   }
 
-  void addFirstFunctions(std::string name, const KnownFunctions::Bus& known) {
-    std::vector<std::string> names;
-    names.reserve(kDevicesPerBus);
+  void addFirstFunctions(const std::string& name, const KnownFunctions::Bus& known) {
+    std::size_t count = 0;
+    names_.resize(kDevicesPerBus);
     for (unsigned device = 0; device < kDevicesPerBus; ++device) {
       if ((known[device] & 1U) == 0) {
-        setDevice(name, device);
-        names.push_back(name);
+        names_[count] = name;
+        setDevice(names_[count], device);
+        ++count;
       }
     }
-    source_.instancesOf(kDeviceClass, names, wantedProperties(),
+    names_.resize(count);
+    source_.instancesOf(kDeviceClass, names_, wantedProperties(),
                         [this](const Record& record) { addRead(record); });
   }
 
@@ -261,34 +297,39 @@ class TopologyReader {
 
   TopologySource& source_;
   std::vector<Function> functions_;
-  std::unordered_set<std::string> known_;
-  KnownFunctions knownFunctions_;
+  KnownFunctions known_;
+  /// What is asked for at once, kept for the memory that it has.
+  std::vector<std::string> names_;
 };
 
 }  // namespace
 
+// No two entries have the same name, those behind the used ones neither: the same properties come
+// in the same order, so that the next entry is the right one as a rule.
 std::string& Record::operator[](std::string_view name) {
-  for (std::size_t i = 0; i < used_; ++i) {
-    if (entries_[i].name == name) {
-      return entries_[i].text;
-    }
+  const bool isNext = used_ < entries_.size() && entries_[used_].name == name;
+  const std::size_t index = isNext ? used_ : find(name);
+  if (index < used_) {
+    return entries_[index].text;
   }
-  if (used_ == entries_.size()) {
-    entries_.emplace_back();
+  if (index == entries_.size()) {
+    entries_.push_back({std::string(name), {}});
   }
+  std::swap(entries_[used_], entries_[index]);
   Entry& added = entries_[used_++];
-  added.name = name;
   added.text.clear();
   return added.text;
 }
 
 std::string_view Record::text(std::string_view name) const noexcept {
-  for (std::size_t i = 0; i < used_; ++i) {
-    if (entries_[i].name == name) {
-      return entries_[i].text;
-    }
-  }
-  return {};
+  const std::size_t index = find(name);
+  return index < used_ ? std::string_view(entries_[index].text) : std::string_view();
+}
+
+std::size_t Record::find(std::string_view name) const noexcept {
+  const auto found = std::find_if(entries_.begin(), entries_.end(),
+                                  [name](const Entry& entry) { return entry.name == name; });
+  return static_cast<std::size_t>(found - entries_.begin());
 }
 
 void TopologySource::instancesOf(std::string_view className,

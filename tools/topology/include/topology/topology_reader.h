@@ -35,6 +35,9 @@ class Record {
     std::string text;
   };
 
+  /// Its entry, used or not; how many there are, without one.
+  std::size_t find(std::string_view name) const noexcept;
+
   std::vector<Entry> entries_;
   /// How many of the entries are there, from the first.
   std::size_t used_ = 0;
