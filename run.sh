@@ -31,14 +31,10 @@ elif ! compgen -G "${QARCTL_SYSFS_ROOT:-/sys}/bus/pci/devices/*" >/dev/null &&
   echo "This host has no PCI bus; showing the saved machine ${options[1]} instead." >&2
 fi
 
-# The instance factories write a line of their own to standard error each time they are called;
-# it says nothing to the reader here, so it goes where everything else stays visible.
-quietly() { "$@" 2> >(grep -v -e '^--- _Create_InstanceMI() ' >&2 || true); }
-
-quietly "$pcicim" "${options[@]}" tree
+"$pcicim" "${options[@]}" tree
 echo
 echo "Instances per class:"
-quietly "$pcicim" "${options[@]}" count
+"$pcicim" "${options[@]}" count
 
 shown="$pcicim"
 ((${#options[@]} == 0)) || shown="$(printf '%q ' "$pcicim" "${options[@]}")"

@@ -35,17 +35,6 @@ std::vector<std::string> extendedEnvironment(const Environment& added) {
   return result;
 }
 
-std::string withoutFactoryLines(const std::string& text) {
-  std::istringstream lines(text);
-  std::string result;
-  for (std::string line; std::getline(lines, line);) {
-    if (line.rfind("--- _Create_InstanceMI() ", 0) != 0) {
-      result += line + '\n';
-    }
-  }
-  return result;
-}
-
 int exitCode(int status) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
@@ -76,8 +65,7 @@ Outcome runProgram(const std::string& program, const Arguments& arguments,
   if (wait4(child, &status, 0, &usage) != child) {
     throw std::system_error(errno, std::generic_category(), "wait4");
   }
-  return {exitCode(status), readFile(out.path()), withoutFactoryLines(readFile(err.path())),
-          usage.ru_maxrss};
+  return {exitCode(status), readFile(out.path()), readFile(err.path()), usage.ru_maxrss};
 }
 
 Outcome runPcicim(const Arguments& arguments, const Environment& environment) {

@@ -12,7 +12,6 @@ struct Outcome {
   /// Exit code; 128 plus the signal's number when a signal ended the run.
   int status = -1;
   std::string out;
-  /// Standard error without the line that each instance factory writes there on its own account.
   std::string err;
   /// Largest resident size in KiB.
   long peakKilobytes = 0;

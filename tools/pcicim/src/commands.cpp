@@ -3,9 +3,7 @@
 #include <broker/object_manager.h>
 #include <model/cim_error.h>
 
-#include <iomanip>
 #include <ostream>
-#include <sstream>
 #include <utility>
 
 #include <topology/topology_reader.h>
@@ -13,6 +11,7 @@
 #include "output.h"
 #include "serve.h"
 #include "session.h"
+#include "tree_json.h"
 
 namespace pcicim {
 namespace {
@@ -128,20 +127,22 @@ class CommandRunner {
   }
 
   void count() {
-    std::ostringstream lines;
+    std::vector<std::pair<std::string, std::size_t>> counts;
     for (const std::string& name : publishedClasses()) {
-      std::size_t names = 0;
+      std::size_t& names = counts.emplace_back(name, 0).second;
       session_.manager().enumerateInstanceNames(classPath(name),
                                                 [&names](const auto&) { ++names; });
-      lines << std::setw(6) << names << "  " << name << '\n';
     }
-    out_ << lines.str();
+    printCounts(counts, options_.format, out_);
   }
 
   void tree() {
     ManagedTopology source(session_.manager());
     std::vector<Function> functions = readTopology(source);
     const std::vector<Function> leftOut = findLeftOut(source, functions);
+    if (options_.format == Format::kJson) {
+      return printTreeJson(functions, leftOut, out_);
+    }
     if (functions.empty() && leftOut.empty()) {
       out_ << "No PCI functions.\n";
     }

@@ -1,15 +1,20 @@
 #include "error_log.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <mutex>
 #include <utility>
+
+#include "diagnostics.h"
 
 // The command's own replace the C library's for every library that it loads, since it exports
 // them; hardened builds call the second one. <syslog.h> would define both inline in such a build.
 extern "C" {
 void vsyslog(int priority, const char* format, va_list arguments);
+int setlogmask(int mask);
 
 __attribute__((visibility("default"))) void syslog(int priority, const char* format, ...);
 __attribute__((visibility("default"))) void checkedSyslog(int priority, int flag,
@@ -23,28 +28,36 @@ namespace {
 std::mutex mutex;
 ErrorWatch* current = nullptr;
 
-/// Of any length: what is looked for may be at the end.
+/// Of any length: what is looked for may be at the end. Uses the arguments up.
 std::string textOf(const char* format, va_list arguments) {
-  va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-  std::string text(static_cast<std::size_t>(std::max(length, 0)) + 1, '\0');
-  va_copy(again, arguments);
-  std::vsnprintf(text.data(), text.size(), format, again);
-  va_end(again);
-  text.pop_back();
+  char* text = nullptr;
+  if (vasprintf(&text, format, arguments) < 0) {
+    return "";
+  }
+  const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
   return text;
 }
 
-void lookAndLog(int priority, const char* format, va_list arguments) {
+/// Of zero, the mask stays as it is and is returned.
+bool isWanted(int priority) {
+  return (static_cast<unsigned>(setlogmask(0)) >> priority & 1U) != 0;
+}
+
+/// The user sees what the log gets. The C library would write it to standard error as it is. Uses
+/// the arguments up.
+void show(int priorityAndFacility, const char* format, va_list arguments) {
   constexpr int kPriorityBits = 7;
   constexpr int kError = 3;
-  if ((priority & kPriorityBits) == kError) {
-    const std::string line = textOf(format, arguments);
+  const int priority = priorityAndFacility & kPriorityBits;
+  if (!isWanted(priority)) {
+    return;
+  }
+  std::string line = textOf(format, arguments);
+  line.erase(line.find_last_not_of('\n') + 1);
+  if (priority == kError) {
     ErrorWatch::look(line);
   }
-  vsyslog(priority, format, arguments);
+  complain(line);
 }
 
 bool endsWord(char c) {
@@ -63,7 +76,7 @@ ErrorWatch::~ErrorWatch() {
   current = nullptr;
 }
 
-bool ErrorWatch::noticed() const {
+std::string ErrorWatch::noticed() const {
   const std::lock_guard<std::mutex> lock(mutex);
   return noticed_;
 }
@@ -71,7 +84,7 @@ bool ErrorWatch::noticed() const {
 void ErrorWatch::look(std::string_view line) {
   const std::lock_guard<std::mutex> lock(mutex);
   if (current != nullptr && current->isIn(line)) {
-    current->noticed_ = true;
+    current->noticed_ = line;
   }
 }
 
@@ -89,15 +102,25 @@ bool ErrorWatch::isIn(std::string_view line) const {
 }  // namespace pcicim
 
 void syslog(int priority, const char* format, ...) {
+  const int error = errno;
   va_list arguments;
   va_start(arguments, format);
-  pcicim::lookAndLog(priority, format, arguments);
+  pcicim::show(priority, format, arguments);
+  va_end(arguments);
+  errno = error;
+  va_start(arguments, format);
+  vsyslog(priority, format, arguments);
   va_end(arguments);
 }
 
 void checkedSyslog(int priority, int /*flag*/, const char* format, ...) {
+  const int error = errno;
   va_list arguments;
   va_start(arguments, format);
-  pcicim::lookAndLog(priority, format, arguments);
+  pcicim::show(priority, format, arguments);
+  va_end(arguments);
+  errno = error;
+  va_start(arguments, format);
+  vsyslog(priority, format, arguments);
   va_end(arguments);
 }

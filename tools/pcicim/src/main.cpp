@@ -4,17 +4,20 @@
 #include <cerrno>
 #include <csignal>
 #include <exception>
-#include <iostream>
+#include <ostream>
+#include <string>
 #include <system_error>
 
+#include <model/cim_error.h>
 #include "commands.h"
+#include "diagnostics.h"
+#include "exit_code.h"
+#include "factory_lines.h"
 #include "options.h"
 #include "output.h"
 #include "standard_output.h"
 
 namespace {
-
-constexpr int kFailure = 1;
 
 /// Opens what the parent has closed, so that nothing that is opened later is taken for it. Writing
 /// there and reading fail as they would with closed descriptors.
@@ -30,13 +33,27 @@ void keepStandardDescriptors() {
 /// A reader that has closed the pipe is no error to report; a full disk is.
 int outcomeOf(const pcicim::StandardOutputBuffer& output) {
   if (output.error() == 0) {
-    return 0;
+    return pcicim::kSuccess;
   }
   if (output.error() != EPIPE) {
-    std::cerr << "pcicim: cannot write the answer: "
-              << std::generic_category().message(output.error()) << '\n';
+    pcicim::complain("cannot write the answer: " + std::generic_category().message(output.error()));
   }
-  return kFailure;
+  return pcicim::kFailure;
+}
+
+int printSaid(const pcicim::Parsed& parsed, pcicim::StandardOutputBuffer& buffer) {
+  for (const std::string& line : parsed.complaints) {
+    pcicim::complain(line);
+  }
+  std::ostream out(&buffer);
+  out << parsed.answer << std::flush;
+  return parsed.exitCode != pcicim::kSuccess ? parsed.exitCode : outcomeOf(buffer);
+}
+
+int exitCodeOf(const std::exception& error) {
+  const auto* status = dynamic_cast<const cimom::CimError*>(&error);
+  const bool isMissing = status != nullptr && status->code() == CMPI_RC_ERR_NOT_FOUND;
+  return isMissing ? pcicim::kNotFound : pcicim::kFailure;
 }
 
 }  // namespace
@@ -45,10 +62,13 @@ int main(int count, char** words) {
   keepStandardDescriptors();
   std::signal(SIGPIPE, SIG_IGN);
   const pcicim::Parsed parsed = pcicim::parseCommandLine(count, words);
-  if (parsed.done) {
-    return parsed.exitCode;
-  }
   pcicim::StandardOutputBuffer buffer;
+  if (parsed.done) {
+    return printSaid(parsed, buffer);
+  }
+  if (!parsed.options.verbose) {
+    pcicim::leaveOutFactoryLines();
+  }
   std::ostream out(&buffer);
   try {
     pcicim::runCommand(parsed.options, out);
@@ -56,8 +76,8 @@ int main(int count, char** words) {
     // The buffer knows why.
   } catch (const std::exception& error) {
     out.flush();
-    std::cerr << "pcicim: " << error.what() << '\n';
-    return kFailure;
+    pcicim::complain(error.what());
+    return exitCodeOf(error);
   }
   out.flush();
   return outcomeOf(buffer);

@@ -1,13 +1,19 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
-#include <iostream>
+#include <algorithm>
 #include <map>
+#include <sstream>
+
+#include "exit_code.h"
+#include "suggestion.h"
 
 namespace pcicim {
 namespace {
 
-constexpr int kWrongUse = 2;
+bool holds(const std::vector<std::string>& words, const std::string& word) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
 
 class CommandLine {
  public:
@@ -20,6 +26,7 @@ class CommandLine {
     addClassCommands();
     addPathCommands();
     addServe();
+    addHelp();
     app_.footer(
         "PATH is CLASS.KEY=\"VALUE\",KEY=\"VALUE\"..., with NAMESPACE: in front if you like. Keys\n"
         "that the provider does not need may be left out: Zelmar_PCIPort.DeviceID=\"...\"");
@@ -33,19 +40,102 @@ class CommandLine {
       if (app_.get_subcommands().empty()) {
         throw CLI::RequiredError("A subcommand");
       }
+      if (help_->parsed()) {
+        answerHelp(result);
+      }
     } catch (const CLI::ParseError& error) {
-      result.done = true;
-      result.exitCode = app_.exit(error) == 0 ? 0 : kWrongUse;
+      refuse(error, result);
     }
     result.options = options_;
     return result;
   }
 
  private:
+  /// Help and the version come as errors, too.
+  void refuse(const CLI::ParseError& error, Parsed& result) {
+    result.done = true;
+    std::ostringstream answer;
+    std::ostringstream ignored;
+    if (app_.exit(error, answer, ignored) == 0) {
+      result.answer = answer.str();
+      return;
+    }
+    result.exitCode = kWrongUse;
+    const bool isUnknownWord = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    result.complaints = {isUnknownWord ? unknownWord() : error.what(), whereHelpIs()};
+  }
+
+  std::string unknownWord() const {
+    const std::vector<std::string> words = app_.remaining(true);
+    const std::string word = words.empty() ? "" : words.front();
+    if (word.substr(0, 1) == "-") {
+      return "there is no option " + word + suggestion(word, optionNames());
+    }
+    if (app_.get_subcommands().empty()) {
+      return "there is no subcommand " + word + suggestion(word, commandNames());
+    }
+    return "unexpected word " + word;
+  }
+
+  std::string whereHelpIs() const {
+    const std::vector<CLI::App*> chosen = app_.get_subcommands();
+    const std::string command = chosen.empty() ? "" : chosen.front()->get_name() + ' ';
+    return "\"pcicim " + command + "--help\" says what can be asked";
+  }
+
+  std::vector<std::string> commandNames() const {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app_.get_subcommands([](const CLI::App*) { return true; })) {
+      names.push_back(command->get_name());
+    }
+    return names;
+  }
+
+  /// Of the chosen command, and those of all.
+  std::vector<std::string> optionNames() const {
+    std::vector<std::string> names;
+    std::vector<const CLI::App*> apps{&app_};
+    for (const CLI::App* command : app_.get_subcommands()) {
+      apps.push_back(command);
+    }
+    for (const CLI::App* app : apps) {
+      for (const CLI::Option* option : app->get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+          names.push_back("--" + name);
+        }
+      }
+    }
+    return names;
+  }
+
+  void addHelp() {
+    help_ = app_.add_subcommand("help", "Say what can be asked, or how one command is used");
+    help_->add_option("COMMAND", helpTopic_, "The command to tell about");
+  }
+
+  void answerHelp(Parsed& result) {
+    result.done = true;
+    if (helpTopic_.empty()) {
+      // One that has read nothing yet: this one's help is that of the command that was chosen.
+      result.answer = CommandLine().app_.help();
+    } else if (holds(commandNames(), helpTopic_)) {
+      result.answer = app_.get_subcommand(helpTopic_)->help("pcicim");
+    } else {
+      result.exitCode = kWrongUse;
+      result.complaints = {
+          "there is no subcommand " + helpTopic_ + suggestion(helpTopic_, commandNames()),
+          "\"pcicim help\" names them"};
+    }
+  }
+
   void addGeneralOptions() {
     app_.add_option("--inventory", options_.inventory,
-                    "A saved inventory (lspci -D -xxxx) to show instead of this host")
-        ->type_name("FILE");
+                    "A saved inventory (lspci -D -xxxx) to show instead of this host; - is\n"
+                    "standard input")
+        ->type_name("FILE")
+        ->check([](const std::string& name) {
+          return name.empty() ? "needs the name of a file, or -" : "";
+        });
     app_.add_option("--host-name", options_.hostName, "The host's name")->type_name("NAME");
     app_.add_option("--provider", options_.providers,
                     "A provider library to load instead of the project's own; may be repeated")
@@ -54,6 +144,17 @@ class CommandLine {
     app_.add_option("--schema", options_.schema, "Directory with the classes in MOF")
         ->type_name("DIR");
     app_.add_flag("--verbose", options_.verbose, "Show the providers' tracing too");
+    addColours();
+  }
+
+  void addColours() {
+    static const std::map<std::string, Colours> kChoices{
+        {"auto", Colours::kAuto}, {"always", Colours::kAlways}, {"never", Colours::kNever}};
+    app_.add_option_function<std::string>(
+            "--color", [this](const std::string& when) { options_.colours = kChoices.at(when); },
+            "Colour the text: auto (on a terminal, unless NO_COLOR is set), always, never")
+        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->type_name("WHEN");
   }
 
   CLI::App* addCommand(const char* name, const char* description, Command command) {
@@ -65,8 +166,9 @@ class CommandLine {
   void addClassCommands() {
     addFormat(addCommand("classes", "List the published classes", Command::kClasses),
               {"text", "json"});
-    addCommand("count", "Count the instances of each published class", Command::kCount);
-    addCommand("tree", "Show the PCI topology", Command::kTree);
+    addFormat(addCommand("count", "Count the instances of each published class", Command::kCount),
+              {"text", "json"});
+    addFormat(addCommand("tree", "Show the PCI topology", Command::kTree), {"text", "json"});
     CLI::App* enumerate = addCommand("enum", "Enumerate a class", Command::kEnumerate);
     addTarget(enumerate, "CLASS");
     enumerate->add_flag("--names", options_.namesOnly, "Object paths only");
@@ -170,15 +272,23 @@ class CommandLine {
                  const std::vector<std::string>& names = {"text", "mof", "json"}) {
     static const std::map<std::string, Format> kFormats{
         {"text", Format::kText}, {"mof", Format::kMof}, {"json", Format::kJson}};
+    CLI::Option* format =
+        command
+            ->add_option_function<std::string>(
+                "--format",
+                [this](const std::string& name) { options_.format = kFormats.at(name); },
+                "How the answer is written")
+            ->check(CLI::IsMember(names))
+            ->type_name("FORMAT");
     command
-        ->add_option_function<std::string>(
-            "--format", [this](const std::string& name) { options_.format = kFormats.at(name); },
-            "How the answer is written")
-        ->check(CLI::IsMember(names))
-        ->type_name("FORMAT");
+        ->add_flag_callback(
+            "--json", [this] { options_.format = Format::kJson; }, "The same as --format json")
+        ->excludes(format);
   }
 
   CLI::App app_{"Asks the PCI provider about this host's PCI topology, or a saved one."};
+  CLI::App* help_ = nullptr;
+  std::string helpTopic_;
   Options options_;
 };
 

@@ -21,6 +21,9 @@ enum class Command {
 
 enum class Format { kText, kMof, kJson };
 
+/// Whether text for people is coloured; `kAuto`: on a terminal, unless the environment says no.
+enum class Colours { kAuto, kAlways, kNever };
+
 /// How `serve` serves.
 struct ServeOptions {
   /// Where it listens: a numeric address or a name of this host.
@@ -44,8 +47,9 @@ struct ServeOptions {
 struct Options {
   Command command = Command::kClasses;
   Format format = Format::kText;
+  Colours colours = Colours::kAuto;
 
-  /// Empty: the live host, or what the environment says.
+  /// A file, or "-" for standard input. Empty: the live host, or what the environment says.
   std::string inventory;
   /// Empty: the kernel's name of the host.
   std::string hostName;
@@ -72,12 +76,16 @@ struct Options {
 /// What reading the command line came to.
 struct Parsed {
   Options options;
-  /// When set, everything is said already and the program ends with this code.
+  /// When set, there is nothing to run: the program prints the two texts and ends with this code.
   bool done = false;
   int exitCode = 0;
+  /// For standard output: help, or the version.
+  std::string answer;
+  /// For standard error, each element a line: what is wrong with the command line.
+  std::vector<std::string> complaints;
 };
 
-/// Reads the command line; prints help, the version or what is wrong with it itself.
+/// Reads the command line. Prints nothing.
 Parsed parseCommandLine(int count, const char* const* words);
 
 }  // namespace pcicim

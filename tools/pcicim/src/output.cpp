@@ -3,6 +3,7 @@
 #include <mof/mof_writer.h>
 
 #include <algorithm>
+#include <iomanip>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
@@ -210,6 +211,21 @@ void ListingPrinter::print(const cimom::ObjectPath& path) {
 void ListingPrinter::finish() {
   if (format_ == Format::kJson) {
     out_ << (isEmpty_ ? "[]\n" : "\n]\n");
+  }
+}
+
+void printCounts(const std::vector<std::pair<std::string, std::size_t>>& counts, Format format,
+                 std::ostream& out) {
+  if (format == Format::kJson) {
+    Json object = Json::object();
+    for (const auto& [name, count] : counts) {
+      object[name] = count;
+    }
+    out << object.dump(2) << '\n';
+    return;
+  }
+  for (const auto& [name, count] : counts) {
+    out << std::setw(6) << count << "  " << name << '\n';
   }
 }
 

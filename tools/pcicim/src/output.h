@@ -7,6 +7,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "options.h"
@@ -50,6 +51,11 @@ class ListingPrinter {
   std::unique_ptr<Meanings> meanings_;
   bool isEmpty_ = true;
 };
+
+/// Prints how many instances classes have, in the order given: lines for people, or one JSON object
+/// with the number for each name.
+void printCounts(const std::vector<std::pair<std::string, std::size_t>>& counts, Format format,
+                 std::ostream& out);
 
 /// Prints classes by name, each with its superclass and description, as text or JSON; as MOF they
 /// are files already.

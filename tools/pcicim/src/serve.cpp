@@ -14,9 +14,11 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <iostream>
+#include <ostream>
 #include <stdexcept>
 #include <system_error>
+
+#include "diagnostics.h"
 
 namespace pcicim {
 namespace {
@@ -73,8 +75,8 @@ void checkReach(const ServeOptions& options) {
   const char* missing = asks                   ? "there is no encryption"
                         : isEncrypted(options) ? "there is no password"
                                                : "there is no password and no encryption";
-  std::cerr << "pcicim: whoever reaches " << options.address
-            << (asks ? " can listen in; " : " can ask; ") << missing << '\n';
+  complain("whoever reaches " + options.address + (asks ? " can listen in; " : " can ask; ") +
+           missing);
 }
 
 /// A name of the host with and without its domain.
@@ -175,7 +177,7 @@ void shareOnePool() {
 /// Requests that no answer came to hold their threads, and could hold the process for ever.
 [[noreturn]] void endWithoutWaiting(std::ostream& out) {
   out.flush();
-  std::cerr << "pcicim: stopped with requests that were not answered in time\n" << std::flush;
+  complain("stopped with requests that were not answered in time");
   std::_Exit(EXIT_FAILURE);
 }
 

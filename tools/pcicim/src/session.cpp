@@ -83,7 +83,7 @@ cimom::MofReading readingFor(const Options& options) {
 }
 
 void setUpLog(bool verbose) {
-  openlog("pcicim", LOG_PERROR, LOG_USER);
+  openlog("pcicim", 0, LOG_USER);
   // Ordinary requests trace at a priority above errors, too; a person asks for that explicitly.
   setlogmask(verbose ? LOG_UPTO(LOG_DEBUG) : LOG_MASK(LOG_ERR) | LOG_MASK(LOG_WARNING));
 }
@@ -182,7 +182,7 @@ void Session::checkInput() {
 void Session::checkSavedInventory() {
   const ErrorWatch watch("PCI inventory " + inventory());
   letProviderRead();
-  if (watch.noticed()) {
+  if (!watch.noticed().empty()) {
     throw std::runtime_error(inventory() + ": no PCI function could be read from it");
   }
 }

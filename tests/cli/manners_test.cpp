@@ -1,0 +1,151 @@
+// How the command speaks to people and scripts: help, complaints, exit codes.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+
+#include "made_inventory.h"
+#include "run_pcicim.h"
+
+namespace clitest {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr int kWrongUse = 2;
+constexpr int kNotFound = 4;
+
+Outcome onSample(const Arguments& arguments) {
+  return runOn(sample("q35-pcie-switches.txt"), arguments);
+}
+
+/// That the command line is refused with this text, every line of it named for the command.
+void expectRefused(const Arguments& arguments, const std::string& text) {
+  const Outcome outcome = onSample(arguments);
+  EXPECT_EQ(outcome.status, kWrongUse) << outcome.err;
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_THAT(outcome.err, HasSubstr(text));
+  std::istringstream lines(outcome.err);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_THAT(line, StartsWith("pcicim: "));
+  }
+}
+
+TEST(Complaints, NameTheNearestOfCommandsAndOptions) {
+  expectRefused({"tre"}, "there is no subcommand tre (did you mean tree?)\n");
+  expectRefused({"assocaitors"}, "(did you mean associators?)");
+  expectRefused({"help", "cuont"}, "there is no subcommand cuont (did you mean count?)\n");
+  expectRefused({"enum", "Zelmar_PCIPort", "--namse"},
+                "there is no option --namse (did you mean --names?)\n");
+  expectRefused({"--invetory", "x", "tree"}, "--invetory (did you mean --inventory?)\n");
+}
+
+TEST(Complaints, NameNothingThatIsFarFromWhatWasGiven) {
+  expectRefused({"dance"}, "there is no subcommand dance\n");
+  expectRefused({"tree", "--quite-another"}, "there is no option --quite-another\n");
+  expectRefused({std::string(100000, 'x')}, "there is no subcommand xxx");
+}
+
+TEST(Complaints, AreOfTheCommandWhateverTheyAreAbout) {
+  expectRefused({}, "subcommand");
+  expectRefused({"enum"}, "CLASS");
+  expectRefused({"tree", "twice"}, "unexpected word twice\n");
+  expectRefused({"enum", "Zelmar_PCIPort", "--format", "xml"}, "--format");
+  expectRefused({"count", "--format", "mof"}, "--format");
+  expectRefused({"count", "--json", "--format", "text"}, "excludes");
+  expectRefused({"--color", "blue", "tree"}, "--color");
+}
+
+TEST(Complaints, ShowNoControlOfTheTerminal) {
+  expectRefused({"\x1b[31m\xc2\x9b\u202e\xff\n"},
+                "there is no subcommand \\x1b[31m\\u{9b}\\u{202e}\\xff\\x0a\n");
+  const Outcome file = runOn("/nonexistent/\x1b[2J", {"tree"});
+  EXPECT_NE(file.status, 0);
+  EXPECT_THAT(file.err, HasSubstr("/nonexistent/\\x1b[2J"));
+  EXPECT_EQ(file.err.find('\x1b'), std::string::npos) << file.err;
+}
+
+TEST(Complaints, AnInventoryWithoutANameIsOne) {
+  for (const char* word : {"tree", "count"}) {
+    const Outcome outcome = runPcicim({"--inventory", "", word});
+    EXPECT_EQ(outcome.status, kWrongUse);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, StartsWith("pcicim: --inventory: needs the name of a file, or -\n"));
+  }
+}
+
+TEST(Help, IsThatOfTheOption) {
+  EXPECT_EQ(runPcicim({"help"}).out, runPcicim({"--help"}).out);
+  for (const char* command : {"tree", "enum", "associators", "serve", "help"}) {
+    const Outcome help = runPcicim({"help", command});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.out, HasSubstr(std::string("Usage: pcicim ") + command));
+    EXPECT_EQ(help.out, runPcicim({command, "--help"}).out);
+  }
+}
+
+TEST(Help, ThatCannotBeWrittenIsAFailure) {
+  for (const char* words : {"--help", "--version", "help tree", "tree --help"}) {
+    const Outcome outcome = runProgram(
+        "/bin/sh", {"-c", std::string("exec \"$0\" ") + words + " >/dev/full", PCICIM_PROGRAM});
+    EXPECT_EQ(outcome.status, 1) << words;
+    EXPECT_EQ(outcome.err, "pcicim: cannot write the answer: No space left on device\n");
+  }
+}
+
+TEST(ExitCode, OfWhatIsNotThereIsItsOwn) {
+  const Outcome outcome = onSample({"get", "Zelmar_PCIDevice.DeviceID=\"0000:7f:00.0\""});
+  EXPECT_EQ(outcome.status, kNotFound);
+  EXPECT_THAT(outcome.err, StartsWith("pcicim: CIM_ERR_NOT_FOUND"));
+  EXPECT_EQ(onSample({"get", "Zelmar_PCIDevice.DeviceID=\"0000:00:02.0\""}).status, 0);
+  EXPECT_EQ(onSample({"enum", "Zelmar_Nonsense"}).status, 1);
+}
+
+TEST(StandardError, HasTheLinesOfFactoriesOnlyWhenAskedFor) {
+  const std::string line = "--- _Create_InstanceMI() ";
+  for (const char* command : {"tree", "count"}) {
+    EXPECT_EQ(onSample({command}).err, "");
+    EXPECT_THAT(onSample({"--verbose", command}).err, HasSubstr(line));
+  }
+}
+
+TEST(Json, OfCountsIsOneObject) {
+  const auto counts = nlohmann::json::parse(onSample({"count", "--json"}).out);
+  EXPECT_EQ(counts.at("Zelmar_PCIDevice"), 13);
+  EXPECT_EQ(counts.at("Zelmar_PCIDeviceConnection"), 0);
+  EXPECT_EQ(counts.size(), 10U);
+  EXPECT_EQ(nlohmann::json::parse(onSample({"count", "--format", "json"}).out), counts);
+}
+
+TEST(Json, OfTheTreeHasFunctionsWithinThoseThatLeadToThem) {
+  const auto tree = nlohmann::json::parse(onSample({"tree", "--json"}).out);
+  const auto& bus = tree.at("buses").at(0);
+  EXPECT_EQ(bus.at("segment"), 0);
+  EXPECT_EQ(bus.at("bus"), 0);
+  const auto& rootPort = bus.at("functions").at(3);
+  EXPECT_EQ(rootPort.at("address"), "0000:00:04.0");
+  EXPECT_EQ(rootPort.at("kind"), "bridge");
+  EXPECT_EQ(rootPort.at("secondaryBus"), 1);
+  const auto& upstream = rootPort.at("functions").at(0);
+  EXPECT_EQ(upstream.at("kind"), "switch");
+  EXPECT_EQ(upstream.at("ports"), 4);
+  EXPECT_EQ(upstream.at("physicalSlot"), 1);
+  const auto& port = upstream.at("functions").at(0);
+  EXPECT_EQ(port.at("kind"), "port");
+  EXPECT_EQ(port.at("functions").at(0).at("name"),
+            "Intel Corporation 82574L Gigabit Network Connection");
+  EXPECT_FALSE(upstream.at("functions").at(3).contains("functions"));
+  EXPECT_TRUE(tree.at("notPlaced").empty());
+}
+
+TEST(Json, OfTheTreeOfAHostWithoutPciIsEmpty) {
+  const TemporaryFile empty("");
+  const auto tree = nlohmann::json::parse(runOn(empty.path(), {"tree", "--json"}).out);
+  EXPECT_TRUE(tree.at("buses").empty());
+}
+
+}  // namespace
+}  // namespace clitest

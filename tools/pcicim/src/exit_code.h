@@ -1,0 +1,14 @@
+#pragma once
+
+namespace pcicim {
+
+/// How the command ends, as its manual page tells scripts.
+enum ExitCode : int {
+  kSuccess = 0,
+  kFailure = 1,
+  kWrongUse = 2,
+  /// What was asked for by name is not there.
+  kNotFound = 4,
+};
+
+}  // namespace pcicim
