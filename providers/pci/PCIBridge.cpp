@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
+#include "PciListing.h"
 #include "PciNames.h"
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
@@ -27,17 +28,17 @@ PCIPROVIDER_DEFINE_INSTANCE_CLASS(PCIBridge);
 
 CmpiStatus PCIBridge::enumInstanceNames(const CmpiContext&, CmpiResult& result,
                                         const CmpiObjectPath&) {
-  for (const PortEntry* port : GetBridgesCache()) {
+  ForEachListed(GetBridgesCache(), [&](const PortEntry* port) {
     result.returnData(MakeDevicePath(port->device, kBridgeClass));
-  }
+  });
   return Done(result);
 }
 
 CmpiStatus PCIBridge::enumInstances(const CmpiContext&, CmpiResult& result, const CmpiObjectPath&,
                                     const char** properties) {
-  for (const PortEntry* port : GetBridgesCache()) {
+  ForEachListed(GetBridgesCache(), [&](const PortEntry* port) {
     result.returnData(MakeBridgeInstance(port->device, properties));
-  }
+  });
   return Done(result);
 }
 

@@ -15,6 +15,7 @@
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
+#include "PciListing.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPorts.h"
@@ -376,9 +377,9 @@ std::string_view DeviceIdOrEmpty(const CmpiObjectPath& source) {
 
 template <class Give>
 void WalkEntries(const Give& give) {
-  for (const ControlledByEntry& entry : cbEntries) {
+  ForEachListed(cbEntries, [&](const ControlledByEntry& entry) {
     give(ControllerPath(entry), MakePCIPortRef(entry.port->portName));
-  }
+  });
 }
 
 /// Pairs the device with the port, and with the port's peer where it has one.
@@ -476,9 +477,9 @@ void GiveConnectedPort(const CmpiObjectPath& source, const Give& give) {
 template <class Give>
 void GivePortsUnder(const CmpiObjectPath& source, const Give& give,
                     const PortPointers& (*lookup)(const std::string&)) {
-  for (const PortEntry* port : lookup(std::string(KeyText(source, kDeviceIdKey)))) {
-    GiveControlledPortAndPeer(source, *port, give);
-  }
+  const PortPointers& ports = lookup(std::string(KeyText(source, kDeviceIdKey)));
+  ForEachListed(ports,
+                [&](const PortEntry* port) { GiveControlledPortAndPeer(source, *port, give); });
 }
 
 void GetCBInstanceByDevice(CmpiResult& result, const CmpiObjectPath& source,

@@ -12,6 +12,7 @@
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
+#include "PciListing.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPorts.h"
@@ -74,9 +75,9 @@ void SetPhysicalSlot(const PciDevice* device, CmpiInstance& instance) {
 
 template <class Visit>
 void ForEachPlainDevice(Visit visit) {
-  for (const auto& device : GetDevicesCache()) {
+  ForEachListed(GetDevicesCache(), [&](const auto& device) {
     if (IsPlainDevice(device.get())) visit(device.get());
-  }
+  });
 }
 
 void SetDeviceKeys(const std::string& address, CmpiObjectPath& path, const char* className) {
@@ -126,7 +127,8 @@ void WalkSysDevices(const CmpiObjectPath& system, const Give& give) {
 
 template <class Give>
 void WalkSysPorts(const CmpiObjectPath& system, const Give& give) {
-  for (const PortEntry& port : GetPortsCache()) give(system, MakePCIPortRef(port.portName));
+  ForEachListed(GetPortsCache(),
+                [&](const PortEntry& port) { give(system, MakePCIPortRef(port.portName)); });
 }
 
 /// The path, made as the cache makes it, if it is equal to the part.

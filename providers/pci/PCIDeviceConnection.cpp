@@ -2,6 +2,7 @@
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
+#include "PciListing.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
@@ -42,17 +43,17 @@ const PortEntry* WithDevice(const PortEntry& port) {
 // a port name does a pair come out.
 template <class Give>
 void WalkConnections(const Give& give) {
-  for (const auto& device : GetDevicesCache()) {
+  ForEachListed(GetDevicesCache(), [&](const auto& device) {
     const std::unique_ptr<PciDevice> parent = device->GetParent();
-    if (!parent) continue;
+    if (!parent) return;
     const std::string address = parent->GetAddress();
-    if (!IsKnownPortName(address)) continue;
+    if (!IsKnownPortName(address)) return;
     const PortEntry* upper = WithDevice(LookupPortEntry(address));
-    if (upper == nullptr) continue;
+    if (upper == nullptr) return;
     const PortEntry* lower = WithDevice(FindConnectedPort(device->GetAddress()));
-    if (lower == nullptr) continue;
+    if (lower == nullptr) return;
     give(MakePCIPortRef(upper->portName), MakePCIPortRef(lower->portName));
-  }
+  });
 }
 
 /// The first port of the device that a port is counted to, with the name under which it was

@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciAssociations.h"
 #include "PciDevices.h"
+#include "PciListing.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
 #include "PciPorts.h"
@@ -29,7 +30,7 @@ CmpiStatus GiveGroups(CmpiResult& result, const Give& give) {
   // Each listing walks a copy of its own.
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::vector<std::uint8_t> buses = GetBusNumbers();
-  for (const std::uint8_t bus : buses) give(system, MakePortGroupRef(bus));
+  ForEachListed(buses, [&](std::uint8_t bus) { give(system, MakePortGroupRef(bus)); });
   return Done(result);
 }
 

@@ -2,6 +2,7 @@
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
+#include "PciListing.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
@@ -52,7 +53,7 @@ void GiveMemberAndPrimary(const PortEntry& port, const Give& give) {
 // A bridge's ports come twice, each as itself and as the other's peer.
 template <class Give>
 void WalkMembers(const Give& give) {
-  for (const PortEntry& port : GetPortsCache()) GiveMemberAndPeer(port, give);
+  ForEachListed(GetPortsCache(), [&](const PortEntry& port) { GiveMemberAndPeer(port, give); });
 }
 
 const PortEntry& SourcePort(const CmpiObjectPath& source) {
@@ -106,7 +107,7 @@ CmpiStatus WalkGroup(CmpiResult& result, const CmpiObjectPath& group, Give give)
   }
   std::vector<const PciDevice*> devices;
   if (!FindPortsInGroup(bus, devices)) return NotFound();
-  for (const PciDevice* device : devices) give(device);
+  ForEachListed(devices, give);
   return Done(result);
 }
 

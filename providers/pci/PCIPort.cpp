@@ -11,6 +11,7 @@
 #include "PciAnswers.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
+#include "PciListing.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPorts.h"
@@ -180,7 +181,7 @@ auto PathMaker(CmpiResult& result, std::set<std::string>& seen) {
 
 template <class Make>
 void WalkPorts(const Make& make) {
-  for (const PortEntry& port : GetPortsCache()) make(port.device);
+  ForEachListed(GetPortsCache(), [&](const PortEntry& port) { make(port.device); });
 }
 
 const PortEntry* FindFirstPortOf(const CmpiObjectPath& path) {
@@ -199,7 +200,7 @@ void WalkBridgePorts(const CmpiObjectPath& path, const Make& make) {
   if (id.empty()) return;
   for (const auto& [address, ports] : GetBridgePortsCache()) {
     if (address.find(id) == std::string::npos) continue;
-    for (const PortEntry* port : ports) make(port->device);
+    ForEachListed(ports, [&](const PortEntry* port) { make(port->device); });
   }
 }
 
@@ -213,7 +214,7 @@ void WalkSwitchPorts(const CmpiObjectPath& path, const char* caller, const Make&
     syslog(LOG_CRIT, "%s searching %s (p:%lu) for %s", caller, address.c_str(),
            static_cast<unsigned long>(ports.size()), idText.c_str());
     if (address != id) continue;
-    for (const PortEntry* port : ports) make(port->device);
+    ForEachListed(ports, [&](const PortEntry* port) { make(port->device); });
   }
 }
 

@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
+#include "PciListing.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
 #include "PciProviders.h"
@@ -55,14 +56,15 @@ bool PortGroupExists(unsigned char bus) {
 }
 
 CmpiStatus ListPortGroups(CmpiResult& result, const CmpiObjectPath&, const char** properties) {
-  for (const std::uint8_t bus : GetBusNumbers()) {
+  ForEachListed(GetBusNumbers(), [&](std::uint8_t bus) {
     result.returnData(MakeFilteredPortGroup(bus, properties));
-  }
+  });
   return Done(result);
 }
 
 CmpiStatus ListPortGroupRefs(CmpiResult& result, const CmpiObjectPath&) {
-  for (const std::uint8_t bus : GetBusNumbers()) result.returnData(MakePortGroupRef(bus));
+  ForEachListed(GetBusNumbers(),
+                [&](std::uint8_t bus) { result.returnData(MakePortGroupRef(bus)); });
   return Done(result);
 }
 

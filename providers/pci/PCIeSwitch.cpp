@@ -1,6 +1,7 @@
 #include "PciAnswers.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
+#include "PciListing.h"
 #include "PciNames.h"
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
@@ -54,9 +55,9 @@ PCIPROVIDER_DEFINE_INSTANCE_CLASS(PCIeSwitch);
 
 CmpiStatus PCIeSwitch::enumInstanceNames(const CmpiContext&, CmpiResult& result,
                                          const CmpiObjectPath&) {
-  for (const PortEntry* port : GetSwitchCache()) {
+  ForEachListed(GetSwitchCache(), [&](const PortEntry* port) {
     result.returnData(MakeDevicePath(port->device, kSwitchClass));
-  }
+  });
   return Done(result);
 }
 
@@ -65,9 +66,9 @@ CmpiStatus PCIeSwitch::enumInstances(const CmpiContext&, CmpiResult& result, con
   // Each listing walks a copy of its own.
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const PortPointers switches = GetSwitchCache();
-  for (const PortEntry* port : switches) {
+  ForEachListed(switches, [&](const PortEntry* port) {
     result.returnData(MakeSwitchInstance(port->device, properties));
-  }
+  });
   return Done(result);
 }
 

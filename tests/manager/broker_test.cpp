@@ -250,6 +250,148 @@ TEST_F(BrokerLifeTest, HoweverManyWaysAClassIsWrittenInItIsKeptOnce) {
   EXPECT_LT(heapBytes() - before, kMostBytes);
 }
 
+class BrokerMarkTest : public BrokerTest {
+ protected:
+  const void* mark() { return record->mft->mark(record, &status); }
+  CMPIrc release(const void* which) { return record->mft->release(record, which).rc; }
+  CMPIInstance* newWitness(Witness& witness) {
+    return record->eft->newInstance(record, request.newPath(witness.takePath()), &status);
+  }
+
+  RequestScope request;
+};
+
+TEST_F(BrokerMarkTest, AReleaseEndsWhatWasMadeBehindItsMarkAlone) {
+  Witness before;
+  Witness behind;
+  CMPIInstance* first = newWitness(before);
+  const void* place = mark();
+  ASSERT_NE(place, nullptr);
+  EXPECT_EQ(status.rc, CMPI_RC_OK);
+  newWitness(behind);
+  EXPECT_GT(behind.holders(), 0);
+  EXPECT_EQ(release(place), CMPI_RC_OK);
+  EXPECT_EQ(behind.holders(), 0);
+  EXPECT_GT(before.holders(), 0);
+  EXPECT_EQ(textOf(first->ft->getProperty(first, "Name", nullptr).value.string), "one");
+}
+
+TEST_F(BrokerMarkTest, AReleaseEndsWhatInnerMarksLeft) {
+  Witness outer;
+  Witness inner;
+  const void* first = mark();
+  newWitness(outer);
+  const void* second = mark();
+  newWitness(inner);
+  EXPECT_EQ(release(second), CMPI_RC_OK);
+  EXPECT_EQ(inner.holders(), 0);
+  EXPECT_GT(outer.holders(), 0);
+  mark();
+  EXPECT_EQ(release(first), CMPI_RC_OK);
+  EXPECT_EQ(outer.holders(), 0);
+}
+
+TEST_F(BrokerMarkTest, AMarkOfNothingIsRefused) {
+  const int nothing = 0;
+  EXPECT_EQ(release(nullptr), CMPI_RC_ERR_INVALID_HANDLE);
+  EXPECT_EQ(release(&nothing), CMPI_RC_ERR_INVALID_HANDLE);
+  const void* first = mark();
+  const void* second = mark();
+  {
+    const RequestScope inner;
+    EXPECT_EQ(release(first), CMPI_RC_ERR_INVALID_HANDLE);
+  }
+  EXPECT_EQ(release(first), CMPI_RC_OK);
+  EXPECT_EQ(release(second), CMPI_RC_ERR_INVALID_HANDLE);
+  EXPECT_EQ(release(first), CMPI_RC_ERR_INVALID_HANDLE);
+}
+
+TEST_F(BrokerMarkTest, CloneAndAnswerOutliveTheRelease) {
+  RequestAnswers answers;
+  const CMPIResult* result = request.newResult(answers);
+  const void* place = mark();
+  CMPIInstance* made = newInstance();
+  made->ft->setProperty(made, "Name", chars("kept"), CMPI_chars);
+  CMPIInstance* clone = made->ft->clone(made, nullptr);
+  result->ft->returnInstance(result, made);
+  EXPECT_EQ(release(place), CMPI_RC_OK);
+  EXPECT_EQ(textOf(clone->ft->getProperty(clone, "Name", nullptr).value.string), "kept");
+  EXPECT_EQ(toText(answers.instances.at(0).findProperty("Name")->elements.at(0)), "kept");
+  clone->ft->release(clone);
+}
+
+/// A string through which a value was read is shared by later reads of that text, as long as it is
+/// there.
+TEST_F(BrokerMarkTest, TextsAreReadAnewBehindARelease) {
+  CMPIObjectPath* path = newPath();
+  path->ft->addKey(path, "Name", chars("shared"), CMPI_chars);
+  for (int i = 0; i < 3; ++i) {
+    const void* place = mark();
+    EXPECT_EQ(textOf(path->ft->getKey(path, "Name", nullptr).value.string), "shared");
+    EXPECT_EQ(release(place), CMPI_RC_OK);
+  }
+  EXPECT_EQ(textOf(path->ft->getKey(path, "Name", nullptr).value.string), "shared");
+}
+
+/// Objects of all sizes, so that pieces of memory are left behind and taken again.
+TEST_F(BrokerMarkTest, ManyObjectsBehindAMarkMayEndAgainAndAgain) {
+  for (int round = 1; round <= 40; ++round) {
+    const void* place = mark();
+    for (int i = 0; i < 20 * round; ++i) {
+      CMPIObjectPath* path = newPath(i % 2 == 0 ? "Thing" : "Part");
+      path->ft->addKey(path, "Name", chars(std::to_string(i).c_str()), CMPI_chars);
+      ASSERT_EQ(textOf(path->ft->getKey(path, "Name", nullptr).value.string), std::to_string(i));
+    }
+    ASSERT_EQ(release(place), CMPI_RC_OK);
+  }
+}
+
+TEST_F(BrokerMarkTest, AListingOfManyInstancesTakesNoMoreMemoryThanOne) {
+  class Dropping : public AnswerReceiver {
+    void receive(Instance&&) override {}
+    void receive(ObjectPath&&) override {}
+    void receiveDone() override {}
+  };
+  Dropping receiver;
+  const ClassRepository schema = ClassRepository::loadDirectory(SCHEMA_DIRECTORY);
+  const Broker devices(schema, nullptr);
+  const CMPIResult* result = request.newResult(receiver);
+  const auto list = [&](int count) {
+    for (int i = 0; i < count; ++i) {
+      const void* place = mark();
+      returnDevice(*devices.record(), result, "0000:00:00." + std::to_string(i));
+      release(place);
+    }
+  };
+  list(10);
+  const std::size_t before = heapBytes();
+  list(10'000);
+  EXPECT_LT(heapBytes(), before + 64 * 1024);
+}
+
+class RefusingReceiver : public AnswerReceiver {
+ public:
+  void receive(Instance&&) override { throw std::runtime_error("full"); }
+  void receive(ObjectPath&&) override { throw std::runtime_error("full"); }
+  void receiveDone() override {}
+};
+
+TEST_F(BrokerMarkTest, ThereIsNoMarkOnceAnAnswerIsNotTaken) {
+  RefusingReceiver receiver;
+  {
+    RequestScope inner;
+    const CMPIResult* result = inner.newResult(receiver);
+    EXPECT_NE(mark(), nullptr);
+    result->ft->returnObjectPath(result, newPath());
+    EXPECT_EQ(mark(), nullptr);
+    EXPECT_EQ(status.rc, CMPI_RC_ERR_FAILED);
+    EXPECT_EQ(textOf(status.msg), "the answer is not taken");
+  }
+  EXPECT_NE(mark(), nullptr) << "another request";
+  const RequestScope next;
+  EXPECT_NE(mark(), nullptr) << "the next request, in the memory of the one before";
+}
+
 class BrokerObjectTest : public BrokerTest {
  protected:
   RequestScope request;

@@ -126,29 +126,75 @@ TEST_F(DonesRefused, BothOfAnEmptyAnswerAreOfNoConsequence) {
   EXPECT_EQ(outcome.donesTaken, 0U);
 }
 
-/// What the provider asks of a broker: an object manager that lacks the rest serves it as well.
-TEST_F(MannersTest, NothingElseOfABrokerIsUsed) {
-  DecoratedBroker broker(manager.broker());
-  std::vector<Request> all = everyRequest();
-  for (Request& request : everyRequestFor(std::vector<std::string>{"ElementName"})) {
-    all.push_back(std::move(request));
+class UseOfABroker : public MannersTest {
+ protected:
+  std::vector<Exchange> exchangeAll(DecoratedBroker& broker) {
+    std::vector<Request> all = everyRequest();
+    for (Request& request : everyRequestFor(std::vector<std::string>{"ElementName"})) {
+      all.push_back(std::move(request));
+    }
+    return exchange(all, &broker);
   }
-  exchange(all, &broker);
-  std::set<std::string> used;
-  for (const auto& call : broker.calls()) used.insert(call.function);
-  EXPECT_THAT(used, UnorderedElementsAreArray(
-                        {"broker.classPathIsA",        "broker.enumerateInstanceNames",
-                         "broker.enumerateInstances",  "broker.newArray",
-                         "broker.newInstance",         "broker.newObjectPath",
-                         "broker.newString",           "array.setElementAt",
-                         "enumeration.getNext",        "instance.getObjectPath",
-                         "instance.getProperty",       "instance.setProperty",
-                         "instance.setPropertyFilter", "objectPath.addKey",
-                         "objectPath.getClassName",    "objectPath.getKey",
-                         "objectPath.getKeyAt",        "objectPath.getKeyCount",
-                         "objectPath.getNameSpace",    "objectPath.toString",
-                         "result.returnDone",          "result.returnInstance",
-                         "result.returnObjectPath",    "string.getCharPtr"}));
+
+  static std::set<std::string> usedOf(const DecoratedBroker& broker) {
+    std::set<std::string> used;
+    for (const auto& call : broker.calls()) used.insert(call.function);
+    return used;
+  }
+};
+
+/// What the provider asks of a broker: an object manager that lacks the rest serves it as well.
+TEST_F(UseOfABroker, NothingElseOfABrokerIsUsed) {
+  DecoratedBroker broker(manager.broker());
+  exchangeAll(broker);
+  EXPECT_THAT(usedOf(broker), UnorderedElementsAreArray(
+                                  {"broker.classPathIsA",        "broker.enumerateInstanceNames",
+                                   "broker.enumerateInstances",  "broker.newArray",
+                                   "broker.newInstance",         "broker.newObjectPath",
+                                   "broker.newString",           "array.setElementAt",
+                                   "enumeration.getNext",        "instance.getObjectPath",
+                                   "instance.getProperty",       "instance.setProperty",
+                                   "instance.setPropertyFilter", "objectPath.addKey",
+                                   "objectPath.getClassName",    "objectPath.getKey",
+                                   "objectPath.getKeyAt",        "objectPath.getKeyCount",
+                                   "objectPath.getNameSpace",    "objectPath.toString",
+                                   "result.returnDone",          "result.returnInstance",
+                                   "result.returnObjectPath",    "string.getCharPtr"}));
+}
+
+/// A release follows each mark before the next is set, and the answers are the same.
+TEST_F(UseOfABroker, TheProjectsOwnIsAlsoAskedToEndObjectsEarly) {
+  DecoratedBroker other(manager.broker());
+  const std::vector<Exchange> expected = exchangeAll(other);
+  DecoratedBroker own(manager.broker(), {.isEmbedded = true});
+  const std::vector<Exchange> exchanges = exchangeAll(own);
+  EXPECT_EQ(differences(expected, exchanges), "");
+  std::set<std::string> used = usedOf(own);
+  EXPECT_EQ(used.erase("memory.mark"), 1U);
+  EXPECT_EQ(used.erase("memory.release"), 1U);
+  EXPECT_EQ(used, usedOf(other));
+  int open = 0;
+  for (const auto& call : own.calls()) {
+    if (call.function == "memory.mark") ++open;
+    if (call.function == "memory.release") --open;
+    ASSERT_TRUE(open == 0 || open == 1) << call.text();
+  }
+  EXPECT_EQ(open, 0);
+}
+
+TEST_F(UseOfABroker, AListingEndsOnceItsAnswerIsNotTaken) {
+  const std::vector<Request> request{
+      {Operation::kEnumInstances, "Zelmar_PCIDevice", requests::pathOf("Zelmar_PCIDevice")}};
+  DecoratedBroker broker(manager.broker(), {.isEmbedded = true});
+  const std::size_t all = exchange(request, &broker).front().outcome.instances.size();
+  const std::size_t marks = broker.count("memory.mark");
+  ASSERT_GT(all, 1U);
+  broker.clear();
+  broker.failCall("memory.mark", marks, CMPI_RC_ERR_FAILED, "not taken");
+  const Outcome outcome = exchange(request, &broker).front().outcome;
+  EXPECT_EQ(outcome.status, CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(outcome.instances.size(), all - 1);
+  EXPECT_EQ(broker.count("memory.release"), marks - 1);
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 // table, to which `originals_` leads back; tables live as long as the broker.
 #include "decorated_broker.h"
 
+#include <cmpi/embedded_broker.h>
+
 #include <algorithm>
 #include <concepts>
 #include <cstdio>
@@ -601,6 +603,10 @@ CMPIStatus filterNothing(const CMPIInstance*, const char**, const char**) {
 
 template <class FT>
 void applyManners(DecoratedTable<FT>&, const Manners&) {}
+
+void applyManners(DecoratedTable<CMPIBrokerFT>& table, const Manners& manners) {
+  table.brokerName = manners.isEmbedded ? cmpi::kEmbeddedBrokerName : "a broker of the tests";
+}
 
 void applyManners(DecoratedTable<CMPIBrokerEncFT>& table, const Manners& manners) {
   if (!manners.newInstanceCopiesKeys) table.beneath.newInstance = newInstanceWithoutKeys;

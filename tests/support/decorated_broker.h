@@ -23,6 +23,8 @@ enum class FilterManner {
 
 /// The manners of other object managers; each default is the wrapped broker's own.
 struct Manners {
+  /// True: the broker says that it is the project's own object manager.
+  bool isEmbedded = false;
   /// False: newInstance returns an instance without properties.
   bool newInstanceCopiesKeys = true;
   /// False: a key that the path lacks is returned with OK and the state "not found".

@@ -42,6 +42,15 @@ TextPool& requestTexts();
 /// The latest filter of properties in that request; null before the first.
 std::shared_ptr<const NameSet>& latestFilter();
 
+/// A mark of that request, which lives as long as it. Null once its answer is not taken any more:
+/// the provider need not go on.
+void* markRequest();
+/// Ends what the request has made since the mark; false for a mark that is none of its, or released
+/// already. Objects that were made before must not refer to those that end.
+bool releaseToMark(const void* mark) noexcept;
+/// Remembers that an object of its answer was not taken.
+void noteRefusal() noexcept;
+
 /// Makes an object of the innermost request of this thread.
 template <class Object, class... Arguments>
 typename Object::Record* make(Arguments&&... arguments) {

@@ -1,11 +1,25 @@
+// A mark is a place in the memory of a request. What the provider makes behind it ends with its
+// release, so that the memory of a long answer is used again for each of its objects.
 #include <cstdlib>
 #include <cstring>
 
 #include "broker_tables.h"
 #include "not_supported.h"
+#include "string_object.h"
 
 namespace cimom {
 namespace {
+
+void* mftMark(const CMPIBroker*, CMPIStatus* status) {
+  void* mark = markRequest();
+  setStatus(status, mark != nullptr
+                        ? okStatus()
+                        : CMPIStatus{CMPI_RC_ERR_FAILED, makeString("the answer is not taken")});
+  return mark;
+}
+CMPIStatus mftReleaseMark(const CMPIBroker*, const void* mark) {
+  return releaseToMark(mark) ? okStatus() : badHandle();
+}
 
 void* mftMalloc(const CMPIBroker*, size_t size) {
   return std::malloc(size);
@@ -33,8 +47,8 @@ CMPIBrokerMemFT makeTable() {
   using FT = CMPIBrokerMemFT;
   FT table{};
   table.ftVersion = 200;
-  table.mark = notSupported<decltype(FT::mark)>();
-  table.release = notSupported<decltype(FT::release)>();
+  table.mark = mftMark;
+  table.release = mftReleaseMark;
   table.cmpiMalloc = mftMalloc;
   table.cmpiCalloc = mftCalloc;
   table.cmpiRealloc = mftRealloc;

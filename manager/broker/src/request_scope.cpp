@@ -14,33 +14,37 @@
 #include "stored_value.h"
 #include "text_pool.h"
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace cimom {
 
-/// The memory of a request: objects lie one behind the other in pieces, which end together.
+/// The memory of a request: objects lie one behind the other in pieces, and end together or, behind
+/// a mark, with its release.
 class RequestScope::Arena {
  public:
   Arena() = default;
   Arena(const Arena&) = delete;
   Arena& operator=(const Arena&) = delete;
-  ~Arena() { endObjects(); }
+  ~Arena() { endObjects(nullptr); }
 
   /// As a new one, but that the memory of small requests is there already.
   void reset() noexcept {
-    endObjects();
+    endObjects(nullptr);
     texts_.clear();
     latestFilter_.reset();
-    if (pieces_.empty()) return;
-    pieces_.erase(pieces_.begin() + 1, pieces_.end());
-    free_ = pieces_.front().memory.get();
-    left_ = pieces_.front().size;
+    latestMark_ = nullptr;
+    isRefused_ = false;
+    goTo({0, nullptr, 0});
     nextPiece_ = kFirstPiece;
   }
 
   void* place(std::size_t size) {
     const std::size_t rounded = (size + kObjectAlignment - 1) & ~(kObjectAlignment - 1);
-    if (rounded > left_) addPiece(rounded);
-    left_ -= rounded;
-    return std::exchange(free_, free_ + rounded);
+    if (rounded > end_.left) addPiece(rounded);
+    end_.left -= rounded;
+    return std::exchange(end_.free, end_.free + rounded);
   }
   template <class Object, class... Arguments>
   typename Object::Record* make(Arguments&&... arguments) {
@@ -52,6 +56,26 @@ class RequestScope::Arena {
   TextPool& texts() noexcept { return texts_; }
   std::shared_ptr<const NameSet>& latestFilter() noexcept { return latestFilter_; }
 
+  void refuse() noexcept { isRefused_ = true; }
+  void* mark() {
+    if (isRefused_) return nullptr;
+    const Place start = end_;
+    latestMark_ = new (place(sizeof(Mark))) Mark{latestMark_, newest_, start};
+    return latestMark_;
+  }
+  bool release(const void* which) noexcept {
+    const Mark* found = latestMark_;
+    while (found != nullptr && found != which) found = found->before;
+    if (found == nullptr) return false;
+    // It lies in the memory that is about to be used again.
+    const Mark mark = *found;
+    endObjects(mark.newest);
+    texts_.forgetStrings();
+    latestMark_ = mark.before;
+    giveUp(mark.start);
+    return true;
+  }
+
  private:
   static constexpr std::size_t kFirstPiece = 2048;
   static constexpr std::size_t kLargestPiece = 65536;
@@ -61,8 +85,23 @@ class RequestScope::Arena {
     std::size_t size;
   };
 
-  void endObjects() noexcept {
-    while (newest_ != nullptr) {
+  /// Where the next object goes.
+  struct Place {
+    /// Pieces in use; the last of them has the rest.
+    std::size_t pieces;
+    std::byte* free;
+    std::size_t left;
+  };
+
+  struct Mark {
+    Mark* before;
+    BrokerObject* newest;
+    Place start;
+  };
+
+  /// Ends the objects that were made after `last`.
+  void endObjects(const BrokerObject* last) noexcept {
+    while (newest_ != last) {
       BrokerObject* object = newest_;
       newest_ = object->next;
       object->~BrokerObject();
@@ -70,18 +109,51 @@ class RequestScope::Arena {
   }
 
   void addPiece(std::size_t atLeast) {
-    const std::size_t size = std::max(nextPiece_, atLeast);
-    pieces_.push_back({std::make_unique_for_overwrite<std::byte[]>(size), size});
-    free_ = pieces_.back().memory.get();
-    left_ = size;
-    nextPiece_ = std::min(2 * nextPiece_, kLargestPiece);
+    const auto next = pieces_.begin() + static_cast<std::ptrdiff_t>(end_.pieces);
+    if (next != pieces_.end() && next->size < atLeast) pieces_.erase(next, pieces_.end());
+    if (end_.pieces == pieces_.size()) {
+      const std::size_t size = std::max(nextPiece_, atLeast);
+      pieces_.push_back({std::make_unique_for_overwrite<std::byte[]>(size), size});
+      nextPiece_ = std::min(2 * nextPiece_, kLargestPiece);
+    }
+    const Piece& piece = pieces_[end_.pieces];
+    end_ = {end_.pieces + 1, piece.memory.get(), piece.size};
   }
 
+  /// One piece behind the place stays, so that a loop need not get it anew each time.
+  void goTo(const Place& start) noexcept {
+    if (pieces_.size() > start.pieces + 1) {
+      pieces_.erase(pieces_.begin() + static_cast<std::ptrdiff_t>(start.pieces) + 1, pieces_.end());
+    }
+    end_ = start;
+  }
+
+#ifdef __SANITIZE_ADDRESS__
+  /// What lay there is not written over, so that the sanitizer sees who still uses it.
+  void giveUp(const Place& start) const noexcept {
+    if (start.pieces == end_.pieces) return poison(start.free, end_.free);
+    if (start.pieces > 0) poison(start.free, start.free + start.left);
+    for (std::size_t i = start.pieces; i + 1 < end_.pieces; ++i) {
+      poison(pieces_[i].memory.get(), pieces_[i].memory.get() + pieces_[i].size);
+    }
+    poison(pieces_[end_.pieces - 1].memory.get(), end_.free);
+  }
+  static void poison(const std::byte* begin, const std::byte* end) noexcept {
+    ASAN_POISON_MEMORY_REGION(begin, static_cast<std::size_t>(end - begin));
+  }
+#else
+  void giveUp(const Place& start) noexcept {
+    goTo(start);
+  }
+#endif
+
   std::vector<Piece> pieces_;
-  std::byte* free_ = nullptr;
-  std::size_t left_ = 0;
+  Place end_{0, nullptr, 0};
   std::size_t nextPiece_ = kFirstPiece;
   BrokerObject* newest_ = nullptr;
+  Mark* latestMark_ = nullptr;
+  /// The request's answer is not taken any more.
+  bool isRefused_ = false;
   TextPool texts_;
   std::shared_ptr<const NameSet> latestFilter_;
 };
@@ -135,6 +207,18 @@ TextPool& requestTexts() {
 
 std::shared_ptr<const NameSet>& latestFilter() {
   return ArenaAccess::current().latestFilter();
+}
+
+void* markRequest() {
+  return ArenaAccess::current().mark();
+}
+
+bool releaseToMark(const void* mark) noexcept {
+  return ArenaAccess::current().release(mark);
+}
+
+void noteRefusal() noexcept {
+  if (innermost != nullptr) ArenaAccess::current().refuse();
 }
 
 RequestScope::RequestScope() : arena_(ArenaAccess::take()), outer_(innermost) {

@@ -38,6 +38,7 @@ CMPIStatus handOver(const ResultObject& result, const Object& object) noexcept {
     usedBefore<Model>() = std::move(copy);
     return okStatus();
   } catch (...) {
+    noteRefusal();
     return {CMPI_RC_ERR_FAILED, nullptr};
   }
 }

@@ -36,6 +36,11 @@ class TextPool {
     return slot.string;
   }
 
+  /// Forgets the strings, which are about to end, but not the texts.
+  void forgetStrings() noexcept {
+    for (Slot& slot : slots_) slot.string = nullptr;
+  }
+
   /// Forgets all of them.
   void clear() noexcept { slots_.fill({}); }
 

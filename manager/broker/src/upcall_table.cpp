@@ -1,3 +1,4 @@
+#include <cmpi/embedded_broker.h>
 #include <model/cim_error.h>
 
 #include <exception>
@@ -154,7 +155,7 @@ CMPIBrokerFT makeTable() {
   FT table{};
   table.brokerCapabilities = kBasicReadAndAssociations;
   table.brokerVersion = 200;
-  table.brokerName = "pciprovider embedded object manager";
+  table.brokerName = cmpi::kEmbeddedBrokerName;
   table.prepareAttachThread = bftPrepareAttachThread;
   table.attachThread = bftNothingToDo;
   table.detachThread = bftNothingToDo;
