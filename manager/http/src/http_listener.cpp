@@ -1,5 +1,7 @@
 #include "http_listener.h"
 
+#include <http/http_server.h>
+
 #include <array>
 #include <boost/asio/error.hpp>
 #include <boost/asio/strand.hpp>
@@ -10,6 +12,7 @@
 
 #include <fcntl.h>
 #include <netdb.h>
+#include <sys/socket.h>
 
 namespace cimom {
 namespace {
@@ -43,7 +46,40 @@ void closeInChildren(int descriptor) {
   fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
+error_code open(net::ip::tcp::acceptor& acceptor, const net::ip::tcp::endpoint& endpoint) {
+  using Acceptor = net::ip::tcp::acceptor;
+  error_code error;
+  error_code ignored;
+  acceptor.close(ignored);
+  acceptor.open(endpoint.protocol(), error);
+  if (!error) closeInChildren(acceptor.native_handle());
+  if (!error) acceptor.set_option(Acceptor::reuse_address(true), error);
+  if (!error) acceptor.bind(endpoint, error);
+  if (!error) acceptor.listen(kBacklog, error);
+  return error;
+}
+
+int openAtAnyOf(const std::string& address, int port) {
+  net::io_context context;
+  net::ip::tcp::acceptor acceptor(context);
+  error_code error;
+  for (const auto& entry : resolveListener(context, address, port)) {
+    error = open(acceptor, entry.endpoint());
+    if (!error) return acceptor.release();
+  }
+  throw std::runtime_error(error.message());
+}
+
 }  // namespace
+
+int openListeningSocket(const std::string& address, int port) {
+  try {
+    return openAtAnyOf(address, port);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("cannot listen at " + address + ", port " + std::to_string(port) +
+                             ": " + error.what());
+  }
+}
 
 net::ip::tcp::resolver::results_type resolveListener(net::io_context& context,
                                                      const std::string& address, int port) {
@@ -62,25 +98,14 @@ net::ip::tcp::resolver::results_type resolveListener(net::io_context& context,
 HttpListener::HttpListener(net::io_context& context)
     : context_(context), acceptor_(context), pause_(context) {}
 
-int HttpListener::listen(const std::string& address, int port) {
+int HttpListener::adopt(int listeningSocket) {
+  int family = 0;
+  socklen_t size = sizeof family;
+  getsockopt(listeningSocket, SOL_SOCKET, SO_DOMAIN, &family, &size);
   error_code error;
-  for (const auto& entry : resolveListener(context_, address, port)) {
-    error = open(entry.endpoint());
-    if (!error) return acceptor_.local_endpoint().port();
-  }
-  throw std::runtime_error(error.message());
-}
-
-error_code HttpListener::open(const Tcp::endpoint& endpoint) {
-  error_code error;
-  error_code ignored;
-  acceptor_.close(ignored);
-  acceptor_.open(endpoint.protocol(), error);
-  if (!error) closeInChildren(acceptor_.native_handle());
-  if (!error) acceptor_.set_option(Tcp::acceptor::reuse_address(true), error);
-  if (!error) acceptor_.bind(endpoint, error);
-  if (!error) acceptor_.listen(kBacklog, error);
-  return error;
+  acceptor_.assign(family == AF_INET6 ? Tcp::v6() : Tcp::v4(), listeningSocket, error);
+  if (error) throw std::runtime_error(error.message());
+  return acceptor_.local_endpoint().port();
 }
 
 void HttpListener::start(Take take, Fail fail) {

@@ -14,7 +14,8 @@ namespace cimom {
 boost::asio::ip::tcp::resolver::results_type resolveListener(boost::asio::io_context& context,
                                                              const std::string& address, int port);
 
-/// Takes connections at one address and hands them over. For the thread that runs the context.
+/// Takes connections at one listening socket and hands them over. For the thread that runs the
+/// context.
 class HttpListener {
  public:
   using Socket = boost::asio::ip::tcp::socket;
@@ -25,9 +26,9 @@ class HttpListener {
 
   explicit HttpListener(boost::asio::io_context& context);
 
-  /// Binds to the first address that the name has and that works; returns the port. Throws
-  /// std::runtime_error with the reason.
-  int listen(const std::string& address, int port);
+  /// Takes over a listening TCP socket; returns its port. Throws std::runtime_error with the
+  /// reason.
+  int adopt(int listeningSocket);
 
   void start(Take take, Fail fail);
   /// Hands over the connections that wait in the kernel, then takes no more and closes the port.
@@ -36,7 +37,6 @@ class HttpListener {
  private:
   using Tcp = boost::asio::ip::tcp;
 
-  boost::system::error_code open(const Tcp::endpoint& endpoint);
   void accept();
   void takeWaiting();
   void take(Socket socket);

@@ -4,6 +4,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <cerrno>
+#include <list>
 #include <optional>
 #include <stdexcept>
 #include <system_error>
@@ -42,24 +43,21 @@ class CimXmlHttpServer::Implementation {
   Implementation(const Implementation&) = delete;
   Implementation& operator=(const Implementation&) = delete;
 
-  int listen(const std::string& address, int port) {
-    try {
-      return listener_.listen(address, port);
-    } catch (const std::runtime_error& error) {
-      throw std::runtime_error("cannot listen at " + address + ", port " + std::to_string(port) +
-                               ": " + error.what());
-    }
+  int adopt(int listeningSocket) {
+    return listeners_.emplace_back(context_).adopt(listeningSocket);
   }
 
   bool run(int stopDescriptor) {
     net::posix::stream_descriptor stopSignal(context_, duplicate(stopDescriptor));
     stopSignal.async_wait(net::posix::stream_descriptor::wait_read,
                           [this](const error_code&) { stop(); });
-    listener_.start([this](HttpListener::Socket socket) { take(std::move(socket)); },
-                    [this, &stopSignal](const error_code& error) {
-                      failure_ = error;
-                      stopSignal.cancel();
-                    });
+    for (HttpListener& listener : listeners_) {
+      listener.start([this](HttpListener::Socket socket) { take(std::move(socket)); },
+                     [this, &stopSignal](const error_code& error) {
+                       failure_ = error;
+                       stopSignal.cancel();
+                     });
+    }
     const bool isDone = runContext();
     if (failure_) {
       throw std::system_error(failure_.value(), std::generic_category(), "accept");
@@ -108,7 +106,7 @@ class CimXmlHttpServer::Implementation {
     stopDeadline_ = Clock::now() + shared_.limits.stopTime;
     shared_.stopping = true;
     shared_.service.shutDown();
-    listener_.close();
+    for (HttpListener& listener : listeners_) listener.close();
     for (const auto& connection : connections_.all()) connection->stop();
   }
 
@@ -142,7 +140,7 @@ class CimXmlHttpServer::Implementation {
   net::io_context context_{1};
   WorkQueue workers_;
   HttpSharedState shared_;
-  HttpListener listener_{context_};
+  std::list<HttpListener> listeners_;
   Clock::time_point stopDeadline_;
   error_code failure_;
 };
@@ -153,7 +151,11 @@ CimXmlHttpServer::CimXmlHttpServer(const CimXmlService& service, const HttpSetti
 CimXmlHttpServer::~CimXmlHttpServer() = default;
 
 int CimXmlHttpServer::listen(const std::string& address, int port) {
-  return implementation_->listen(address, port);
+  return adopt(openListeningSocket(address, port));
+}
+
+int CimXmlHttpServer::adopt(int listeningSocket) {
+  return implementation_->adopt(listeningSocket);
 }
 
 bool CimXmlHttpServer::run(int stopDescriptor) {

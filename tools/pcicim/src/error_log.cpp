@@ -8,7 +8,7 @@
 #include <mutex>
 #include <utility>
 
-#include "diagnostics.h"
+#include "report.h"
 
 // The command's own replace the C library's for every library that it loads, since it exports
 // them; hardened builds call the second one. <syslog.h> would define both inline in such a build.
@@ -39,25 +39,39 @@ std::string textOf(const char* format, va_list arguments) {
 }
 
 /// Of zero, the mask stays as it is and is returned.
-bool isWanted(int priority) {
-  return (static_cast<unsigned>(setlogmask(0)) >> priority & 1U) != 0;
+bool isWanted(Severity severity) {
+  return (static_cast<unsigned>(setlogmask(0)) >> static_cast<unsigned>(severity) & 1U) != 0;
 }
 
 /// The user sees what the log gets. The C library would write it to standard error as it is. Uses
 /// the arguments up.
-void show(int priorityAndFacility, const char* format, va_list arguments) {
-  constexpr int kPriorityBits = 7;
-  constexpr int kError = 3;
-  const int priority = priorityAndFacility & kPriorityBits;
-  if (!isWanted(priority)) {
+void show(int priority, const char* format, va_list arguments) {
+  constexpr int kSeverityBits = 7;
+  const auto severity = static_cast<Severity>(priority & kSeverityBits);
+  if (!isWanted(severity)) {
     return;
   }
   std::string line = textOf(format, arguments);
   line.erase(line.find_last_not_of('\n') + 1);
-  if (priority == kError) {
+  if (severity == Severity::kError) {
     ErrorWatch::look(line);
   }
-  complain(line);
+  report(severity, line);
+}
+
+/// The journal takes the line from standard error, with its severity; from syslog it would come a
+/// second time.
+void showAndLog(int priority, const char* format, va_list arguments) {
+  const int error = errno;
+  va_list again;
+  va_copy(again, arguments);
+  show(priority, format, arguments);
+  // What the format may name.
+  errno = error;
+  if (!isJournal()) {
+    vsyslog(priority, format, again);
+  }
+  va_end(again);
 }
 
 bool endsWord(char c) {
@@ -102,25 +116,15 @@ bool ErrorWatch::isIn(std::string_view line) const {
 }  // namespace pcicim
 
 void syslog(int priority, const char* format, ...) {
-  const int error = errno;
   va_list arguments;
   va_start(arguments, format);
-  pcicim::show(priority, format, arguments);
-  va_end(arguments);
-  errno = error;
-  va_start(arguments, format);
-  vsyslog(priority, format, arguments);
+  pcicim::showAndLog(priority, format, arguments);
   va_end(arguments);
 }
 
 void checkedSyslog(int priority, int /*flag*/, const char* format, ...) {
-  const int error = errno;
   va_list arguments;
   va_start(arguments, format);
-  pcicim::show(priority, format, arguments);
-  va_end(arguments);
-  errno = error;
-  va_start(arguments, format);
-  vsyslog(priority, format, arguments);
+  pcicim::showAndLog(priority, format, arguments);
   va_end(arguments);
 }

@@ -7,15 +7,19 @@
 #include <ostream>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include <model/cim_error.h>
 #include "commands.h"
-#include "diagnostics.h"
 #include "exit_code.h"
 #include "factory_lines.h"
 #include "options.h"
 #include "output.h"
+#include "report.h"
+#include "serve.h"
+#include "service_manager.h"
 #include "standard_output.h"
+#include "supervisor.h"
 
 namespace {
 
@@ -36,14 +40,15 @@ int outcomeOf(const pcicim::StandardOutputBuffer& output) {
     return pcicim::kSuccess;
   }
   if (output.error() != EPIPE) {
-    pcicim::complain("cannot write the answer: " + std::generic_category().message(output.error()));
+    pcicim::report(pcicim::Severity::kError,
+                   "cannot write the answer: " + std::generic_category().message(output.error()));
   }
   return pcicim::kFailure;
 }
 
 int printSaid(const pcicim::Parsed& parsed, pcicim::StandardOutputBuffer& buffer) {
   for (const std::string& line : parsed.complaints) {
-    pcicim::complain(line);
+    pcicim::report(pcicim::Severity::kError, line);
   }
   std::ostream out(&buffer);
   out << parsed.answer << std::flush;
@@ -56,29 +61,62 @@ int exitCodeOf(const std::exception& error) {
   return isMissing ? pcicim::kNotFound : pcicim::kFailure;
 }
 
+int run(const pcicim::Options& options) {
+  if (!options.verbose) {
+    pcicim::leaveOutFactoryLines();
+  }
+  pcicim::StandardOutputBuffer buffer;
+  std::ostream out(&buffer);
+  try {
+    pcicim::runCommand(options, out);
+  } catch (const pcicim::OutputFailure&) {
+    // The buffer knows why.
+  } catch (const std::exception& error) {
+    out.flush();
+    pcicim::report(pcicim::Severity::kError, error.what());
+    return exitCodeOf(error);
+  }
+  out.flush();
+  return outcomeOf(buffer);
+}
+
+/// Each serving process reads the command line anew, and with it the file that it names.
+int runReloadable(const pcicim::ServeOptions& first, int count, const char* const* words) {
+  const auto sockets =
+      first.sockets.empty() ? std::vector<int>{pcicim::openSocket(first)} : first.sockets;
+  return pcicim::supervise(sockets, [&](const std::vector<int>& passed, const auto& isReady) {
+    pcicim::Parsed parsed = pcicim::parseCommandLine(count, words);
+    if (parsed.done) {
+      pcicim::StandardOutputBuffer buffer;
+      return printSaid(parsed, buffer);
+    }
+    parsed.options.serve.sockets = passed;
+    parsed.options.serve.isReady = isReady;
+    return run(parsed.options);
+  });
+}
+
+int runServer(pcicim::Options options, int count, const char* const* words) {
+  try {
+    options.serve.sockets = pcicim::passedSockets();
+    if (options.serve.isReloadable) return runReloadable(options.serve, count, words);
+  } catch (const std::exception& error) {
+    pcicim::report(pcicim::Severity::kError, error.what());
+    return pcicim::kFailure;
+  }
+  options.serve.isReady = [] { pcicim::notifyServiceManager("READY=1\nSTATUS=Serving"); };
+  return run(options);
+}
+
 }  // namespace
 
 int main(int count, char** words) {
   keepStandardDescriptors();
   std::signal(SIGPIPE, SIG_IGN);
   const pcicim::Parsed parsed = pcicim::parseCommandLine(count, words);
-  pcicim::StandardOutputBuffer buffer;
   if (parsed.done) {
-    return printSaid(parsed, buffer);
+    return parsed.exitCode;
   }
-  if (!parsed.options.verbose) {
-    pcicim::leaveOutFactoryLines();
-  }
-  std::ostream out(&buffer);
-  try {
-    pcicim::runCommand(parsed.options, out);
-  } catch (const pcicim::OutputFailure&) {
-    // The buffer knows why.
-  } catch (const std::exception& error) {
-    out.flush();
-    pcicim::complain(error.what());
-    return exitCodeOf(error);
-  }
-  out.flush();
-  return outcomeOf(buffer);
+  const bool isServer = parsed.options.command == pcicim::Command::kServe;
+  return isServer ? runServer(parsed.options, count, words) : run(parsed.options);
 }

@@ -8,6 +8,8 @@
 #include "exit_code.h"
 #include "suggestion.h"
 
+#include "configuration_file.h"
+
 namespace pcicim {
 namespace {
 
@@ -43,6 +45,11 @@ class CommandLine {
       if (help_->parsed()) {
         answerHelp(result);
       }
+      if (!configuration_.empty()) ConfigurationFile(configuration_).apply({serve_, &app_});
+    } catch (const ConfigurationError& error) {
+      result.done = true;
+      result.exitCode = kWrongUse;
+      result.complaints = {error.what()};
     } catch (const CLI::ParseError& error) {
       refuse(error, result);
     }
@@ -215,6 +222,13 @@ class CommandLine {
         ->type_name("N")
         ->check(CLI::Range(0, 3600))
         ->capture_default_str();
+    serve->add_flag("--reloadable", options.isReloadable,
+                    "At SIGHUP let a fresh process take over, which reads everything anew");
+    serve
+        ->add_option("--config", configuration_,
+                     "Take options from this file, in lines of NAME = VALUE")
+        ->type_name("FILE");
+    serve_ = serve;
     addProtection(serve);
     serve->footer(
         "Where others than this host reach the address it takes TLS and passwords, or\n"
@@ -290,6 +304,8 @@ class CommandLine {
   CLI::App* help_ = nullptr;
   std::string helpTopic_;
   Options options_;
+  CLI::App* serve_ = nullptr;
+  std::string configuration_;
 };
 
 }  // namespace

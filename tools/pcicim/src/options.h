@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,6 +42,13 @@ struct ServeOptions {
   bool allowAnyone = false;
   /// Seconds for requests that are under way at a stop.
   int stopTime = 30;
+  /// A fresh process takes over at SIGHUP.
+  bool isReloadable = false;
+
+  /// Not from the command line: sockets that listen already, instead of the address and port.
+  std::vector<int> sockets{};
+  /// Not from the command line: called as soon as clients are answered.
+  std::function<void()> isReady = [] {};
 };
 
 /// The command line, checked as far as words alone can be.
@@ -85,7 +93,7 @@ struct Parsed {
   std::vector<std::string> complaints;
 };
 
-/// Reads the command line. Prints nothing.
+/// Reads the command line and the file that its --config names. Prints nothing.
 Parsed parseCommandLine(int count, const char* const* words);
 
 }  // namespace pcicim

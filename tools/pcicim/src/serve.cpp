@@ -18,7 +18,8 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "diagnostics.h"
+#include "report.h"
+#include "service_manager.h"
 
 namespace pcicim {
 namespace {
@@ -64,19 +65,39 @@ bool isEncrypted(const ServeOptions& options) {
 
 /// Throws std::runtime_error where others than this host reach the address and could ask or listen
 /// in, unless that is wanted; then it is said.
-void checkReach(const ServeOptions& options) {
+void checkReach(const ServeOptions& options, const std::string& address) {
   const bool asks = !options.passwordFile.empty();
-  if (cimom::isLoopback(options.address) || (asks && isEncrypted(options))) return;
+  if (cimom::isLoopback(address) || (asks && isEncrypted(options))) return;
   if (!options.allowAnyone) {
     throw std::runtime_error(
-        "others reach " + options.address +
+        "others reach " + address +
         ": give --tls-certificate, --tls-key and --password-file, or --allow-anyone");
   }
   const char* missing = asks                   ? "there is no encryption"
                         : isEncrypted(options) ? "there is no password"
                                                : "there is no password and no encryption";
-  complain("whoever reaches " + options.address + (asks ? " can listen in; " : " can ask; ") +
-           missing);
+  report(Severity::kWarning,
+         "whoever reaches " + address + (asks ? " can listen in; " : " can ask; ") + missing);
+}
+
+int portOf(const ServeOptions& options) {
+  constexpr int kHttp = 5988;
+  constexpr int kHttps = 5989;
+  return options.port.value_or(isEncrypted(options) ? kHttps : kHttp);
+}
+
+/// Listens where the options say, or takes what is passed; returns the first address.
+SocketAddress listen(cimom::CimXmlHttpServer& server, const ServeOptions& options) {
+  if (options.sockets.empty()) {
+    return {options.address, server.listen(options.address, portOf(options))};
+  }
+  for (const int socket : options.sockets) server.adopt(socket);
+  return addressOf(options.sockets.front());
+}
+
+void checkReach(const ServeOptions& options) {
+  if (options.sockets.empty()) checkReach(options, options.address);
+  for (const int socket : options.sockets) checkReach(options, addressOf(socket).host);
 }
 
 /// A name of the host with and without its domain.
@@ -99,12 +120,6 @@ cimom::HttpSettings httpSettings(const ServeOptions& options, const std::string&
   return settings;
 }
 
-int portOf(const ServeOptions& options) {
-  constexpr int kHttp = 5988;
-  constexpr int kHttps = 5989;
-  return options.port.value_or(isEncrypted(options) ? kHttps : kHttp);
-}
-
 /// An address as it is written in a URL; one that means every address is none to connect to.
 std::string urlHost(const std::string& address) {
   if (address == "0.0.0.0") return "127.0.0.1";
@@ -123,10 +138,10 @@ std::string classToTry(const std::vector<std::string>& served,
 
 class Announcement {
  public:
-  Announcement(const ServeOptions& options, const Session& session, int port)
+  Announcement(const ServeOptions& options, const Session& session, const SocketAddress& address)
       : options_(options),
         session_(session),
-        place_(urlHost(hostOf(options)) + ":" + std::to_string(port)) {}
+        place_(urlHost(hostOf(options, address)) + ":" + std::to_string(address.port)) {}
 
   void print(const std::vector<std::string>& classes, const std::string& tried,
              const std::string& nameSpace, std::ostream& out) const {
@@ -141,9 +156,9 @@ class Announcement {
 
  private:
   /// A name that is given is one that the certificate is likely to be for.
-  static const std::string& hostOf(const ServeOptions& options) {
+  static const std::string& hostOf(const ServeOptions& options, const SocketAddress& address) {
     const bool isNamed = isEncrypted(options) && !options.serverNames.empty();
-    return isNamed ? options.serverNames.front() : options.address;
+    return isNamed ? options.serverNames.front() : address.host;
   }
   std::string subject() const {
     const std::string inventory = session_.inventory();
@@ -177,11 +192,16 @@ void shareOnePool() {
 /// Requests that no answer came to hold their threads, and could hold the process for ever.
 [[noreturn]] void endWithoutWaiting(std::ostream& out) {
   out.flush();
-  complain("stopped with requests that were not answered in time");
+  report(Severity::kError, "stopped with requests that were not answered in time");
   std::_Exit(EXIT_FAILURE);
 }
 
 }  // namespace
+
+int openSocket(const ServeOptions& options) {
+  checkReach(options);
+  return cimom::openListeningSocket(options.address, portOf(options));
+}
 
 void serve(Session& session, const Options& options, const std::vector<std::string>& published,
            std::ostream& out) {
@@ -195,10 +215,11 @@ void serve(Session& session, const Options& options, const std::vector<std::stri
   settings.further.push_back({cimom::kInteropNamespace, cimom::kInteropAlias, &interop});
   const cimom::CimXmlService service(session.classes(), session.manager(), settings);
   cimom::CimXmlHttpServer server(service, httpSettings(options.serve, hostName));
-  const int port = server.listen(options.serve.address, portOf(options.serve));
+  const SocketAddress address = listen(server, options.serve);
   const std::vector<std::string> served = session.manager().servedClasses();
-  Announcement(options.serve, session, port)
+  Announcement(options.serve, session, address)
       .print(served, classToTry(served, published), settings.nameSpace, out);
+  options.serve.isReady();
   const bool isAnswered = server.run(stopEvent);
   service.shutDown();
   if (!isAnswered || !service.waitForPulled(std::chrono::seconds(options.serve.stopTime))) {

@@ -18,4 +18,8 @@ namespace pcicim {
 void serve(Session& session, const Options& options, const std::vector<std::string>& published,
            std::ostream& out);
 
+/// A listening socket where the options say. Throws std::runtime_error when the address cannot be
+/// listened at, or others would reach it without its being wanted.
+int openSocket(const ServeOptions& options);
+
 }  // namespace pcicim

@@ -76,8 +76,12 @@ class CimXmlHttpServer {
 
   /// Starts to listen at a numeric address (also in brackets) or a host's name, at any free port
   /// for port 0, and returns the port. Throws std::runtime_error that names the address and the
-  /// reason. Once only.
+  /// reason.
   int listen(const std::string& address, int port);
+
+  /// Takes over a TCP socket that listens already, to serve there too, and returns its port. Throws
+  /// std::runtime_error. Like listen(), before run().
+  int adopt(int listeningSocket);
 
   /// Serves until the descriptor can be read, which it leaves unread: then takes no more
   /// connections, answers the requests that have arrived whole, and returns true; false when
@@ -89,6 +93,10 @@ class CimXmlHttpServer {
   class Implementation;
   std::unique_ptr<Implementation> implementation_;
 };
+
+/// A listening TCP socket at the address and port, as CimXmlHttpServer::listen has them; the caller
+/// closes it, or hands it to CimXmlHttpServer::adopt. Throws as listen does.
+int openListeningSocket(const std::string& address, int port);
 
 /// True when everything that the address or name stands for is reached from this host alone. Throws
 /// std::runtime_error that names the address and the reason when it stands for nothing.
