@@ -115,7 +115,8 @@ int main(int count, char** words) {
   std::signal(SIGPIPE, SIG_IGN);
   const pcicim::Parsed parsed = pcicim::parseCommandLine(count, words);
   if (parsed.done) {
-    return parsed.exitCode;
+    pcicim::StandardOutputBuffer buffer;
+    return printSaid(parsed, buffer);
   }
   const bool isServer = parsed.options.command == pcicim::Command::kServe;
   return isServer ? runServer(parsed.options, count, words) : run(parsed.options);
