@@ -9,6 +9,7 @@
 #include <topology/topology_reader.h>
 #include "managed_topology.h"
 #include "output.h"
+#include "picture.h"
 #include "serve.h"
 #include "session.h"
 #include "tree_json.h"
@@ -68,6 +69,8 @@ class CommandRunner {
         return list([&](const auto& sink) {
           session_.manager().referenceNames(path_, referenceFilter(), sink);
         });
+      case Command::kPicture:
+        return picture();
       case Command::kServe:
         return serve(session_, options_, publishedClasses(), out_);
       case Command::kTree:
@@ -81,6 +84,7 @@ class CommandRunner {
       case Command::kClasses:
       case Command::kCount:
       case Command::kEnumerate:
+      case Command::kPicture:
       case Command::kServe:
       case Command::kTree:
         return false;
@@ -134,6 +138,14 @@ class CommandRunner {
                                                 [&names](const auto&) { ++names; });
     }
     printCounts(counts, options_.format, out_);
+  }
+
+  void picture() {
+    // A file that cannot be drawn is said before anything is loaded.
+    static_cast<void>(pictureFormat(options_));
+    const std::string given = session_.hostName();
+    ManagedTopology source(session_.manager());
+    savePicture(readMachine(source, given.empty() ? nodeName() : given), options_, out_);
   }
 
   void tree() {

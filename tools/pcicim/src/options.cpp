@@ -27,6 +27,7 @@ class CommandLine {
     addGeneralOptions();
     addClassCommands();
     addPathCommands();
+    addPicture();
     addServe();
     addHelp();
     app_.footer(
@@ -196,6 +197,24 @@ class CommandLine {
                                  Command::kReferences, false));
     addAssociation("reference-names", "The paths of the associations of an object",
                    Command::kReferenceNames, false);
+  }
+
+  void addPicture() {
+    static const std::map<std::string, PictureFormat> kFormats{
+        {"svg", PictureFormat::kSvg}, {"png", PictureFormat::kPng}, {"pdf", PictureFormat::kPdf}};
+    CLI::App* picture =
+        addCommand("picture", "Draw the PCI topology into a file", Command::kPicture);
+    picture
+        ->add_option("FILE", options_.target,
+                     "Its name ends in .svg, .png or .pdf; - is standard output")
+        ->required();
+    picture
+        ->add_option_function<std::string>(
+            "--format",
+            [this](const std::string& name) { options_.pictureFormat = kFormats.at(name); },
+            "What to draw, whatever the file's name is")
+        ->check(CLI::IsMember(kFormats))
+        ->type_name("FORMAT");
   }
 
   void addServe() {

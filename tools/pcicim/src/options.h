@@ -12,6 +12,7 @@ enum class Command {
   kCount,
   kEnumerate,
   kGet,
+  kPicture,
   kAssociators,
   kAssociatorNames,
   kReferences,
@@ -24,6 +25,8 @@ enum class Format { kText, kMof, kJson };
 
 /// Whether text for people is coloured; `kAuto`: on a terminal, unless the environment says no.
 enum class Colours { kAuto, kAlways, kNever };
+
+enum class PictureFormat { kSvg, kPng, kPdf };
 
 /// How `serve` serves.
 struct ServeOptions {
@@ -68,7 +71,7 @@ struct Options {
   /// Also the providers' tracing goes to standard error.
   bool verbose = false;
 
-  /// A class name or an object path, as the command needs.
+  /// A class name, an object path or the name of a file, as the command needs.
   std::string target;
   bool namesOnly = false;
   /// Empty: all properties.
@@ -77,6 +80,9 @@ struct Options {
   std::string resultClass;
   std::string role;
   std::string resultRole;
+
+  /// Nothing: what the file's name says.
+  std::optional<PictureFormat> pictureFormat;
 
   ServeOptions serve;
 };

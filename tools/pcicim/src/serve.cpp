@@ -5,7 +5,6 @@
 #include <interop/interop_operations.h>
 #include <malloc.h>
 #include <sys/eventfd.h>
-#include <sys/utsname.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -51,12 +50,6 @@ void stopAtSignals() {
   if (stopEvent < 0) throwSystemError("eventfd");
   stopAt(SIGINT);
   stopAt(SIGTERM);
-}
-
-std::string nodeName() {
-  utsname names{};
-  if (uname(&names) != 0) throwSystemError("uname");
-  return names.nodename;
 }
 
 bool isEncrypted(const ServeOptions& options) {

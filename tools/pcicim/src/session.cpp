@@ -2,6 +2,7 @@
 
 #include <model/cim_error.h>
 #include <mof/class_repository.h>
+#include <sys/utsname.h>
 #include <syslog.h>
 
 #include <cerrno>
@@ -39,14 +40,6 @@ std::filesystem::path findBeside(const std::vector<std::filesystem::path>& candi
     places += (places.empty() ? "" : ", ") + place.string();
   }
   throw std::runtime_error("not found: " + places);
-}
-
-/// In a build tree all libraries are in one directory; it comes first, since the place of
-/// installation may be an absolute one.
-std::filesystem::path findProvider(const std::string& name) {
-  const std::filesystem::path built = "lib";
-  const std::filesystem::path installed = PCICIM_PROVIDER_DIRECTORY;
-  return findBeside({built / name, installed / name});
 }
 
 void setVariable(const char* name, const std::string& value) {
@@ -135,6 +128,19 @@ PathText::Key::Kind kindOf(cimom::CimType type) {
 
 }  // namespace
 
+std::string nodeName() {
+  utsname names{};
+  if (uname(&names) != 0) throw std::system_error(errno, std::generic_category(), "uname");
+  return names.nodename;
+}
+
+/// In a build tree all libraries are in one directory; it comes first, since the place of
+/// installation may be an absolute one.
+std::filesystem::path findInstalled(const std::string& name, const std::string& directory) {
+  const std::filesystem::path built = "lib";
+  return findBeside({built / name, std::filesystem::path(directory) / name});
+}
+
 Session::Session(const Options& options) : options_(options) {
   setUpLog(options.verbose);
   setVariable(kInventoryVariable, options.inventory);
@@ -157,8 +163,8 @@ cimom::ObjectManager& Session::manager() {
 
 void Session::loadProviders() {
   if (options_.providers.empty()) {
-    manager_->loadProvider(findProvider("libpciprovider.so"));
-    manager_->loadProvider(findProvider("libhostsystemprovider.so"));
+    manager_->loadProvider(findInstalled("libpciprovider.so", PCICIM_PROVIDER_DIRECTORY));
+    manager_->loadProvider(findInstalled("libhostsystemprovider.so", PCICIM_PROVIDER_DIRECTORY));
   }
   for (const std::string& library : options_.providers) {
     manager_->loadProvider(library);

@@ -2,6 +2,7 @@
 
 #include <broker/object_manager.h>
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -9,6 +10,13 @@
 #include "options.h"
 
 namespace pcicim {
+
+/// The kernel's name of this host. Throws std::system_error.
+std::string nodeName();
+
+/// A library of the project, beside the program: where it is built, or below the given directory of
+/// an installation. Throws std::runtime_error that names the places when it is in none of them.
+std::filesystem::path findInstalled(const std::string& name, const std::string& directory);
 
 /// The object manager with schema and providers as the command line asks for them.
 ///

@@ -35,7 +35,8 @@ std::string behindLinks(std::string name) {
   for (int i = 0; i < kMostLinks; ++i) {
     const std::string link = linkAt(name);
     if (link.empty()) break;
-    name = link.front() == '/' ? link : directoryOf(name) + link;
+    name.erase(link.front() == '/' ? 0 : directoryOf(name).size());
+    name += link;
   }
   return name;
 }
