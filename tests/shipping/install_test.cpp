@@ -57,6 +57,7 @@ TEST(Install, PutsEveryPartInItsPlace) {
   const std::vector<std::string> files = filesBelow(kStage);
   const std::vector<std::string> expected{
       "bin/pcicim",
+      LIBRARY_DIR "/pciprovider/pcicim-cairo.so",
       "sbin/pciprovider-register",
       "share/pciprovider/register/libraries.sh",
       "share/pciprovider/register/openpegasus.sh",
@@ -172,6 +173,19 @@ TEST(Install, InstallationCanBeMoved) {
   EXPECT_THAT(outcome.out,
               ContainsRegex(moved.path().string() + "/[^ ]*" LIBRARY_DIR "/libqarctl\\.so\\.1"));
   EXPECT_THAT(outcome.out, Not(HasSubstr(kStage.string())));
+}
+
+TEST(Install, PicturesNeedTheirModuleForPdfAlone) {
+  const MovedInstallation moved;
+  const fs::path module = fs::path(LIBRARY_DIR) / "pciprovider/pcicim-cairo.so";
+  EXPECT_THAT(moved.run("picture --format pdf -").out, HasSubstr("%PDF-"));
+  EXPECT_THAT(moved.run("count", "LD_DEBUG=files").out, Not(HasSubstr("libcairo")));
+  fs::remove(moved.path() / module);
+  const Outcome without = moved.run("picture --format pdf -");
+  EXPECT_EQ(without.status, 1);
+  EXPECT_THAT(without.out, HasSubstr("not found: "));
+  EXPECT_THAT(without.out, HasSubstr(module.string()));
+  EXPECT_THAT(moved.run("picture -").out, HasSubstr("<svg "));
 }
 
 TEST(Install, MissingProviderIsNamedWithThePlacesLookedAt) {

@@ -177,6 +177,8 @@ TEST(Packages, EachHoldsItsPart) {
   EXPECT_FALSE(platform.contains(libraries + "libqarctl.so"));
   const Package tools("pciprovider-tools");
   EXPECT_TRUE(tools.contains("usr/bin/pcicim"));
+  EXPECT_TRUE(tools.contains(libraries + "pciprovider/pcicim-cairo.so"));
+  EXPECT_THAT(tools.field("Depends"), HasSubstr("libcairo2 (>= "));
   EXPECT_TRUE(tools.contains("usr/share/pciprovider/mof/standard/CIM_Qualifiers.mof"));
   EXPECT_TRUE(tools.contains("usr/share/pciprovider/mof/standard/CIM_Standard.mof"));
   EXPECT_TRUE(tools.contains("usr/share/man/man1/pcicim.1.gz"));

@@ -75,8 +75,9 @@ struct Draft {
   std::vector<std::string> farTabs;
   std::string note;
   std::string name;
-  /// As many lines as the name takes in boxes with something in them.
-  int nameLines = 0;
+  /// The note has no room beside the heading and goes below the name.
+  bool noteIsBelow = false;
+  std::size_t nameLines = 0;
   Packing packing;
   Size size;
 };
@@ -246,13 +247,44 @@ class LayoutMaker {
     return textWidth(text, TextStyle::kTab) + 2 * kTabPad;
   }
 
+  static bool hasLastLine(const Draft& draft) {
+    return !draft.farTabs.empty() || draft.noteIsBelow;
+  }
+
   /// Above what is within.
   static int headerHeight(const Draft& draft) {
-    int height = kPad + kHeadingHeight;
-    if (draft.box.function) {
-      height += draft.nameLines * kLineHeight + (draft.farTabs.empty() ? 0 : kTabHeight) + kPad / 2;
+    const int heading = kPad + kHeadingHeight;
+    if (!draft.box.function) return heading;
+    return heading + static_cast<int>(draft.nameLines) * kLineHeight +
+           (hasLastLine(draft) ? kTabHeight : 0) + kPad / 2;
+  }
+
+  /// Where the tabs begin that have room, from the right edge to the left.
+  static std::vector<int> tabStarts(const std::vector<std::string>& tabs, int width) {
+    std::vector<int> starts;
+    int right = width - kPad;
+    for (auto tab = tabs.rbegin(); tab != tabs.rend(); ++tab) {
+      const int left = right - tabWidth(*tab);
+      if (left < width / 4) break;
+      starts.push_back(left);
+      right = left - kTabPad;
     }
-    return height;
+    return starts;
+  }
+
+  /// How far a text reaches to which the tabs leave the rest of the line.
+  static int textEnd(const std::vector<std::string>& tabs, int width) {
+    const std::vector<int> starts = tabStarts(tabs, width);
+    return starts.empty() ? width - kPad : starts.back() - kTabPad;
+  }
+
+  static void decideLines(Draft& draft, int width) {
+    const int both = kPad + textWidth(draft.heading, TextStyle::kHeading) + kPad +
+                     textWidth(draft.note, TextStyle::kNote);
+    draft.noteIsBelow = !draft.note.empty() && both > textEnd(draft.nearTabs, width);
+    const bool isFull = draft.within.empty() && hasLastLine(draft);
+    draft.nameLines =
+        wrapToFit(draft.name, width - 2 * kPad, TextStyle::kName, isFull ? 1 : kNameLines).size();
   }
 
   void decideSizes() {
@@ -260,6 +292,7 @@ class LayoutMaker {
       Draft& draft = drafts_[i];
       if (draft.within.empty()) {
         draft.size = kLeaf;
+        decideLines(draft, kLeaf.width);
         continue;
       }
       draft.packing = packed(draft.within, draft.leaves);
@@ -267,10 +300,9 @@ class LayoutMaker {
       const int wanted = draft.box.paint == Paint::kUnplaced
                              ? textWidth(draft.heading, TextStyle::kHeading)
                              : kLeastInnerWidth;
-      const int width = std::max(inner.width, wanted);
-      draft.nameLines =
-          static_cast<int>(wrapToFit(draft.name, width, TextStyle::kName, kNameLines).size());
-      draft.size = {width + 2 * kPad, headerHeight(draft) + inner.height + kPad};
+      const int width = std::max(inner.width, wanted) + 2 * kPad;
+      decideLines(draft, width);
+      draft.size = {width, headerHeight(draft) + inner.height + kPad};
     }
     outer_ = packed(outermost_, 0);
   }
@@ -308,50 +340,45 @@ class LayoutMaker {
   static void addLabel(std::vector<Label>& labels, int x, int y, int width, TextStyle style,
                        std::string_view text) {
     std::string fitting = cutToFit(text, width, style);
-    if (!fitting.empty()) labels.push_back({x, y, width, style, std::move(fitting)});
+    if (fitting.empty()) return;
+    const int taken = isCentred(style) ? width : textWidth(fitting, style);
+    labels.push_back({x, y, taken, style, std::move(fitting)});
   }
 
-  /// The ports from the right edge to the left; returns where they begin.
-  static int addTabs(Box& box, const std::vector<std::string>& tabs, int right, int top) {
-    for (auto tab = tabs.rbegin(); tab != tabs.rend(); ++tab) {
-      const int left = right - tabWidth(*tab);
-      if (left < box.place.x + box.place.width / 4) break;
-      box.tabs.push_back({left, top, right - left, kTabHeight});
-      addLabel(box.labels, left + kTabPad, top + kTabHeight - 4, right - left - 2 * kTabPad,
-               TextStyle::kTab, *tab);
-      right = left - kTabPad;
+  static void addTabs(Box& box, const std::vector<std::string>& tabs, int top) {
+    const std::vector<int> starts = tabStarts(tabs, box.place.width);
+    for (std::size_t i = 0; i < starts.size(); ++i) {
+      const std::string& text = tabs[tabs.size() - 1 - i];
+      const Rect tab{box.place.x + starts[i], top, tabWidth(text), kTabHeight};
+      box.tabs.push_back(tab);
+      addLabel(box.labels, tab.x + kTabPad, tab.bottom() - 4, tab.width - 2 * kTabPad,
+               TextStyle::kTab, text);
     }
-    return right;
   }
 
   static void addLabels(Draft& draft) {
     Box& box = draft.box;
     const int left = box.place.x + kPad;
-    const int right = box.place.right() - kPad;
     int top = box.place.y + kPad;
-    int free = addTabs(box, draft.nearTabs, right, top - 1);
-    const int headingWidth = textWidth(draft.heading, TextStyle::kHeading);
-    addLabel(box.labels, left, top + 11, free - left, TextStyle::kHeading, draft.heading);
-    top += kHeadingHeight;
-    if (!box.function) return;
-    // The note beside the heading, or where that has no room, in the last line.
-    const int noteWidth = textWidth(draft.note, TextStyle::kNote);
-    const bool isBeside = left + headingWidth + kPad + noteWidth <= free;
-    if (isBeside) {
-      addLabel(box.labels, left + headingWidth + kPad, top - kHeadingHeight + 11, noteWidth,
-               TextStyle::kNote, draft.note);
+    const int end = box.place.x + textEnd(draft.nearTabs, box.place.width);
+    addTabs(box, draft.nearTabs, top - 1);
+    addLabel(box.labels, left, top + 11, end - left, TextStyle::kHeading, draft.heading);
+    if (!draft.noteIsBelow) {
+      const int beside = left + textWidth(draft.heading, TextStyle::kHeading) + kPad;
+      addLabel(box.labels, beside, top + 11, end - beside, TextStyle::kNote, draft.note);
     }
-    const bool hasLastLine = !draft.farTabs.empty() || (!isBeside && !draft.note.empty());
-    const bool isLeaf = draft.within.empty();
-    const std::size_t lines = isLeaf && hasLastLine ? 1 : kNameLines;
-    for (const std::string& line : wrapToFit(draft.name, right - left, TextStyle::kName, lines)) {
-      addLabel(box.labels, left, top + 10, right - left, TextStyle::kName, line);
+    if (!box.function) return;
+    top += kHeadingHeight;
+    const int width = box.place.width - 2 * kPad;
+    for (const std::string& line :
+         wrapToFit(draft.name, width, TextStyle::kName, draft.nameLines)) {
+      addLabel(box.labels, left, top + 10, width, TextStyle::kName, line);
       top += kLineHeight;
     }
-    if (!hasLastLine) return;
-    free = addTabs(box, draft.farTabs, right, top);
-    if (!isBeside) {
-      addLabel(box.labels, left, top + kTabHeight - 4, free - left, TextStyle::kNote, draft.note);
+    addTabs(box, draft.farTabs, top);
+    if (draft.noteIsBelow) {
+      const int noteEnd = box.place.x + textEnd(draft.farTabs, box.place.width);
+      addLabel(box.labels, left, top + 11, noteEnd - left, TextStyle::kNote, draft.note);
     }
   }
 
@@ -460,7 +487,7 @@ Machine readMachine(TopologySource& source, const std::string& hostName) {
   machine.leftOut = findLeftOut(source, machine.functions);
   PortListing listing = readPorts(source);
   machine.ports = std::move(listing.ports);
-  machine.hostName = listing.systemName.empty() ? hostName : std::move(listing.systemName);
+  machine.hostName = listing.systemName.empty() ? hostName : listing.systemName;
   return machine;
 }
 
