@@ -233,6 +233,20 @@ TEST_F(ObjectManagerTest, AFinderHandsOverThoseOfManyThatAreThereUntilOneFails) 
   EXPECT_EQ(textsOf(found), (Texts{"Test_Thing:a", "Test_Thing:b", "Test_Thing:c"}));
 }
 
+TEST_F(ObjectManagerTest, AFinderLeavesThePathsThatAProviderKept) {
+  const auto finder = manager.instanceFinder("Test_Thing", "Name", std::nullopt);
+  EXPECT_FALSE(finder->find("keep").has_value());
+  EXPECT_EQ(noteOf(*finder->find("kept")), "keep");
+}
+
+TEST_F(ObjectManagerTest, AFinderGoesOnAfterAProviderThatChangesItsPath) {
+  const auto finder = manager.instanceFinder("Test_Thing", "Name", std::nullopt);
+  for (int turn = 0; turn < 2; ++turn) {
+    EXPECT_EQ(textsOf({finder->find("move")->path}), (Texts{"Test_Thing:away"}));
+    EXPECT_EQ(textsOf({finder->find("here")->path}), (Texts{"Test_Thing:here"}));
+  }
+}
+
 TEST_F(ObjectManagerTest, AFinderIsForAClassThatIsServed) {
   const auto failureFor = [&](const std::string& className) {
     return failureOf([&] { manager.instanceFinder(className, "Name", std::nullopt); });

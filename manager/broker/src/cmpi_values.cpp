@@ -176,6 +176,13 @@ CMPIData dataFrom(const StoredValue& value) {
   return data;
 }
 
+CMPIData stringData(CMPIString* string) {
+  CMPIData data = nullData(CMPI_string);
+  data.state = CMPI_goodValue;
+  data.value.string = string;
+  return data;
+}
+
 CMPIData notFound(CMPIStatus* status, CMPIrc code, std::string_view text) {
   setStatus(status, {code, makeString(text)});
   CMPIData data = nullData(CMPI_null);

@@ -23,6 +23,9 @@ std::optional<StoredValue> valueFrom(const CMPIValue* value, CMPIType type);
 /// The value for a caller; text, paths and arrays in it belong to the thread's request.
 CMPIData dataFrom(const StoredValue& value);
 
+/// The text of the string, which is there.
+CMPIData stringData(CMPIString* string);
+
 /// A null value of the type.
 CMPIData nullData(CMPIType type);
 /// What says that there is no value, with the reason as status.

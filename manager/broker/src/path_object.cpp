@@ -34,6 +34,7 @@ CMPIStatus pathAddKey(const CMPIObjectPath* handle, const char* name, const CMPI
   auto key = valueFrom(value, type);
   if (!key || key->isArray()) return {CMPI_RC_ERR_INVALID_DATA_TYPE, nullptr};
   putNamed(object->path.keys, requestTexts().get(name), std::move(*key));
+  object->firstKey = nullptr;
   return okStatus();
 }
 
@@ -47,7 +48,8 @@ CMPIData pathGetKey(const CMPIObjectPath* handle, const char* name, CMPIStatus* 
     return notFound(status, CMPI_RC_ERR_NOT_FOUND, std::string("the path has no key ") + name);
   }
   setStatus(status, CMPI_RC_OK);
-  return dataFrom(*key);
+  const bool isReady = object->firstKey != nullptr && key == &object->path.keys.front().value;
+  return isReady ? stringData(object->firstKey) : dataFrom(*key);
 }
 
 CMPIStatus pathCopyNameSpace(const CMPIObjectPath* handle, const CMPIObjectPath* source) {

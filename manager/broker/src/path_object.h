@@ -21,6 +21,9 @@ struct PathObject : BrokerObject {
 
   Record handle;
   StoredPath path;
+  /// The string through which the first key is read, where whoever made the path has it ready. It
+  /// has the key's text, and copies of the path do not share it.
+  CMPIString* firstKey = nullptr;
 };
 
 CMPIObjectPath* makePath(StoredPath path);

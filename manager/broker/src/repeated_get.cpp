@@ -44,9 +44,19 @@ void RepeatedGet::findEach(const std::vector<std::string>& texts, const Instance
   }
 }
 
+// Most texts are as long as the one before, and nobody has kept that.
+void RepeatedGet::setKey(const std::string& text) {
+  auto* path = get<PathObject>(path_.get());
+  const bool isInPath = path->firstKey != nullptr;
+  if (isInPath && key_.text.overwrite(text, 2)) return;
+  key_.text = SharedText(text);
+  path->path.keys.front().value = StoredValue::text(key_.text);
+  path->firstKey = &key_.handle;
+}
+
 void RepeatedGet::ask(const std::string& text) {
   answer_.instance.reset();
-  get<PathObject>(path_.get())->path.keys.front().value = StoredValue::text(SharedText(text));
+  setKey(text);
   CMPIStatus status{CMPI_RC_OK, nullptr};
   guarded(who_, [&] {
     status = provider_.ft->getInstance(&provider_, context_.get(), result_.get(), path_.get(),

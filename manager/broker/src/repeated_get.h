@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "property_array.h"
+#include "shared_text.h"
+#include "string_object.h"
 
 namespace cimom {
 
@@ -49,6 +51,7 @@ class RepeatedGet final : public InstanceFinder {
   };
 
   void ask(const std::string& text);
+  void setKey(const std::string& text);
 
   CMPIInstanceMI& provider_;
   std::string className_;
@@ -60,6 +63,8 @@ class RepeatedGet final : public InstanceFinder {
   FirstInstance answer_;
   std::unique_ptr<CMPIContext, Release> context_;
   std::unique_ptr<CMPIResult, Release> result_;
+  /// What the provider reads the key through.
+  StringObject key_{SharedText()};
   std::unique_ptr<CMPIObjectPath, Release> path_;
 };
 

@@ -31,6 +31,15 @@ class SharedText {
                              : std::string_view();
   }
   std::string string() const { return std::string(view()); }
+  /// Writes another text over this one and all its copies; false, and nothing is written, where the
+  /// length differs or there are not exactly so many of them, this one included.
+  bool overwrite(std::string_view text, std::uint32_t copies) noexcept {
+    if (block_ == nullptr || block_->length != text.size()) return false;
+    if (block_->holders.load(std::memory_order_acquire) != copies) return false;
+    text.copy(block_->characters(), text.size());
+    return true;
+  }
+
   /// Ends with a null; lives as long as a copy of the text.
   char* characters() const noexcept {
     return block_ != nullptr ? block_->characters() : emptyText();

@@ -42,7 +42,9 @@ class TextPool {
   }
 
   /// Forgets all of them.
-  void clear() noexcept { slots_.fill({}); }
+  void clear() noexcept {
+    if (std::exchange(isUsed_, false)) slots_.fill({});
+  }
 
  private:
   struct Slot {
@@ -54,9 +56,13 @@ class TextPool {
   /// Longer ones are seldom the same.
   static constexpr std::size_t kLongest = 40;
 
-  Slot& slotOf(std::string_view text) { return slots_[hashText(text) % kSlots]; }
+  Slot& slotOf(std::string_view text) {
+    isUsed_ = true;
+    return slots_[hashText(text) % kSlots];
+  }
 
   std::array<Slot, kSlots> slots_;
+  bool isUsed_ = false;
 };
 
 }  // namespace cimom

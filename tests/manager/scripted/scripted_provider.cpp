@@ -85,8 +85,19 @@ CMPIStatus enumerateInstances(CMPIInstanceMI* mi, const CMPIContext*, const CMPI
   return {CMPI_RC_OK, nullptr};
 }
 
+/// The request's path of "keep", for "kept".
+CMPIObjectPath* keptPath = nullptr;
+
+std::string nameOfKept() {
+  const std::string name = nameOf(keptPath);
+  keptPath->ft->release(keptPath);
+  return name;
+}
+
 /// "none": OK without an instance; "absent", "denied", "silent": statuses of its own, the last
-/// without text; "twice": two instances; "again": asks the object manager for itself.
+/// without text; "twice": two instances; "again": asks the object manager for itself; "keep": none,
+/// but its path is what the next one, "kept", names in Note; "move": changes the path's own name
+/// before it reads it.
 CMPIStatus getInstance(CMPIInstanceMI* mi, const CMPIContext* context, const CMPIResult* result,
                        const CMPIObjectPath* path, const char** properties) {
   const Served& served = servedBy(mi);
@@ -99,6 +110,15 @@ CMPIStatus getInstance(CMPIInstanceMI* mi, const CMPIContext* context, const CMP
     CMPIStatus status{CMPI_RC_OK, nullptr};
     served.broker->bft->getInstance(served.broker, context, path, properties, &status);
     return status;
+  }
+  if (name == "keep") {
+    keptPath = path->ft->clone(path, nullptr);
+    return {CMPI_RC_OK, nullptr};
+  }
+  if (name == "kept") return returnInstance(served, result, path, name, nameOfKept());
+  if (name == "move") {
+    path->ft->addKey(path, "Name", chars("away"), CMPI_chars);
+    return returnInstance(served, result, path, nameOf(path), listed(properties));
   }
   returnInstance(served, result, path, name, listed(properties));
   if (name == "twice") returnInstance(served, result, path, "second", "of two");
