@@ -4,6 +4,7 @@
 #include "PciListing.h"
 #include "PciNames.h"
 #include "PciProviders.h"
+#include "PciText.h"
 #include "PciTopologyCache.h"
 
 #include <qarctl/HostCtlException.h>
@@ -30,7 +31,7 @@ CmpiInstance MakeSwitchInstance(const PciDevice* device, const char** properties
 bool IsChildOf(const PciDevice* parent, PciDevice* candidate) {
   try {
     const std::unique_ptr<PciDevice> above = candidate->GetParent();
-    return above && above->GetAddress() == parent->GetAddress();
+    return above && IsSameAddress(above->GetAddress(), parent->GetAddress());
   } catch (const HostCtlException& failure) {
     syslog(LOG_ERR, "Check Child of PCIeSwitch class failed,reporting false, error %s",
            failure.what());

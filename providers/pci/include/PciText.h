@@ -10,6 +10,19 @@
 /// Texts that are put together for a value, and short as a rule. All are safe on any thread.
 namespace pciprovider {
 
+/// Whether two texts are equal, for addresses, most of which differ in their first eight bytes: one
+/// that was only just written is read as it was written, in words.
+inline bool IsSameAddress(std::string_view left, std::string_view right) noexcept {
+  std::uint64_t first = 0;
+  std::uint64_t second = 0;
+  if (left.size() != right.size()) return false;
+  if (left.size() >= sizeof first) {
+    std::memcpy(&first, left.data(), sizeof first);
+    std::memcpy(&second, right.data(), sizeof second);
+  }
+  return first == second && left == right;
+}
+
 /// Parts one behind the other. The heap is used where they are longer than any usual name.
 class JoinedText {
  public:
