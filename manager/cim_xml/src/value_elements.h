@@ -9,15 +9,10 @@
 #include <string>
 #include <string_view>
 
+#include "value_text.h"
 #include "xml_writer.h"
 
 namespace cimom {
-
-/// All character data right below the element.
-std::string textOf(pugi::xml_node element);
-
-/// The number that the text writes, as keys of that type are written; nothing for another text.
-std::optional<std::uint32_t> readUint32(std::string_view text);
 
 /// The path that an INSTANCENAME element names, in the given namespace; keys get the types that
 /// their class declares. Hosts of nested paths are dropped: there is no other host to ask. Throws
@@ -29,6 +24,8 @@ ObjectPath readInstanceName(pugi::xml_node element, const std::string& nameSpace
 void writeValue(XmlWriter& writer, const Value& value);
 void writeValue(XmlWriter& writer, const MofValue& value);
 
+/// LOCALNAMESPACEPATH.
+void writeLocalNameSpacePath(XmlWriter& writer, std::string_view nameSpace);
 void writeClassName(XmlWriter& writer, std::string_view className);
 void writeInstanceName(XmlWriter& writer, const ObjectPath& path);
 

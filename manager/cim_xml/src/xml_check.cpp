@@ -15,6 +15,12 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
+/// Expat takes any text for a version.
+bool isVersionOne(std::string_view version) {
+  return version.size() > 2 && version.starts_with("1.") &&
+         version.find_first_not_of("0123456789", 2) == std::string_view::npos;
+}
+
 /// Runs one text through expat, with the rules that go beyond well-formedness.
 class XmlChecker {
  public:
@@ -60,20 +66,11 @@ class XmlChecker {
 
   static XmlChecker& of(void* data) { return *static_cast<XmlChecker*>(data); }
 
-  /// Expat takes any text for a version.
-  static bool isVersionOne(std::string_view version) {
-    return version.size() > 2 && version.starts_with("1.") &&
-           version.find_first_not_of("0123456789", 2) == std::string_view::npos;
-  }
-
   static void XMLCALL onDeclaration(void* data, const XML_Char* version, const XML_Char* encoding,
                                     int /*standalone*/) {
-    const std::string_view name = encoding != nullptr ? encoding : "utf-8";
     of(data).refuseIf(!of(data).isBeginning_, "an XML declaration out of place");
-    of(data).refuseIf(version == nullptr || !isVersionOne(version),
-                      "a version of XML other than 1");
-    of(data).refuseIf(!sameName(name, "utf-8") && !sameName(name, "us-ascii"),
-                      "an encoding other than UTF-8");
+    const char* reason = refusalOfDeclaration(version, encoding);
+    of(data).refuseIf(reason != nullptr, reason);
   }
 
   static void XMLCALL onDocumentType(void* data, const XML_Char* /*name*/,
@@ -117,6 +114,13 @@ std::size_t lengthBeforeDeclaration(std::string_view text) {
 }
 
 }  // namespace
+
+const char* refusalOfDeclaration(const char* version, const char* encoding) {
+  const std::string_view name = encoding != nullptr ? encoding : "utf-8";
+  if (version == nullptr || !isVersionOne(version)) return "a version of XML other than 1";
+  const bool isRead = sameName(name, "utf-8") || sameName(name, "us-ascii");
+  return isRead ? nullptr : "an encoding other than UTF-8";
+}
 
 void checkXml(std::string_view text) {
   if (text.size() > kLargestXml) throw XmlError("the document is too large", kLargestXml);

@@ -19,6 +19,10 @@ constexpr std::size_t kDeepestXml = 64;
 /// Bytes of a document that is still read.
 constexpr std::size_t kLargestXml = std::size_t{64} << 20;
 
+/// Why a document with that XML declaration is not read, a constant text; null where it is read.
+/// Either argument may be null: it is not given.
+const char* refusalOfDeclaration(const char* version, const char* encoding);
+
 /// Throws XmlError unless the text is one well-formed XML 1.0 document in UTF-8 of at most
 /// kLargestXml bytes whose elements nest no deeper than kDeepestXml. A document type declaration
 /// that declares anything itself is refused, and with it every entity beyond the five that XML

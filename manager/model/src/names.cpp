@@ -29,4 +29,12 @@ bool holdsName(const std::vector<std::string>& names, std::string_view name) noe
       names, [name](const std::string& candidate) { return sameName(candidate, name); });
 }
 
+std::optional<CimType> typeNamed(std::string_view name) noexcept {
+  for (auto type = CimType::kBoolean; type < CimType::kReference;
+       type = static_cast<CimType>(static_cast<int>(type) + 1)) {
+    if (sameName(name, typeName(type))) return type;
+  }
+  return std::nullopt;
+}
+
 }  // namespace cimom

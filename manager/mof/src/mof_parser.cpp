@@ -20,15 +20,6 @@ namespace {
 using Kind = MofToken::Kind;
 using ValueKind = MofValue::Kind;
 
-// A reference's type is a class name followed by "ref"; it has no keyword of its own.
-std::optional<CimType> typeFromKeyword(std::string_view keyword) {
-  for (auto type = CimType::kBoolean; type < CimType::kReference;
-       type = static_cast<CimType>(static_cast<int>(type) + 1)) {
-    if (sameName(keyword, typeName(type))) return type;
-  }
-  return std::nullopt;
-}
-
 bool isTrueQualifier(const QualifierMap& qualifiers, std::string_view name) {
   const MofValue* value = findQualifier(qualifiers, name);
   return value != nullptr && value->isTrue();
@@ -196,7 +187,7 @@ void MofParser::parseQualifierDeclaration() {
   declaration.name = takeName("the qualifier's name").text;
   expect(':');
   const MofToken type = takeName("a type");
-  const std::optional<CimType> known = typeFromKeyword(type.text);
+  const std::optional<CimType> known = typeNamed(type.text);
   if (!known) failAt(type.place, "unknown type '" + type.text + "'");
   declaration.type = *known;
   parseDimension(declaration);
@@ -243,7 +234,7 @@ void MofParser::parseFeature(ClassDeclaration& declaration) {
   parseFeatureQualifiers(property);
   const MofToken type = takeName("a property, a method or '}'");
   property.originClass = declaration.name;
-  const std::optional<CimType> known = typeFromKeyword(type.text);
+  const std::optional<CimType> known = typeNamed(type.text);
   const bool isReference = takeIf("ref");
   if (isReference) {
     property.type = CimType::kReference;
@@ -321,7 +312,7 @@ PropertyDeclaration MofParser::parseParameter() {
   PropertyDeclaration parameter;
   parameter.qualifiers = parseQualifiers();
   const MofToken type = takeName("a parameter or ')'");
-  const std::optional<CimType> known = typeFromKeyword(type.text);
+  const std::optional<CimType> known = typeNamed(type.text);
   if (takeIf("ref")) {
     parameter.type = CimType::kReference;
     parameter.referenceClass = type.text;

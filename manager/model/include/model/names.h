@@ -1,5 +1,8 @@
 #pragma once
 
+#include <model/cim_type.h>
+
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,5 +20,9 @@ bool sameName(std::string_view left, std::string_view right) noexcept;
 
 /// True when the list holds that name.
 bool holdsName(const std::vector<std::string>& names, std::string_view name) noexcept;
+
+/// The type of that name in any case; nothing for another name and for references, whose type has
+/// the name of a class.
+std::optional<CimType> typeNamed(std::string_view name) noexcept;
 
 }  // namespace cimom
