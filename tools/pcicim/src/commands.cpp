@@ -2,12 +2,16 @@
 
 #include <broker/object_manager.h>
 #include <model/cim_error.h>
+#include <model/names.h>
 
+#include <algorithm>
+#include <iterator>
 #include <ostream>
 #include <utility>
 
 #include <topology/topology_reader.h>
-#include "managed_topology.h"
+#include "asked_host.h"
+#include "each_host.h"
 #include "output.h"
 #include "picture.h"
 #include "serve.h"
@@ -35,8 +39,9 @@ cimom::ObjectPath classPath(const std::string& className) {
 
 class CommandRunner {
  public:
-  CommandRunner(const Options& options, std::ostream& out)
-      : options_(options), session_(options), out_(out) {}
+  /// All outlive it.
+  CommandRunner(const Options& options, Session& session, AskedHost& host, std::ostream& out)
+      : options_(options), session_(session), host_(host), out_(out) {}
 
   void run() {
     // A path that cannot be read is said before anything is loaded.
@@ -52,22 +57,23 @@ class CommandRunner {
       case Command::kEnumerate:
         return enumerate();
       case Command::kGet:
-        return list(
-            [&](const auto& sink) { sink(session_.manager().getInstance(path_, properties())); });
+        return list([&](const auto& sink) {
+          sink(host_.operations().getInstance(path_, propertiesOf(path_.className)));
+        });
       case Command::kAssociators:
         return list([&](const auto& sink) {
-          session_.manager().associators(path_, filter(), properties(), sink);
+          host_.operations().associators(path_, filter(), properties(), sink);
         });
       case Command::kAssociatorNames:
         return list(
-            [&](const auto& sink) { session_.manager().associatorNames(path_, filter(), sink); });
+            [&](const auto& sink) { host_.operations().associatorNames(path_, filter(), sink); });
       case Command::kReferences:
         return list([&](const auto& sink) {
-          session_.manager().references(path_, referenceFilter(), properties(), sink);
+          host_.operations().references(path_, referenceFilter(), properties(), sink);
         });
       case Command::kReferenceNames:
         return list([&](const auto& sink) {
-          session_.manager().referenceNames(path_, referenceFilter(), sink);
+          host_.operations().referenceNames(path_, referenceFilter(), sink);
         });
       case Command::kPicture:
         return picture();
@@ -97,6 +103,16 @@ class CommandRunner {
     return options_.properties.empty() ? cimom::PropertyList() : options_.properties;
   }
 
+  /// Other servers return keys, too, only where they are asked for.
+  cimom::PropertyList propertiesOf(const std::string& className) const {
+    if (options_.remote.urls.empty() || options_.properties.empty()) return properties();
+    std::vector<std::string> names;
+    if (session_.classes().contains(className)) names = session_.classes().keys(className);
+    std::ranges::copy_if(options_.properties, std::back_inserter(names),
+                         [&](const auto& name) { return !cimom::holdsName(names, name); });
+    return names;
+  }
+
   cimom::AssociationFilter filter() const {
     return {options_.assocClass, options_.resultClass, options_.role, options_.resultRole};
   }
@@ -114,7 +130,7 @@ class CommandRunner {
   /// Prints what the request hands to the sink that it is given.
   template <typename Request>
   void list(Request request) {
-    ListingPrinter printer(session_.classes(), options_.format, out_);
+    ListingPrinter printer(session_.classes(), options_.format, out_, host_.name());
     request([&printer](const auto& object) { printer.print(object); });
     printer.finish();
   }
@@ -123,9 +139,9 @@ class CommandRunner {
     const cimom::ObjectPath asked = classPath(options_.target);
     list([&](const auto& sink) {
       if (options_.namesOnly) {
-        session_.manager().enumerateInstanceNames(asked, sink);
+        host_.operations().enumerateInstanceNames(asked, sink);
       } else {
-        session_.manager().enumerateInstances(asked, properties(), sink);
+        host_.operations().enumerateInstances(asked, propertiesOf(asked.className), sink);
       }
     });
   }
@@ -134,7 +150,7 @@ class CommandRunner {
     std::vector<std::pair<std::string, std::size_t>> counts;
     for (const std::string& name : publishedClasses()) {
       std::size_t& names = counts.emplace_back(name, 0).second;
-      session_.manager().enumerateInstanceNames(classPath(name),
+      host_.operations().enumerateInstanceNames(classPath(name),
                                                 [&names](const auto&) { ++names; });
     }
     printCounts(counts, options_.format, out_);
@@ -143,13 +159,11 @@ class CommandRunner {
   void picture() {
     // A file that cannot be drawn is said before anything is loaded.
     static_cast<void>(pictureFormat(options_));
-    const std::string given = session_.hostName();
-    ManagedTopology source(session_.manager());
-    savePicture(readMachine(source, given.empty() ? nodeName() : given), options_, out_);
+    savePicture(readMachine(host_.topology(), host_.name()), options_, out_);
   }
 
   void tree() {
-    ManagedTopology source(session_.manager());
+    TopologySource& source = host_.topology();
     std::vector<Function> functions = readTopology(source);
     const std::vector<Function> leftOut = findLeftOut(source, functions);
     if (options_.format == Format::kJson) {
@@ -163,7 +177,8 @@ class CommandRunner {
   }
 
   const Options& options_;
-  Session session_;
+  Session& session_;
+  AskedHost& host_;
   std::ostream& out_;
   /// What the command is about, where it takes a path.
   cimom::ObjectPath path_;
@@ -172,7 +187,13 @@ class CommandRunner {
 }  // namespace
 
 void runCommand(const Options& options, std::ostream& out) {
-  CommandRunner(options, out).run();
+  Session session(options);
+  const auto hosts = askedHosts(session, options);
+  const auto ask = [&](AskedHost& host, std::ostream& answer) {
+    CommandRunner(options, session, host, answer).run();
+  };
+  if (hosts.size() == 1) return ask(*hosts.front(), out);
+  askEachHost(hosts, options.format, out, ask);
 }
 
 }  // namespace pcicim

@@ -11,6 +11,7 @@
 
 #include <model/cim_error.h>
 #include "commands.h"
+#include "each_host.h"
 #include "exit_code.h"
 #include "factory_lines.h"
 #include "options.h"
@@ -71,6 +72,10 @@ int run(const pcicim::Options& options) {
     pcicim::runCommand(options, out);
   } catch (const pcicim::OutputFailure&) {
     // The buffer knows why.
+  } catch (const pcicim::HostsFailed& failed) {
+    out.flush();
+    const int outcome = outcomeOf(buffer);
+    return outcome != pcicim::kSuccess ? outcome : failed.exitCode();
   } catch (const std::exception& error) {
     out.flush();
     pcicim::report(pcicim::Severity::kError, error.what());

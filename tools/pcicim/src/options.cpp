@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include <client/server_url.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
@@ -25,6 +27,7 @@ class CommandLine {
     app_.require_subcommand(0, 1);
     app_.fallthrough();
     addGeneralOptions();
+    addRemoteOptions();
     addClassCommands();
     addPathCommands();
     addPicture();
@@ -46,6 +49,7 @@ class CommandLine {
       if (help_->parsed()) {
         answerHelp(result);
       }
+      checkRemote();
       if (!configuration_.empty()) ConfigurationFile(configuration_).apply({serve_, &app_});
     } catch (const ConfigurationError& error) {
       result.done = true;
@@ -163,6 +167,53 @@ class CommandLine {
             "Colour the text: auto (on a terminal, unless NO_COLOR is set), always, never")
         ->check(CLI::IsMember({"auto", "always", "never"}))
         ->type_name("WHEN");
+  }
+
+  void addRemoteOptions() {
+    RemoteOptions& remote = options_.remote;
+    CLI::Option* url = app_.add_option("--url", remote.urls,
+                                       "Ask the CIM server http[s]://[USER@]HOST[:PORT] instead "
+                                       "of this host; may be repeated")
+                           ->type_name("URL")
+                           ->allow_extra_args(false)
+                           ->check(urlProblem, "", "");
+    for (const char* local : {"--inventory", "--host-name", "--provider"}) {
+      url->excludes(app_.get_option(local));
+    }
+    app_.add_option("--password-file", remote.passwordFile,
+                    "The password for --url, in the first line; else PCICIM_PASSWORD or a prompt")
+        ->type_name("FILE")
+        ->needs(url);
+    app_.add_option("--ca-file", remote.caFile,
+                    "Trust the authorities of these certificates, in PEM, not the system's")
+        ->type_name("FILE")
+        ->needs(url);
+    app_.add_flag("--insecure", remote.insecure,
+                  "Take any certificate, and send the password also without TLS")
+        ->needs(url);
+    app_.add_option("--timeout", remote.timeout, "Seconds without progress (default: 60)")
+        ->type_name("N")
+        ->check(CLI::Range(1, 86400))
+        ->needs(url);
+  }
+
+  static std::string urlProblem(const std::string& text) {
+    try {
+      cimom::parseServerUrl(text);
+      return "";
+    } catch (const cimom::UrlError& error) {
+      return error.what() + std::string("; a password is read from --password-file, ") +
+             "PCICIM_PASSWORD or the terminal";
+    }
+  }
+
+  /// What is the project's own is the same for all hosts.
+  void checkRemote() const {
+    const bool isLocal =
+        options_.command == Command::kClasses || options_.command == Command::kServe;
+    if (isLocal && !options_.remote.urls.empty()) {
+      throw CLI::ValidationError("--url", "this subcommand asks no host");
+    }
   }
 
   CLI::App* addCommand(const char* name, const char* description, Command command) {
@@ -302,9 +353,11 @@ class CommandLine {
   }
 
   void addFormat(CLI::App* command,
-                 const std::vector<std::string>& names = {"text", "mof", "json"}) {
-    static const std::map<std::string, Format> kFormats{
-        {"text", Format::kText}, {"mof", Format::kMof}, {"json", Format::kJson}};
+                 const std::vector<std::string>& names = {"text", "mof", "json", "jsonl"}) {
+    static const std::map<std::string, Format> kFormats{{"text", Format::kText},
+                                                        {"mof", Format::kMof},
+                                                        {"json", Format::kJson},
+                                                        {"jsonl", Format::kJsonLines}};
     CLI::Option* format =
         command
             ->add_option_function<std::string>(

@@ -21,7 +21,20 @@ enum class Command {
   kTree,
 };
 
-enum class Format { kText, kMof, kJson };
+enum class Format { kText, kMof, kJson, kJsonLines };
+
+/// Which servers are asked in place of this host, and how.
+struct RemoteOptions {
+  /// Checked: each can be read. Empty: this host.
+  std::vector<std::string> urls;
+  /// Empty: PCICIM_PASSWORD or the terminal.
+  std::string passwordFile;
+  /// Empty: the authorities that the system trusts.
+  std::string caFile;
+  bool insecure = false;
+  /// Seconds without progress.
+  std::optional<int> timeout;
+};
 
 /// Whether text for people is coloured; `kAuto`: on a terminal, unless the environment says no.
 enum class Colours { kAuto, kAlways, kNever };
@@ -84,6 +97,7 @@ struct Options {
   /// Nothing: what the file's name says.
   std::optional<PictureFormat> pictureFormat;
 
+  RemoteOptions remote;
   ServeOptions serve;
 };
 

@@ -84,6 +84,13 @@ Json toJson(const cimom::Instance& instance) {
   return object;
 }
 
+/// The object with the host's name in front.
+Json ofHost(const std::string& host, const Json& object) {
+  Json named{{"@host", host}};
+  named.update(object);
+  return named;
+}
+
 /// What numbers mean, by their text.
 using ValueWords = std::unordered_map<std::string, std::string>;
 
@@ -168,8 +175,11 @@ class ListingPrinter::Meanings {
 OutputFailure::OutputFailure() : std::runtime_error("the output cannot be written") {}
 
 ListingPrinter::ListingPrinter(const cimom::ClassRepository& classes, Format format,
-                               std::ostream& out)
-    : format_(format), out_(out), meanings_(std::make_unique<Meanings>(classes)) {}
+                               std::ostream& out, std::string host)
+    : format_(format),
+      out_(out),
+      host_(std::move(host)),
+      meanings_(std::make_unique<Meanings>(classes)) {}
 
 ListingPrinter::~ListingPrinter() = default;
 
@@ -179,7 +189,7 @@ void ListingPrinter::startObject(const char* separator) {
   }
   if (format_ == Format::kJson) {
     out_ << (isEmpty_ ? "[\n" : ",\n");
-  } else if (!isEmpty_) {
+  } else if (!isEmpty_ && format_ != Format::kJsonLines) {
     out_ << separator;
   }
   isEmpty_ = false;
@@ -190,6 +200,9 @@ void ListingPrinter::print(const cimom::Instance& instance) {
   switch (format_) {
     case Format::kJson:
       out_ << onOneLine(toJson(instance));
+      return;
+    case Format::kJsonLines:
+      out_ << onOneLine(ofHost(host_, toJson(instance))) << '\n';
       return;
     case Format::kMof:
       out_ << cimom::writeMof(cimom::toMof(instance));
@@ -203,6 +216,8 @@ void ListingPrinter::print(const cimom::ObjectPath& path) {
   startObject("");
   if (format_ == Format::kJson) {
     out_ << onOneLine(toJson(path));
+  } else if (format_ == Format::kJsonLines) {
+    out_ << onOneLine(ofHost(host_, toJson(path))) << '\n';
   } else {
     out_ << cimom::toText(path) << '\n';
   }

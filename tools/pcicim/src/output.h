@@ -26,11 +26,14 @@ class OutputFailure : public std::runtime_error {
 ///
 /// Instances. Text: one block each, names aligned, values with the meaning that their class gives
 /// them; JSON: an array, one object to a line, its class as "@class", references as objects, bytes
-/// that are no UTF-8 replaced; MOF: what a MOF reader reads back.
-/// Object paths: one to a line, in JSON an array of objects.
+/// that are no UTF-8 replaced; lines of JSON: such objects alone, with the host as "@host" in
+/// front; MOF: what a MOF reader reads back. Object paths: one to a line, in JSON an array of
+/// objects.
 class ListingPrinter {
  public:
-  ListingPrinter(const cimom::ClassRepository& classes, Format format, std::ostream& out);
+  /// `host` is what lines of JSON call the host.
+  ListingPrinter(const cimom::ClassRepository& classes, Format format, std::ostream& out,
+                 std::string host = {});
   ~ListingPrinter();
   ListingPrinter(const ListingPrinter&) = delete;
   ListingPrinter& operator=(const ListingPrinter&) = delete;
@@ -48,6 +51,7 @@ class ListingPrinter {
 
   Format format_;
   std::ostream& out_;
+  std::string host_;
   std::unique_ptr<Meanings> meanings_;
   bool isEmpty_ = true;
 };

@@ -126,6 +126,25 @@ PathText::Key::Kind kindOf(cimom::CimType type) {
   }
 }
 
+/// Of a class that only the server knows, so that values are what they look like.
+cimom::ObjectPath pathAsWritten(const PathText& written) {
+  cimom::ObjectPath path;
+  path.nameSpace = written.nameSpace;
+  path.className = written.className;
+  for (const PathText::Key& key : written.keys) {
+    const bool isNegative = key.value.starts_with('-');
+    cimom::Value value = cimom::Value::text(key.value);
+    if (key.kind == PathText::Key::Kind::kBoolean) {
+      value = cimom::Value::boolean(key.value == "true");
+    } else if (key.kind == PathText::Key::Kind::kNumber) {
+      value = numberValue(written.className, key,
+                          isNegative ? cimom::CimType::kSint64 : cimom::CimType::kUint64);
+    }
+    path.keys.push_back({key.name, std::move(value)});
+  }
+  return path;
+}
+
 }  // namespace
 
 std::string nodeName() {
@@ -216,6 +235,9 @@ std::string Session::hostName() const {
 cimom::ObjectPath Session::path(std::string_view text) const {
   const PathText written = parsePath(text);
   const cimom::ClassDeclaration* declaration = repository_->find(written.className);
+  if (declaration == nullptr && !options_.remote.urls.empty()) {
+    return pathAsWritten(written);
+  }
   if (declaration == nullptr) {
     throw cimom::CimError(CMPI_RC_ERR_INVALID_CLASS, "no class " + written.className);
   }
