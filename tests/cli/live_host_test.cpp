@@ -1,7 +1,9 @@
 // The live host, below a made-up root.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -43,6 +45,19 @@ class LiveHost : public testing::Test {
     }
   }
 
+  /// A network card of which `bytes` of configuration space can be read.
+  void addFunction(const std::string& address, std::size_t bytes) const {
+    const fs::path place = root / "bus/pci/devices" / address;
+    fs::create_directories(place);
+    std::string config(bytes, '\0');
+    config.replace(0, std::min<std::size_t>(bytes, 4), "\x86\x80\x34\x12",
+                   std::min<std::size_t>(bytes, 4));
+    std::ofstream(place / "config", std::ios::binary) << config;
+    std::ofstream(place / "vendor") << "0x8086\n";
+    std::ofstream(place / "device") << "0x1234\n";
+    std::ofstream(place / "class") << "0x020000\n";
+  }
+
   fs::path root;
 };
 
@@ -52,16 +67,38 @@ TEST_F(LiveHost, ThatCannotBeReadIsNotOneWithoutPci) {
   expectFailure(root / "bus/pci/devices", "Not a directory");
   fs::remove_all(root);
   expectFailure(root, "No such file or directory");
+  fs::create_directories(root);
+  expectFailure(root, "no sysfs is mounted here");
 }
 
 TEST_F(LiveHost, WithoutPciHasNoFunctions) {
-  for (const char* part : {"", "bus", "bus/pci", "bus/pci/devices"}) {
+  for (const char* part : {"bus", "bus/pci", "bus/pci/devices"}) {
     fs::create_directories(root / part);
     const Outcome outcome = ask({"tree"});
     EXPECT_EQ(outcome.status, 0) << part;
     EXPECT_EQ(outcome.out, "No PCI functions.\n") << part;
     EXPECT_EQ(outcome.err, "") << part;
   }
+}
+
+TEST_F(LiveHost, OfWhichOnlyHeadersCanBeReadSaysSoOnce) {
+  addFunction("0000:00:01.0", 64);
+  addFunction("0000:00:02.0", 64);
+  for (const char* command : {"tree", "count"}) {
+    const Outcome outcome = ask({command});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err, testing::MatchesRegex("pcicim: only 64 bytes of [^\n]*switches show "
+                                                   "as bridges[^\n]*\n"));
+  }
+  EXPECT_EQ(ask({"classes"}).err, "");
+}
+
+TEST_F(LiveHost, OfWhichMoreCanBeReadSaysNothing) {
+  addFunction("0000:00:01.0", 256);
+  addFunction("0000:00:02.0", 4096);
+  // What went away or does not answer has no bytes at all.
+  addFunction("0000:00:03.0", 0);
+  EXPECT_EQ(ask({"tree"}).err, "");
 }
 
 TEST_F(LiveHost, OfOtherProvidersIsTheirs) {

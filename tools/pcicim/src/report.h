@@ -16,4 +16,11 @@ bool isJournal();
 /// loses the line.
 void report(Severity severity, std::string_view text);
 
+/// Writes "pcicim: TEXT" as the last line of the terminal that standard error is, in place of the
+/// one that stands there, cut to its width; the next report goes above it. Any thread may call it.
+void showStatus(std::string_view text);
+
+/// Takes that line away, where there is one.
+void clearStatus();
+
 }  // namespace pcicim

@@ -15,7 +15,12 @@
 #include <vector>
 
 #include "error_log.h"
+#include "header_scan.h"
+#include "host_input.h"
+#include "input_pump.h"
 #include "path_text.h"
+#include "progress.h"
+#include "report.h"
 
 namespace pcicim {
 namespace {
@@ -23,6 +28,11 @@ namespace {
 constexpr const char* kInventoryVariable = "QARCTL_PCI_DUMP";
 constexpr const char* kSysfsVariable = "QARCTL_SYSFS_ROOT";
 constexpr const char* kHostNameVariable = "QARCTL_HOST_NAME";
+constexpr const char* kStandardInput = "/dev/stdin";
+
+constexpr const char* kCostOfHeadersAlone =
+    ": capabilities, port types and most slots are unknown, and PCI Express switches show as "
+    "bridges";
 
 std::filesystem::path programDirectory() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path();
@@ -51,21 +61,6 @@ void setVariable(const char* name, const std::string& value) {
 std::string variable(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr ? value : "";
-}
-
-void checkDirectory(const std::filesystem::path& place, bool mayBeAbsent) {
-  std::error_code error;
-  const std::filesystem::directory_iterator opened(place, error);
-  if (error && !(mayBeAbsent && error == std::errc::no_such_file_or_directory)) {
-    throw std::system_error(error, place.string());
-  }
-}
-
-/// A host that cannot be read must not pass for one without PCI, which has no such directory.
-void checkLiveHost(const std::string& sysfs) {
-  const std::filesystem::path root = sysfs.empty() ? "/sys" : sysfs;
-  checkDirectory(root, false);
-  checkDirectory(root / "bus/pci/devices", true);
 }
 
 /// The project's own schema is checked when it is built, so a command reads of it what it needs. A
@@ -162,7 +157,7 @@ std::filesystem::path findInstalled(const std::string& name, const std::string& 
 
 Session::Session(const Options& options) : options_(options) {
   setUpLog(options.verbose);
-  setVariable(kInventoryVariable, options.inventory);
+  setVariable(kInventoryVariable, readsStandardInput() ? kStandardInput : options.inventory);
   setVariable(kHostNameVariable, options.hostName);
   const std::filesystem::path schema = options.schema.empty()
                                            ? findBeside({"share/pciprovider/mof"})
@@ -195,7 +190,19 @@ void Session::checkInput() {
     checkSavedInventory();
   } else if (options_.providers.empty()) {
     // What other providers read is not known here.
-    checkLiveHost(variable(kSysfsVariable));
+    checkLiveHost();
+  }
+}
+
+void Session::checkLiveHost() {
+  const std::string variableText = variable(kSysfsVariable);
+  const std::filesystem::path root = variableText.empty() ? "/sys" : variableText;
+  checkSysfs(root);
+  if (givesHeadersAlone(root)) {
+    report(Severity::kNotice,
+           std::string("only 64 bytes of each function's configuration space can be read here "
+                       "without privilege") +
+               kCostOfHeadersAlone + "; root sees all");
   }
 }
 
@@ -206,10 +213,57 @@ void Session::checkInput() {
 /// file's name too.
 void Session::checkSavedInventory() {
   const ErrorWatch watch("PCI inventory " + inventory());
-  letProviderRead();
-  if (!watch.noticed().empty()) {
-    throw std::runtime_error(inventory() + ": no PCI function could be read from it");
+  bool hasHeadersAlone = false;
+  if (readsStandardInput()) {
+    hasHeadersAlone = readStandardInput();
+  } else {
+    checkInventory(inventory());
+    const Progress progress(
+        [file = inventory()] { return "reading " + file + readingState(file); });
+    letProviderRead();
+    hasHeadersAlone = holdsHeadersAlone(inventory());
   }
+  if (!watch.noticed().empty()) {
+    refuseInventory(watch.noticed());
+  }
+  if (hasHeadersAlone) {
+    report(Severity::kNotice, inventoryName() + " has only 64 bytes of each function" +
+                                  kCostOfHeadersAlone + "; \"lspci -D -xxxx\" as root saves more");
+  }
+}
+
+/// True when there were no more than 64 bytes of any function.
+bool Session::readStandardInput() {
+  const InputPump pump;
+  {
+    const Progress progress([&pump] {
+      return "reading standard input: " + std::to_string(pump.bytes() / 1024) + " KiB";
+    });
+    letProviderRead();
+  }
+  const HeaderScan* seen = pump.seen();
+  if (seen != nullptr && pump.bytes() == 0) {
+    report(Severity::kNotice,
+           "standard input was empty: a host without PCI, or a command that failed");
+  }
+  return seen != nullptr && seen->sawHeadersAlone();
+}
+
+/// `reason` is what the provider said. Only a text of another kind is something that the user can
+/// save anew.
+void Session::refuseInventory(std::string_view reason) const {
+  const bool isOther = reason.find("expected what lspci") != std::string_view::npos;
+  throw std::runtime_error(
+      inventoryName() + ": no PCI function could be read from it" +
+      (isOther ? "; as root, \"lspci -D -xxxx >FILE\" saves an inventory" : ""));
+}
+
+std::string Session::inventoryName() const {
+  return readsStandardInput() ? "standard input" : inventory();
+}
+
+bool Session::readsStandardInput() const {
+  return options_.inventory == "-";
 }
 
 /// Any question makes it read; this one has a short answer.

@@ -45,7 +45,13 @@ class Session {
  private:
   void loadProviders();
   void checkInput();
+  void checkLiveHost();
   void checkSavedInventory();
+  bool readStandardInput();
+  [[noreturn]] void refuseInventory(std::string_view reason) const;
+  bool readsStandardInput() const;
+  /// As the user calls it.
+  std::string inventoryName() const;
   void letProviderRead();
 
   Options options_;
