@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "run_pcicim.h"
 
@@ -15,13 +16,24 @@ inline std::string objectAt(const std::string& authority, const std::string& obj
   return authority + '/' + nameSpace + ':' + object;
 }
 
+/// What a service manager gives to the process that it starts.
+struct ServiceSurroundings {
+  /// Become descriptors 3 and following, announced by LISTEN_PID and LISTEN_FDS.
+  std::vector<int> sockets{};
+  /// NOTIFY_SOCKET, unless it is empty.
+  std::string notifySocket{};
+  /// Standard error is what JOURNAL_STREAM names.
+  bool hasJournal = false;
+};
+
 /// A running `pcicim ... serve`.
 class ServedProcess {
  public:
   /// Starts it with `arguments` before and `--port 0` after the subcommand and waits for the end of
   /// what it says first. Throws std::runtime_error when it says nothing or not where it listens.
   explicit ServedProcess(const clitest::Arguments& arguments,
-                         const clitest::Arguments& afterwards = {});
+                         const clitest::Arguments& afterwards = {},
+                         const ServiceSurroundings& surroundings = {});
   /// Asks it to stop when it still runs; the test fails when it does not do so cleanly.
   ~ServedProcess();
   ServedProcess(const ServedProcess&) = delete;
@@ -43,11 +55,14 @@ class ServedProcess {
   int waitForEnd(std::chrono::seconds time = std::chrono::seconds(20));
 
  private:
-  void start(const clitest::Arguments& words, int output);
-  void readAnnouncement(int output);
+  void start(const clitest::Arguments& words, int output, const ServiceSurroundings& surroundings);
+  void readAnnouncement();
+  void endChild();
 
   clitest::TemporaryFile errors_{""};
   pid_t child_ = -1;
+  /// Stays open: a process that takes over announces itself, too.
+  int output_ = -1;
   std::string announcement_;
   std::string authority_;
 };

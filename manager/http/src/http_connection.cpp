@@ -248,7 +248,7 @@ void HttpConnection::refuse(status code, const std::string& reason) {
 /// is answered still.
 bool HttpConnection::mayGoOn(const HttpResponse& response) const {
   const bool isCrowded = registry_.count() * 2 > std::max(shared_.limits.connections, 2U);
-  const bool isStopping = shared_.stopping && !reader_.hasUnreadBytes();
+  const bool isStopping = (shared_.stopping || shared_.leaving) && !reader_.hasUnreadBytes();
   return response.result_int() < 400 && reader_.hasRequest() && reader_.request().version() >= 11 &&
          reader_.request().keep_alive() && requests_ < kRequestsPerConnection && !isCrowded &&
          !isStopping;

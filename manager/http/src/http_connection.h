@@ -33,6 +33,8 @@ struct HttpSharedState {
   /// Whole requests are answered here; reading and writing takes none of these threads.
   WorkQueue& workers;
   std::atomic<bool> stopping = false;
+  /// Connections end with the response to their next request.
+  std::atomic<bool> leaving = false;
 };
 
 /// One client's connection: reads one request after the other, has each answered by a worker and

@@ -115,7 +115,6 @@ void HttpListener::start(Take take, Fail fail) {
 }
 
 void HttpListener::close() {
-  takeWaiting();
   error_code ignored;
   acceptor_.close(ignored);
   pause_.cancel();

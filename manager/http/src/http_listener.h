@@ -31,14 +31,15 @@ class HttpListener {
   int adopt(int listeningSocket);
 
   void start(Take take, Fail fail);
-  /// Hands over the connections that wait in the kernel, then takes no more and closes the port.
+  /// Hands over the connections that wait in the kernel.
+  void takeWaiting();
+  /// Takes no more connections and closes the port.
   void close();
 
  private:
   using Tcp = boost::asio::ip::tcp;
 
   void accept();
-  void takeWaiting();
   void take(Socket socket);
   void onAccept(const boost::system::error_code& error, Socket socket);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <cerrno>
 #include <list>
 #include <optional>
@@ -28,6 +29,8 @@ using boost::system::error_code;
 
 /// Clients that get a 503 when the server is full; connections beyond them close without one.
 constexpr std::size_t kMostTurnedAway = 64;
+/// What is left for connections whose time to leave is over.
+constexpr std::chrono::seconds kLastTime{1};
 
 }  // namespace
 
@@ -47,15 +50,22 @@ class CimXmlHttpServer::Implementation {
     return listeners_.emplace_back(context_).adopt(listeningSocket);
   }
 
-  bool run(int stopDescriptor) {
-    net::posix::stream_descriptor stopSignal(context_, duplicate(stopDescriptor));
-    stopSignal.async_wait(net::posix::stream_descriptor::wait_read,
-                          [this](const error_code&) { stop(); });
+  bool run(int stopDescriptor, int leaveDescriptor) {
+    using Descriptor = net::posix::stream_descriptor;
+    stopSignal_.assign(duplicate(stopDescriptor));
+    stopSignal_.async_wait(Descriptor::wait_read,
+                           [this](const error_code&) { stop(shared_.limits.stopTime); });
+    if (leaveDescriptor >= 0) {
+      leaveSignal_.assign(duplicate(leaveDescriptor));
+      leaveSignal_.async_wait(Descriptor::wait_read, [this](const error_code& error) {
+        if (!error) leave();
+      });
+    }
     for (HttpListener& listener : listeners_) {
       listener.start([this](HttpListener::Socket socket) { take(std::move(socket)); },
-                     [this, &stopSignal](const error_code& error) {
+                     [this](const error_code& error) {
                        failure_ = error;
-                       stopSignal.cancel();
+                       stopSignal_.cancel();
                      });
     }
     const bool isDone = runContext();
@@ -92,6 +102,7 @@ class CimXmlHttpServer::Implementation {
     for (;;) {
       try {
         while (!shared_.stopping && context_.run_one() > 0) {
+          if (shared_.leaving && connections_.count() == 0) stop(kLastTime);
         }
         context_.run_until(stopDeadline_);
         return context_.stopped();
@@ -101,12 +112,30 @@ class CimXmlHttpServer::Implementation {
     }
   }
 
-  /// What waits in the kernel is taken still: its requests may have arrived whole.
-  void stop() {
-    stopDeadline_ = Clock::now() + shared_.limits.stopTime;
-    shared_.stopping = true;
-    shared_.service.shutDown();
+  /// What waits in the kernel is for the next process.
+  void leave() {
+    if (shared_.stopping) return;
+    shared_.leaving = true;
     for (HttpListener& listener : listeners_) listener.close();
+    leaveEnd_.expires_after(shared_.limits.stopTime);
+    leaveEnd_.async_wait([this](const error_code& cancelled) {
+      if (!cancelled) stop(kLastTime);
+    });
+  }
+
+  /// What waits in the kernel is taken still: its requests may have arrived whole.
+  void stop(std::chrono::seconds time) {
+    if (shared_.stopping) return;
+    stopDeadline_ = Clock::now() + time;
+    shared_.stopping = true;
+    leaveEnd_.cancel();
+    stopSignal_.cancel();
+    if (leaveSignal_.is_open()) leaveSignal_.cancel();
+    shared_.service.shutDown();
+    for (HttpListener& listener : listeners_) {
+      if (!shared_.leaving) listener.takeWaiting();
+      listener.close();
+    }
     for (const auto& connection : connections_.all()) connection->stop();
   }
 
@@ -141,6 +170,9 @@ class CimXmlHttpServer::Implementation {
   WorkQueue workers_;
   HttpSharedState shared_;
   std::list<HttpListener> listeners_;
+  net::posix::stream_descriptor stopSignal_{context_};
+  net::posix::stream_descriptor leaveSignal_{context_};
+  net::steady_timer leaveEnd_{context_};
   Clock::time_point stopDeadline_;
   error_code failure_;
 };
@@ -158,8 +190,8 @@ int CimXmlHttpServer::adopt(int listeningSocket) {
   return implementation_->adopt(listeningSocket);
 }
 
-bool CimXmlHttpServer::run(int stopDescriptor) {
-  return implementation_->run(stopDescriptor);
+bool CimXmlHttpServer::run(int stopDescriptor, int leaveDescriptor) {
+  return implementation_->run(stopDescriptor, leaveDescriptor);
 }
 
 bool isLoopback(const std::string& address) {

@@ -19,17 +19,20 @@
 
 #include "report.h"
 #include "service_manager.h"
+#include "supervisor.h"
 
 namespace pcicim {
 namespace {
 
-/// Becomes readable with the first signal. Never closed: a signal may come at any time.
+/// Become readable with the first signal. Never closed: a signal may come at any time.
 int stopEvent = -1;
+int leaveEvent = -1;
 
-extern "C" void requestStop(int /*signal*/) {
+extern "C" void noteSignal(int signal) {
   const int saved = errno;
   const std::uint64_t one = 1;
-  [[maybe_unused]] const ssize_t written = write(stopEvent, &one, sizeof one);
+  const int event = signal == kLeaveSignal ? leaveEvent : stopEvent;
+  [[maybe_unused]] const ssize_t written = write(event, &one, sizeof one);
   errno = saved;
 }
 
@@ -37,19 +40,24 @@ extern "C" void requestStop(int /*signal*/) {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
-void stopAt(int signal) {
+void noteAt(int signal) {
   struct sigaction action {};
-  action.sa_handler = requestStop;
+  action.sa_handler = noteSignal;
   // A second signal ends the process at once.
   action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
   if (sigaction(signal, &action, nullptr) != 0) throwSystemError("sigaction");
 }
 
-void stopAtSignals() {
-  stopEvent = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  if (stopEvent < 0) throwSystemError("eventfd");
-  stopAt(SIGINT);
-  stopAt(SIGTERM);
+int newEvent() {
+  const int event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  if (event < 0) throwSystemError("eventfd");
+  return event;
+}
+
+void noteSignals() {
+  stopEvent = newEvent();
+  leaveEvent = newEvent();
+  for (const int signal : {SIGINT, SIGTERM, kLeaveSignal}) noteAt(signal);
 }
 
 bool isEncrypted(const ServeOptions& options) {
@@ -198,7 +206,7 @@ int openSocket(const ServeOptions& options) {
 
 void serve(Session& session, const Options& options, const std::vector<std::string>& published,
            std::ostream& out) {
-  stopAtSignals();
+  noteSignals();
   checkReach(options.serve);
   shareOnePool();
   const std::string given = session.hostName();
@@ -213,7 +221,7 @@ void serve(Session& session, const Options& options, const std::vector<std::stri
   Announcement(options.serve, session, address)
       .print(served, classToTry(served, published), settings.nameSpace, out);
   options.serve.isReady();
-  const bool isAnswered = server.run(stopEvent);
+  const bool isAnswered = server.run(stopEvent, leaveEvent);
   service.shutDown();
   if (!isAnswered || !service.waitForPulled(std::chrono::seconds(options.serve.stopTime))) {
     endWithoutWaiting(out);

@@ -175,7 +175,7 @@ class Supervisor {
     forgetPipe();
     if (former != kNobody) {
       leaving_.push_back(former);
-      kill(former, SIGTERM);
+      kill(former, kLeaveSignal);
       report(Severity::kNotice, "a fresh server has taken over");
     }
     hasServed_ = true;
@@ -221,16 +221,14 @@ class Supervisor {
     stop();
   }
 
-  /// A second signal ends a serving process at once, so those that are told already get it only
-  /// when somebody asks a second time.
+  /// A second signal ends the serving processes at once.
   void stop() {
-    if (isStopping_) {
-      for (const pid_t id : leaving_) kill(id, SIGTERM);
-    } else {
+    if (!isStopping_) {
       notifyServiceManager("STOPPING=1");
       closeSockets();
     }
     isStopping_ = true;
+    for (const pid_t id : leaving_) kill(id, SIGTERM);
     for (const pid_t id : {serving_, starting_.id}) {
       if (id != kNobody) kill(id, SIGTERM);
     }

@@ -1,12 +1,17 @@
 #pragma once
 
+#include <csignal>
 #include <functional>
 #include <vector>
 
 namespace pcicim {
 
+/// Tells a serving process that another one has taken over.
+constexpr int kLeaveSignal = SIGUSR1;
+
 /// What a serving process does: serves at listening sockets, calls the function as soon as clients
-/// are answered, and returns its exit code when SIGTERM has stopped it.
+/// are answered, and returns its exit code when SIGTERM has stopped it, or when it has finished
+/// what it was asked before kLeaveSignal came.
 using ServeProcess =
     std::function<int(const std::vector<int>& sockets, const std::function<void()>& isReady)>;
 

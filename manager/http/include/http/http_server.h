@@ -87,7 +87,11 @@ class CimXmlHttpServer {
   /// connections, answers the requests that have arrived whole, and returns true; false when
   /// HttpLimits::stopTime was not enough for them. Call after listen(), once only. Throws
   /// std::system_error when no more connections can be taken at all.
-  [[nodiscard]] bool run(int stopDescriptor);
+  ///
+  /// A second descriptor that can be read says that another process serves at the same sockets from
+  /// now on: no more connections are taken, those that are open end as their promises allow, each
+  /// with the answer to its next request, and run returns when all have, within the stop time.
+  [[nodiscard]] bool run(int stopDescriptor, int leaveDescriptor = -1);
 
  private:
   class Implementation;
