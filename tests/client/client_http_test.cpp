@@ -156,6 +156,11 @@ TEST(ClientHttp, TellsRefusals) {
             "no answer: HTTP status 301 Moved");
   EXPECT_EQ(refused("500 Broken", "CIMError: request-not-valid\r\n"),
             "no answer: HTTP status 500 Broken (request-not-valid)");
+  EXPECT_EQ(failureWith(always("HTTP/1.1 400 Bad\r\nContent-Type: text/plain\r\n\r\nNot so.\nBut")),
+            "no answer: HTTP status 400 Bad: Not so.");
+  EXPECT_THAT(failureWith(always("HTTP/1.1 400 Bad\r\nContent-Type: text/plain\r\n\r\n" +
+                                 std::string(1 << 20, 'x'))),
+              testing::SizeIs(testing::Lt(1200U)));
 }
 
 TEST(ClientHttp, TellsThatAPasswordIsNotTaken) {

@@ -88,7 +88,8 @@ TEST_F(ClientTls, TellsOneSchemeFromTheOther) {
   EXPECT_THAT(ask(trusting(at("https", "localhost", open))),
               HasSubstr("it does not speak TLS at this port; http:// asks without"));
   const RunningServer closed(encrypted());
-  EXPECT_THAT(ask(settingsFor(at("http", "localhost", closed))), HasSubstr("TLS"));
+  EXPECT_THAT(ask(settingsFor(at("http", "localhost", closed))),
+              HasSubstr("HTTP status 400 Bad Request: This port speaks HTTPS."));
 }
 
 TEST_F(ClientTls, TellsAServerThatEndsTheHandshake) {

@@ -74,6 +74,7 @@ std::string refusalText(const HttpHead& head, const ServerUrl& url) {
   std::string text = "HTTP status " + std::to_string(head.status);
   if (!head.reason.empty()) text += " " + shortText(head.reason);
   if (!head.cimError.empty()) text += " (" + shortText(head.cimError) + ")";
+  if (!head.explanation.empty()) text += ": " + shortText(head.explanation);
   if (head.status == kForbidden) return "it refuses the request: " + text;
   return (head.status == kNotFound ? "no CIM server: " : "no answer: ") + text;
 }

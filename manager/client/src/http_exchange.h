@@ -20,7 +20,8 @@ struct HttpHead {
   unsigned status = 0;
   std::string reason;
   std::string cimError;
-  std::string authenticate;
+  /// The first line of a plain text that comes in place of an answer.
+  std::string explanation;
   /// Of answers that begin before the server knows how they end (DMTF DSP0200).
   std::string statusCode;
   std::string statusText;

@@ -35,6 +35,9 @@ constexpr std::size_t kBufferedBytes = std::size_t{128} << 10;
 constexpr std::size_t kProgressBytes = 1024;
 /// Interim answers before the one that counts.
 constexpr int kMostInterimAnswers = 8;
+/// Of a refusal's text.
+constexpr std::size_t kMostExplanation = 1024;
+constexpr unsigned kOk = 200;
 constexpr std::chrono::seconds kUsuallyKept{15};
 constexpr std::chrono::hours kLongestKept{1};
 /// A request must reach the server before it closes the connection.
@@ -115,7 +118,6 @@ HttpHead headOf(const Parser& parser) {
   head.status = message.result_int();
   head.reason = std::string(message.reason());
   head.cimError = headerOf(message, "CIMError");
-  head.authenticate = headerOf(message, "WWW-Authenticate");
   head.statusCode = headerOf(message, "CIMStatusCode");
   head.statusText = headerOf(message, "CIMStatusCodeDescription");
   return head;
@@ -159,9 +161,10 @@ HttpHead ServerConnection::exchange(const HttpQuestion& question, const BodySink
     for (int interim = 0; interim < kMostInterimAnswers; ++interim) {
       Parser parser;
       readHead(parser, wasOpen);
-      const HttpHead head = headOf(parser);
-      if (head.status < 200) continue;
-      if (head.status != 200) {
+      HttpHead head = headOf(parser);
+      if (head.status < kOk) continue;
+      if (head.status != kOk) {
+        head.explanation = readExplanation(parser);
         close();
         return head;
       }
@@ -313,6 +316,21 @@ void ServerConnection::readHead(Parser& parser, bool wasOpen) {
     fail("it expects TLS at this port; https:// asks it so");
   }
   fail("its answer is no HTTP that can be read: " + error.message());
+}
+
+template <typename Parser>
+std::string ServerConnection::readExplanation(Parser& parser) {
+  std::string text;
+  if (!headerOf(parser.get(), "Content-Type").starts_with("text/plain")) return text;
+  try {
+    readBody(parser, [&text](std::string_view bytes) {
+      text += bytes;
+      if (text.size() > kMostExplanation) fail("it is long enough");
+    });
+  } catch (const NoAnswer&) {
+    // What has come is told.
+  }
+  return text.substr(0, text.find_first_of("\r\n"));
 }
 
 template <typename Parser>

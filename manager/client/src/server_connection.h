@@ -47,6 +47,9 @@ class ServerConnection {
   std::string closedReason() const;
   template <typename Parser>
   void readHead(Parser& parser, bool wasOpen);
+  /// Of an answer that is a refusal.
+  template <typename Parser>
+  std::string readExplanation(Parser& parser);
   template <typename Parser>
   void readBody(Parser& parser, const BodySink& sink);
   template <typename Parser>
