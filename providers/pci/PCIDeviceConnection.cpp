@@ -2,7 +2,6 @@
 #include "PciAssociations.h"
 #include "PciDevices.h"
 #include "PciKeys.h"
-#include "PciListing.h"
 #include "PciLog.h"
 #include "PciNames.h"
 #include "PciPortGroups.h"
@@ -10,6 +9,7 @@
 #include "PciProviders.h"
 #include "PciTopologyCache.h"
 
+#include <zelcppc/ObjectScope.h>
 #include <zelcppc/ProviderFactory.h>
 
 #include <optional>
@@ -43,17 +43,19 @@ const PortEntry* WithDevice(const PortEntry& port) {
 // a port name does a pair come out.
 template <class Give>
 void WalkConnections(const Give& give) {
-  ForEachListed(GetDevicesCache(), [&](const auto& device) {
+  for (const auto& device : GetDevicesCache()) {
     const std::unique_ptr<PciDevice> parent = device->GetParent();
-    if (!parent) return;
+    if (!parent) continue;
     const std::string address = parent->GetAddress();
-    if (!IsKnownPortName(address)) return;
+    if (!IsKnownPortName(address)) continue;
     const PortEntry* upper = WithDevice(LookupPortEntry(address));
-    if (upper == nullptr) return;
+    if (upper == nullptr) continue;
     const PortEntry* lower = WithDevice(FindConnectedPort(device->GetAddress()));
-    if (lower == nullptr) return;
+    if (lower == nullptr) continue;
+    // Hardly a function gets here, so that the others need no scope.
+    const zelInt::ObjectScope pair;
     give(MakePCIPortRef(upper->portName), MakePCIPortRef(lower->portName));
-  });
+  }
 }
 
 /// The first port of the device that a port is counted to, with the name under which it was
