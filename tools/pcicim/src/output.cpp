@@ -1,13 +1,13 @@
 #include "output.h"
 
 #include <mof/mof_writer.h>
+#include <mof/value_meanings.h>
 
 #include <algorithm>
 #include <iomanip>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
-#include <unordered_map>
 #include <utility>
 
 namespace pcicim {
@@ -91,41 +91,6 @@ Json ofHost(const std::string& host, const Json& object) {
   return named;
 }
 
-/// What numbers mean, by their text.
-using ValueWords = std::unordered_map<std::string, std::string>;
-
-/// What the property's ValueMap and Values say; empty when they say nothing.
-ValueWords wordsOf(const cimom::PropertyDeclaration& property) {
-  ValueWords words;
-  const auto* map = cimom::findQualifier(property.qualifiers, "ValueMap");
-  const auto* values = cimom::findQualifier(property.qualifiers, "Values");
-  if (map == nullptr || values == nullptr) {
-    return words;
-  }
-  const std::size_t count = std::min(map->elements.size(), values->elements.size());
-  for (std::size_t i = 0; i < count; ++i) {
-    words.emplace(map->elements[i].text, values->elements[i].text);
-  }
-  return words;
-}
-
-std::string explained(const cimom::Value& value, const ValueWords* words) {
-  const cimom::MofValue mof = cimom::toMof(value);
-  std::string text = cimom::writeMof(mof);
-  if (words == nullptr) {
-    return text;
-  }
-  std::string meanings;
-  for (const auto& element : mof.elements) {
-    const auto word = words->find(element.text);
-    if (word != words->end() && !word->second.empty()) {
-      meanings += meanings.empty() ? "" : ", ";
-      meanings += word->second;
-    }
-  }
-  return meanings.empty() ? text : text + " (" + meanings + ")";
-}
-
 std::string description(const cimom::ClassDeclaration& declaration) {
   const auto* text = cimom::findQualifier(declaration.qualifiers, "Description");
   return text == nullptr ? "" : std::string(text->text());
@@ -133,42 +98,27 @@ std::string description(const cimom::ClassDeclaration& declaration) {
 
 }  // namespace
 
-/// The words for the values of one class after the other, looked up once for each property.
+/// Writes instances as text, with the meanings of their values.
 class ListingPrinter::Meanings {
  public:
-  explicit Meanings(const cimom::ClassRepository& classes) : classes_(classes) {}
+  explicit Meanings(const cimom::ClassRepository& classes) : meanings_(classes) {}
 
   void printText(const cimom::Instance& instance, std::ostream& out) {
     std::size_t width = 0;
     for (const auto& [name, value] : instance.properties) {
       width = std::max(width, name.size());
     }
-    Words& words = words_[instance.path.className];
     text_ = instance.path.className + '\n';
-    for (const auto& [name, value] : instance.properties) {
-      text_ += "  " + name;
-      text_.append(width - name.size(), ' ');
-      text_ += " = " + explained(value, find(words, instance.path.className, name)) + '\n';
+    for (const cimom::NamedValue& property : instance.properties) {
+      text_ += "  " + property.name;
+      text_.append(width - property.name.size(), ' ');
+      text_ += " = " + meanings_.explained(instance.path.className, property) + '\n';
     }
     out << text_;
   }
 
  private:
-  /// By the name of the property as instances have it.
-  using Words = std::unordered_map<std::string, ValueWords>;
-
-  /// Null where values mean themselves.
-  const ValueWords* find(Words& words, const std::string& className, const std::string& name) {
-    auto found = words.find(name);
-    if (found == words.end()) {
-      const auto* property = classes_.findProperty(className, name);
-      found = words.emplace(name, property != nullptr ? wordsOf(*property) : ValueWords()).first;
-    }
-    return found->second.empty() ? nullptr : &found->second;
-  }
-
-  const cimom::ClassRepository& classes_;
-  std::unordered_map<std::string, Words> words_;
+  cimom::ValueMeanings meanings_;
   std::string text_;
 };
 
