@@ -3,8 +3,10 @@
 #include <model/cim_error.h>
 #include <model/operations.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -13,13 +15,29 @@
 namespace servetest {
 
 /// An object manager behind the server, for any number of threads: GetInstance returns the
-/// path that it was asked for, and does not return before the gate is open.
+/// path that it was asked for, and does not return before the gate is open. EnumerateInstances
+/// returns what the test sets, gate or no gate.
 class GatedHost : public cimom::Operations {
  public:
   /// Sets the text of the property Note in every answer.
   void setNote(std::string note) {
     const std::lock_guard lock(mutex_);
     note_ = std::move(note);
+  }
+
+  /// How many instances a listing returns, and the error with which it ends then. Set it before
+  /// anybody asks.
+  void setListing(std::size_t count, std::string error = {}) {
+    listed_ = count;
+    listingError_ = std::move(error);
+  }
+  /// Instances of all listings that were taken.
+  std::size_t handedOver() const { return handedOver_; }
+  /// True once that many have begun and none is under way; false when that takes too long.
+  bool waitForListings(unsigned count) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(100),
+                             [&] { return begun_ >= count && listings_ == 0; });
   }
 
   void close() { set(false); }
@@ -35,9 +53,16 @@ class GatedHost : public cimom::Operations {
     return {path, {{"Note", cimom::Value::text(pass())}}};
   }
   void enumerateInstanceNames(const cimom::ObjectPath&, const cimom::PathSink&) override {}
-  void enumerateInstances(const cimom::ObjectPath&, const cimom::PropertyList&,
-                          const cimom::InstanceSink&) override {
-    refuse();
+  void enumerateInstances(const cimom::ObjectPath& path, const cimom::PropertyList&,
+                          const cimom::InstanceSink& sink) override {
+    const ListingUnderWay underWay(*this);
+    for (std::size_t i = 0; i < listed_; ++i) {
+      cimom::ObjectPath name = path;
+      name.keys.push_back({"Id", cimom::Value::text(std::to_string(i))});
+      sink({std::move(name), {{"Note", cimom::Value::text(note())}}});
+      ++handedOver_;
+    }
+    if (!listingError_.empty()) throw cimom::CimError(CMPI_RC_ERR_FAILED, listingError_);
   }
   void associators(const cimom::ObjectPath&, const cimom::AssociationFilter&,
                    const cimom::PropertyList&, const cimom::InstanceSink&) override {
@@ -57,6 +82,29 @@ class GatedHost : public cimom::Operations {
   }
 
  private:
+  class ListingUnderWay {
+   public:
+    explicit ListingUnderWay(GatedHost& host) : host_(host) { host_.countListing(1); }
+    ~ListingUnderWay() { host_.countListing(-1); }
+    ListingUnderWay(const ListingUnderWay&) = delete;
+    ListingUnderWay& operator=(const ListingUnderWay&) = delete;
+
+   private:
+    GatedHost& host_;
+  };
+
+  void countListing(int change) {
+    const std::lock_guard lock(mutex_);
+    listings_ += change;
+    begun_ += change > 0 ? 1 : 0;
+    changed_.notify_all();
+  }
+
+  std::string note() {
+    const std::lock_guard lock(mutex_);
+    return note_;
+  }
+
   [[noreturn]] static void refuse() {
     throw cimom::CimError(CMPI_RC_ERR_NOT_SUPPORTED, "not here");
   }
@@ -82,6 +130,11 @@ class GatedHost : public cimom::Operations {
   std::string note_;
   bool open_ = true;
   unsigned waiting_ = 0;
+  std::size_t listed_ = 0;
+  std::string listingError_;
+  std::atomic<std::size_t> handedOver_ = 0;
+  int listings_ = 0;
+  unsigned begun_ = 0;
 };
 
 }  // namespace servetest

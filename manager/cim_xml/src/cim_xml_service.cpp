@@ -23,6 +23,9 @@
 namespace cimom {
 namespace {
 
+/// Of a response that is handed on as it is made.
+constexpr std::size_t kPartBytes = std::size_t{16} << 10;
+
 /// Other codes are CMPI's own and mean nothing to a client.
 int cimCode(CMPIrc code) {
   const auto number = static_cast<int>(code);
@@ -37,19 +40,30 @@ void writeError(XmlWriter& writer, CMPIrc code, const std::string& text) {
       .attribute("DESCRIPTION", shortText(text));
 }
 
-/// What `perform` writes, or the error that it ends with, never a part of either.
+/// The error that `perform` ends with; nothing when it ends well.
 template <typename Perform>
-void writeOutcome(XmlWriter& writer, Perform perform) {
-  const XmlWriter::Mark start = writer.mark();
+std::optional<CimError> failureOf(Perform perform) {
   try {
     perform();
+    return std::nullopt;
   } catch (const CimError& error) {
-    writer.rewind(start);
-    writeError(writer, error.code(), error.text().empty() ? error.name() : error.text());
+    return CimError(error.code(), error.text().empty() ? error.name() : error.text());
   } catch (const std::exception& error) {
-    writer.rewind(start);
-    writeError(writer, CMPI_RC_ERR_FAILED, error.what());
+    return CimError(CMPI_RC_ERR_FAILED, error.what());
   }
+}
+
+/// Writes what `perform` writes, or the error that it ends with, never a part of either. Returns
+/// the error where it is too late for that.
+template <typename Perform>
+std::optional<CimXmlLateError> writeOutcome(XmlWriter& writer, Perform perform) {
+  const XmlWriter::Mark start = writer.mark();
+  const std::optional<CimError> failure = failureOf(perform);
+  if (!failure) return std::nullopt;
+  if (writer.hasHandedOn()) return CimXmlLateError{cimCode(failure->code()), failure->text()};
+  writer.rewind(start);
+  writeError(writer, failure->code(), failure->text());
+  return std::nullopt;
 }
 
 const OperationEntry& requireOperation(const CimMessage& message) {
@@ -74,6 +88,7 @@ struct CimXmlService::NamedPlace {
 CimXmlService::CimXmlService(const ClassRepository& repository, Operations& operations,
                              CimXmlSettings settings)
     : responseBytes_(settings.responseBytes),
+      wholeBytes_(std::min(settings.wholeBytes, settings.responseBytes)),
       contexts_(std::make_unique<EnumerationContexts>(settings.pull)) {
   places_.push_back({{repository, operations, settings.nameSpace, settings.hostName}, ""});
   for (const FurtherNamespace& more : settings.further) {
@@ -99,12 +114,14 @@ bool CimXmlService::waitForPulled(std::chrono::milliseconds longest) const {
   return contexts_->waitForProducers(longest);
 }
 
-CimXmlReply CimXmlService::answer(const CimXmlHeaders& headers, std::string_view body) const {
+CimXmlReply CimXmlService::answer(const CimXmlHeaders& headers, std::string_view body,
+                                  const CimXmlSink& sink) const {
   try {
     checkHeaders(headers);
     const CimMessage message = readMessage(body);
     compareHeaders(headers, message);
     XmlWriter writer(responseBytes_);
+    std::optional<CimXmlLateError> lateError;
     {
       XmlElement root(writer, "CIM");
       root.attribute("CIMVERSION", "2.0").attribute("DTDVERSION", "2.0");
@@ -113,19 +130,24 @@ CimXmlReply CimXmlService::answer(const CimXmlHeaders& headers, std::string_view
       const XmlElement response(writer, "SIMPLERSP");
       XmlElement method(writer, message.isIntrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE");
       method.attribute("NAME", message.method);
-      writeOutcome(writer, [&] { perform(message, writer); });
+      lateError = writeOutcome(writer, [&] { perform(message, writer, sink); });
     }
-    return {200, "", writer.take()};
+    if (!writer.hasHandedOn()) return {200, "", writer.take()};
+    if (!lateError) writer.handOn();
+    return {200, "", "", true, std::move(lateError)};
   } catch (const HttpRefusal& refusal) {
     return {refusal.status(), refusal.cimError(), refusal.what()};
   }
 }
 
-void CimXmlService::perform(const CimMessage& message, XmlWriter& writer) const {
+void CimXmlService::perform(const CimMessage& message, XmlWriter& writer,
+                            const CimXmlSink& sink) const {
   const OperationEntry& entry = requireOperation(message);
   const NamedPlace* named = findPlace(message.nameSpace);
   if (named == nullptr) fail(CMPI_RC_ERR_INVALID_NAMESPACE, "no namespace " + message.nameSpace);
   RequestParameters parameters(message.call, named->place.name, named->place.repository);
+  // A part of a pulled enumeration is bounded, and lost when it cannot be handed on.
+  if (sink && entry.writesReturnValueOnly) writer.handOnBeyond(wholeBytes_, kPartBytes, sink);
   OperationCall call{named->place, *contexts_, parameters, writer};
   carryOut(entry, call);
 }

@@ -92,11 +92,27 @@ XmlWriter XmlWriter::fragment() {
   return {"", std::string::npos};
 }
 
+void XmlWriter::handOnBeyond(std::size_t bytes, std::size_t partBytes, const Outlet& outlet) {
+  mostBytes_ = bytes;
+  partBytes_ = partBytes;
+  outlet_ = &outlet;
+}
+
+void XmlWriter::handOn() {
+  hasHandedOn_ = true;
+  mostBytes_ = partBytes_;
+  (*outlet_)(out_);
+  out_.clear();
+}
+
 void XmlWriter::start(const char* element) {
-  if (out_.size() > mostBytes_) {
-    throw CimError(kServerLimitsExceeded, "the answer is too long; it can be pulled in parts");
-  }
   finishTag();
+  if (out_.size() > mostBytes_) {
+    if (outlet_ == nullptr) {
+      throw CimError(kServerLimitsExceeded, "the answer is too long; it can be pulled in parts");
+    }
+    handOn();
+  }
   out_.append("<").append(element);
   open_.push_back(element);
   inTag_ = true;

@@ -1,16 +1,18 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace cimom {
 
-/// Builds an XML document in memory. Whatever bytes it is given, the document is well-formed
-/// UTF-8: a byte that is no part of a UTF-8 character becomes the character that ISO 8859-1 gives
-/// it, so old name lists stay readable, and what XML cannot hold becomes U+FFFD. Names of elements
-/// and attributes are the program's own and not checked. Not safe for several threads.
+/// Builds an XML document in memory, or hands it on as it grows. Whatever bytes it is given, the
+/// document is well-formed UTF-8: a byte that is no part of a UTF-8 character becomes the character
+/// that ISO 8859-1 gives it, so old name lists stay readable, and what XML cannot hold becomes
+/// U+FFFD. Names of elements and attributes are the program's own and not checked. Not safe for
+/// several threads.
 class XmlWriter {
  public:
   /// A place to which the document can be taken back.
@@ -23,6 +25,17 @@ class XmlWriter {
   /// be started: CimError (SERVER_LIMITS_EXCEEDED).
   explicit XmlWriter(std::size_t mostBytes = std::string::npos);
 
+  /// Takes what is written so far; may throw.
+  using Outlet = std::function<void(std::string_view)>;
+  /// From now on an element that starts when there are more bytes than given does not fail: what
+  /// is written goes to `outlet`, which outlives the writer, and then whenever `partBytes` are
+  /// there.
+  void handOnBeyond(std::size_t bytes, std::size_t partBytes, const Outlet& outlet);
+  /// True once something went to the outlet: there is no way back then.
+  bool hasHandedOn() const { return hasHandedOn_; }
+  /// Hands on what is left.
+  void handOn();
+
   /// One for elements that are put into a document later; starts with nothing.
   static XmlWriter fragment();
 
@@ -34,7 +47,8 @@ class XmlWriter {
   void elements(std::string_view fragment);
   void end();
 
-  /// Only where no tag is half written: after text(), end() or a mark's first child.
+  /// Only where no tag is half written: after text(), end() or a mark's first child, and before
+  /// anything is handed on.
   Mark mark();
   void rewind(const Mark& mark);
 
@@ -46,6 +60,9 @@ class XmlWriter {
   void finishTag();
 
   std::size_t mostBytes_;
+  std::size_t partBytes_ = 0;
+  const Outlet* outlet_ = nullptr;
+  bool hasHandedOn_ = false;
   std::string out_;
   std::vector<const char*> open_;
   bool inTag_ = false;

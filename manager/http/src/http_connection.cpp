@@ -79,7 +79,8 @@ void HttpConnection::stop() {
       // What was read already is on its way to its handler, and is not cancelled by this.
       Error ignored;
       self->stream_.socket().cancel(ignored);
-    } else if (self->state_ < State::kAnswering || self->state_ == State::kWriting) {
+    } else if (self->state_ < State::kAnswering || self->state_ == State::kWriting ||
+               self->isWriting_) {
       self->expireAt(self->timer_.expiry());
     }
   });
@@ -211,7 +212,8 @@ void HttpConnection::onRequest() {
     try {
       self->answer();
     } catch (...) {
-      // For want of memory alone; the connection ends with its last owner, this work.
+      // For want of memory, or because nobody takes the response any more.
+      net::post(self->stream_.get_executor(), [self] { self->close(); });
     }
   };
   if (!shared_.workers.offer(std::move(work))) {
@@ -219,15 +221,25 @@ void HttpConnection::onRequest() {
   }
 }
 
-/// The only function that runs on a worker.
+/// This, and what it calls, is all that runs on a worker.
 void HttpConnection::answer() {
   const auto onStrand = [this](auto next) { net::post(stream_.get_executor(), std::move(next)); };
   if (login_ && !shared_.access->verify(*login_, client_)) {
     return onStrand([self = shared_from_this()] { self->refuseLogin(); });
   }
-  CimXmlReply reply = shared_.service.answer(cimHeaders_, reader_.request().body());
-  onStrand([self = shared_from_this(), reply = std::move(reply)]() mutable {
-    self->respond(cimResponse(std::move(reply)));
+  onStrand([self = shared_from_this(), reply = makeReply()]() mutable {
+    reply.isStreamed ? self->endParts(reply.lateError)
+                     : self->respond(cimResponse(std::move(reply)));
+  });
+}
+
+/// A response of any length takes no more memory than a short one where the client reads chunks.
+CimXmlReply HttpConnection::makeReply() {
+  const HttpRequest& request = reader_.request();
+  if (request.version() < 11) return shared_.service.answer(cimHeaders_, request.body());
+  return shared_.service.answer(cimHeaders_, request.body(), [this](std::string_view part) {
+    parts_.put(part, [] { return false; });
+    net::post(stream_.get_executor(), [self = shared_from_this()] { self->writeParts(); });
   });
 }
 
@@ -256,6 +268,14 @@ bool HttpConnection::mayGoOn(const HttpResponse& response) const {
 
 void HttpConnection::respond(HttpResponse response) {
   state_ = State::kWriting;
+  beginResponse(std::move(response));
+  response_.prepare_payload();
+  serializer_.emplace(response_);
+  write();
+}
+
+/// The response with all of its head but what depends on its body.
+void HttpConnection::beginResponse(HttpResponse response) {
   tooSlow_ = false;
   response_ = std::move(response);
   goesOn_ = mayGoOn(response_);
@@ -266,9 +286,6 @@ void HttpConnection::respond(HttpResponse response) {
                   "timeout=" + std::to_string(shared_.limits.idleTime.count()) +
                       ", max=" + std::to_string(kRequestsPerConnection - requests_));
   }
-  response_.prepare_payload();
-  serializer_.emplace(response_);
-  write();
 }
 
 /// Each part that the client takes gives it time for the next.
@@ -279,6 +296,56 @@ void HttpConnection::write() {
                            if (self->hasEnded(error)) return self->close();
                            self->serializer_->is_done() ? self->onWritten() : self->write();
                          });
+}
+
+void HttpConnection::beginParts() {
+  state_ = State::kStreaming;
+  areAllMade_ = false;
+  takesTrailers_ = takesTrailers(reader_.request());
+  beginResponse(cimResponse({}));
+  response_.chunked(true);
+  if (takesTrailers_) announceLateErrors(response_);
+  outgoing_ = headText(response_);
+}
+
+/// Writes what the worker has made, or waits for more of it; a client is not charged with that
+/// time.
+void HttpConnection::writeParts() {
+  if (state_ == State::kAnswering) beginParts();
+  if (state_ != State::kStreaming || isWriting_) return;
+  outgoing_ += parts_.take();
+  outgoing_ += std::exchange(ending_, {});
+  if (!outgoing_.empty()) return writeOutgoing();
+  timer_.expires_at(Clock::time_point::max());
+  if (areAllMade_) onWritten();
+}
+
+/// Each part that the client takes gives it time for the next.
+void HttpConnection::writeOutgoing() {
+  isWriting_ = true;
+  expireAt(Clock::now() + shared_.limits.requestTime);
+  stream_.async_write_some(net::buffer(outgoing_) + written_,
+                           [self = shared_from_this()](const Error& error, std::size_t count) {
+                             self->isWriting_ = false;
+                             if (self->hasEnded(error)) return self->close();
+                             self->written_ += count;
+                             if (self->written_ < self->outgoing_.size()) {
+                               return self->writeOutgoing();
+                             }
+                             self->outgoing_.clear();
+                             self->written_ = 0;
+                             self->writeParts();
+                           });
+}
+
+/// Without its last chunk nobody takes a body for whole.
+void HttpConnection::endParts(const std::optional<CimXmlLateError>& error) {
+  if (state_ != State::kStreaming) return;
+  areAllMade_ = true;
+  if (error) goesOn_ = false;
+  if (!error) ending_ = lastChunk();
+  if (error && takesTrailers_) ending_ = lastChunk(lateErrorFields(*error));
+  writeParts();
 }
 
 void HttpConnection::onWritten() {
@@ -315,6 +382,7 @@ void HttpConnection::drain() {
 
 void HttpConnection::close() {
   state_ = State::kClosed;
+  parts_.abandon();
   timer_.cancel();
   Error ignored;
   stream_.socket().close(ignored);

@@ -18,6 +18,7 @@
 #include "http_messages.h"
 #include "http_request_reader.h"
 #include "http_stream.h"
+#include "response_parts.h"
 #include "served_names.h"
 #include "work_queue.h"
 
@@ -62,6 +63,9 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   /// Ends the connection as soon as the requests that have arrived whole, if there are any, are
   /// answered.
   void stop();
+  /// Lets the worker go that makes a response for this connection, when nothing is written any
+  /// more.
+  void abandon() noexcept { parts_.abandon(); }
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -77,6 +81,8 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
     kReadingBody,
     /// The request has arrived whole and is a worker's, or its refusal is held back.
     kAnswering,
+    /// The same, and what the worker has made so far is being written.
+    kStreaming,
     kWriting,
     /// Waits for the client to end its side, so that it still reads what was written.
     kFinishing,
@@ -95,11 +101,17 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
 
   void onRequest();
   void answer();
+  CimXmlReply makeReply();
   void refuseLogin();
   void refuse(boost::beast::http::status status, const std::string& reason);
   void respond(HttpResponse response);
+  void beginResponse(HttpResponse response);
   bool mayGoOn(const HttpResponse& response) const;
   void write();
+  void beginParts();
+  void writeParts();
+  void writeOutgoing();
+  void endParts(const std::optional<CimXmlLateError>& error);
   void onWritten();
   void finish();
   void endSending();
@@ -130,6 +142,17 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
 
   HttpResponse response_;
   std::optional<Serializer> serializer_;
+  /// Of a response that is written while it is made: what waits, and what is being written, of
+  /// which the first bytes are gone.
+  ResponseParts parts_;
+  std::string outgoing_;
+  std::size_t written_ = 0;
+  bool isWriting_ = false;
+  /// What comes behind the last part.
+  std::string ending_;
+  bool areAllMade_ = false;
+  /// The client takes fields behind the body, which tell of an error that came too late.
+  bool takesTrailers_ = false;
   bool goesOn_ = false;
   std::size_t droppedBytes_ = 0;
 };

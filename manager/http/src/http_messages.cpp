@@ -2,6 +2,8 @@
 
 #include <model/short_text.h>
 
+#include <boost/beast/http/rfc7230.hpp>
+#include <boost/beast/http/write.hpp>
 #include <ctime>
 #include <iomanip>
 #include <locale>
@@ -21,6 +23,21 @@ std::optional<std::string> headerOf(const HttpRequest& head, const char* name) {
   if (found == head.end()) return std::nullopt;
   const auto value = found->value();
   return std::string(value.data(), value.size());
+}
+
+/// What a field cannot hold, and the escape itself, in the form of URLs.
+std::string escaped(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= ' ' && byte < 0x7f && byte != '%') {
+      result += c;
+    } else {
+      result.append({'%', kDigits[byte >> 4U], kDigits[byte & 15U]});
+    }
+  }
+  return result;
 }
 
 }  // namespace
@@ -70,6 +87,25 @@ HttpResponse cimResponse(CimXmlReply reply) {
   response.set("CIMOperation", "MethodResponse");
   response.body() = std::move(reply.text);
   return response;
+}
+
+bool takesTrailers(const HttpRequest& head) {
+  return http::token_list(head[field::te]).exists("trailers");
+}
+
+void announceLateErrors(HttpResponse& response) {
+  response.set(field::trailer, "CIMStatusCode, CIMStatusCodeDescription");
+}
+
+std::string lateErrorFields(const CimXmlLateError& error) {
+  return "CIMStatusCode: " + std::to_string(error.code) +
+         "\r\nCIMStatusCodeDescription: " + escaped(shortText(error.text)) + "\r\n";
+}
+
+std::string headText(const HttpResponse& response) {
+  std::ostringstream text;
+  text << response.base();
+  return text.str();
 }
 
 std::string httpDate() {

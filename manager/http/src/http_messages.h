@@ -34,6 +34,17 @@ CimXmlHeaders cimHeaders(const HttpRequest& head);
 
 HttpResponse cimResponse(CimXmlReply reply);
 
+/// True when the client reads fields behind the body of a response.
+bool takesTrailers(const HttpRequest& head);
+/// Says in the head of a response which fields may come behind its body, and what they are then,
+/// each with its end of line: DMTF DSP0200 tells so of an error that comes when a part is sent
+/// already.
+void announceLateErrors(HttpResponse& response);
+std::string lateErrorFields(const CimXmlLateError& error);
+
+/// The head of a response as it goes over the wire.
+std::string headText(const HttpResponse& response);
+
 /// The time of day as HTTP writes it.
 std::string httpDate();
 

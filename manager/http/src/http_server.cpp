@@ -69,6 +69,8 @@ class CimXmlHttpServer::Implementation {
                      });
     }
     const bool isDone = runContext();
+    // Nothing is written any more: workers that wait for that need not.
+    for (const auto& connection : connections_.all()) connection->abandon();
     if (failure_) {
       throw std::system_error(failure_.value(), std::generic_category(), "accept");
     }

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,14 +26,29 @@ struct CimXmlHeaders {
   std::optional<std::string> batch;
 };
 
+/// Takes the parts of a long response message, one behind the other, on the thread that answers. It
+/// may wait; what it throws ends the request.
+using CimXmlSink = std::function<void(std::string_view part)>;
+
+/// Why a response ends that went out in part already.
+struct CimXmlLateError {
+  /// Of DMTF DSP0200's status codes.
+  int code = 0;
+  std::string text;
+};
+
 /// What goes back over HTTP.
 struct CimXmlReply {
   /// 200 also for operations that failed: the failure is then in the message.
   int status = 200;
   /// Value of the CIMError header; empty where there is none to send.
   std::string cimError;
-  /// With status 200 the response message in XML, otherwise a sentence for a person.
+  /// With status 200 the response message in XML, otherwise a sentence for a person. Empty when the
+  /// message went to the sink.
   std::string text;
+  bool isStreamed = false;
+  /// Set where the message that went to the sink is not whole and must not be used.
+  std::optional<CimXmlLateError> lateError = {};
 };
 
 /// A namespace beside the main one.
@@ -53,8 +69,10 @@ struct CimXmlSettings {
   /// They have the same classes as the main one, but operations of their own.
   std::vector<FurtherNamespace> further = {};
   PullLimits pull = {};
-  /// Bytes of a response; what would take more ends with SERVER_LIMITS_EXCEEDED.
+  /// Bytes of a response in one piece; what would take more ends with SERVER_LIMITS_EXCEEDED.
   std::size_t responseBytes = std::size_t{512} << 20;
+  /// Bytes from which on a response goes to the sink, where there is one, as it is made.
+  std::size_t wholeBytes = std::size_t{64} << 10;
 };
 
 class EnumerationContexts;
@@ -85,8 +103,11 @@ class CimXmlService {
   CimXmlService& operator=(const CimXmlService&) = delete;
 
   /// Never throws for anything in the request; at most for want of memory. Safe from
-  /// any number of threads if `operations` are.
-  CimXmlReply answer(const CimXmlHeaders& headers, std::string_view body) const;
+  /// any number of threads if `operations` are. Without a sink every response is one piece; with
+  /// one those that are longer than CimXmlSettings::wholeBytes, but for parts of pulled
+  /// enumerations, go there while they are made, so that their length takes no memory.
+  CimXmlReply answer(const CimXmlHeaders& headers, std::string_view body,
+                     const CimXmlSink& sink = {}) const;
 
   /// Closes what clients are still pulling: they get SERVER_IS_SHUTTING_DOWN from now on, and so
   /// does who opens another enumeration. All else is answered on. Safe from any thread.
@@ -98,9 +119,10 @@ class CimXmlService {
  private:
   struct NamedPlace;
   const NamedPlace* findPlace(std::string_view nameSpace) const;
-  void perform(const CimMessage& message, XmlWriter& writer) const;
+  void perform(const CimMessage& message, XmlWriter& writer, const CimXmlSink& sink) const;
 
   std::size_t responseBytes_;
+  std::size_t wholeBytes_;
   /// Of addresses that do not change, since producers refer to them.
   std::deque<NamedPlace> places_;
   std::unique_ptr<EnumerationContexts> contexts_;
