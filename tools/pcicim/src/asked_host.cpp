@@ -24,7 +24,7 @@ class LocalHost : public AskedHost {
     const std::string given = session_.hostName();
     return given.empty() ? nodeName() : given;
   }
-  cimom::Operations& operations() override { return session_.manager(); }
+  cimom::Operations& operations() override { return session_.operations(); }
   TopologySource& topology() override {
     if (!topology_) topology_.emplace(session_.manager());
     return *topology_;

@@ -175,6 +175,13 @@ cimom::ObjectManager& Session::manager() {
   return *manager_;
 }
 
+cimom::Operations& Session::operations() {
+  if (!operations_) {
+    operations_ = std::make_unique<CheckedOperations>(manager(), *repository_);
+  }
+  return *operations_;
+}
+
 void Session::loadProviders() {
   if (options_.providers.empty()) {
     manager_->loadProvider(findInstalled("libpciprovider.so", PCICIM_PROVIDER_DIRECTORY));
@@ -292,9 +299,7 @@ cimom::ObjectPath Session::path(std::string_view text) const {
   if (declaration == nullptr && !options_.remote.urls.empty()) {
     return pathAsWritten(written);
   }
-  if (declaration == nullptr) {
-    throw cimom::CimError(CMPI_RC_ERR_INVALID_CLASS, "no class " + written.className);
-  }
+  requireClass(*repository_, written.className);
   cimom::ObjectPath path;
   path.nameSpace = written.nameSpace;
   path.className = declaration->name;

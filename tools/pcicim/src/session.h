@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "checked_operations.h"
 #include "options.h"
 
 namespace pcicim {
@@ -30,6 +31,9 @@ class Session {
   /// The object manager with its providers; loads them, and checks that the host or the saved
   /// inventory can be read, when first called. Throws CimError or std::runtime_error.
   cimom::ObjectManager& manager();
+
+  /// The same for people: names are checked, and answers narrowed to what was asked for.
+  cimom::Operations& operations();
 
   const cimom::ClassRepository& classes() const { return *repository_; }
 
@@ -57,6 +61,7 @@ class Session {
   Options options_;
   std::shared_ptr<const cimom::ClassRepository> repository_;
   std::unique_ptr<cimom::ObjectManager> manager_;
+  std::unique_ptr<CheckedOperations> operations_;
 };
 
 }  // namespace pcicim
