@@ -233,7 +233,7 @@ TEST_F(ServeReload, TheFormerServerFinishesWhatItWasAsked) {
   overwrite(inventory, clitest::machineOf(3));
   server.signal(SIGHUP);
   waitForError(server, kTakenOver);
-  EXPECT_THAT(slow.receiveAll(std::chrono::seconds(120)), EndsWith("</CIM>"));
+  EXPECT_THAT(slow.receiveAll(std::chrono::seconds(120)), EndsWith("</CIM>\r\n0\r\n\r\n"));
 }
 
 TEST_F(ServeReload, NoClientSeesIt) {
