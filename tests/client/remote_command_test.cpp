@@ -124,6 +124,8 @@ TEST(RemoteErrors, AreUsageErrorsWhereTheCommandLineIsWrong) {
   EXPECT_THAT(refused({"--url", "http://node7", "--inventory", "x", "tree"}),
               HasSubstr("--inventory"));
   EXPECT_THAT(refused({"--ca-file", "x", "tree"}), HasSubstr("--url"));
+  EXPECT_THAT(refused({"--url", "http://node7", "--url", "http://node8", "picture", "x.svg"}),
+              HasSubstr("a picture is that of one host"));
 }
 
 TEST(RemoteErrors, NameAFileThatCannotBeRead) {

@@ -214,6 +214,9 @@ class CommandLine {
     if (isLocal && !options_.remote.urls.empty()) {
       throw CLI::ValidationError("--url", "this subcommand asks no host");
     }
+    if (options_.command == Command::kPicture && options_.remote.urls.size() > 1) {
+      throw CLI::ValidationError("--url", "a picture is that of one host");
+    }
   }
 
   CLI::App* addCommand(const char* name, const char* description, Command command) {
