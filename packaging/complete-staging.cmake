@@ -11,6 +11,13 @@ endfunction()
 cmake_path(APPEND CPACK_PACKAGING_INSTALL_PREFIX ${CPACK_PCIPROVIDER_PROVIDER_DIR}
            OUTPUT_VARIABLE provider_directory)
 
+# What administrators change is not below the prefix.
+file(GLOB configuration
+     ${CPACK_TEMPORARY_DIRECTORY}/service${CPACK_PACKAGING_INSTALL_PREFIX}/etc)
+if(configuration)
+  file(RENAME ${configuration} ${CPACK_TEMPORARY_DIRECTORY}/service/etc)
+endif()
+
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} upper)
   set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})

@@ -5,8 +5,8 @@ set -euo pipefail
 
 declare -A groups=(
   [build]="cmake ninja-build g++ pkgconf libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libboost-dev libexpat1-dev libssl-dev libcrypt-dev libcairo2-dev"
-  [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file sblim-wbemcli openssl poppler-utils"
-  [vm]="qemu-system-x86"
+  [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file sblim-wbemcli openssl poppler-utils systemd"
+  [vm]="qemu-system-x86 mmdebstrap dpkg-dev file"
   [bench]="libbenchmark-dev pciutils valgrind"
   [package]="dpkg-dev file"
   [lint]="clang clang-format clang-tidy libclang-rt-14-dev shellcheck"

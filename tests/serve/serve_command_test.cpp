@@ -328,8 +328,9 @@ TEST(ServeCommand, HelpNamesItsOptionsAndDefaults) {
   EXPECT_EQ(help.status, 0);
   EXPECT_THAT(help.out, HasSubstr("--bind ADDRESS=127.0.0.1"));
   EXPECT_THAT(help.out, HasSubstr("5988, with TLS 5989"));
-  for (const char* option : {"--server-name NAME", "--stop-time N", "--tls-certificate FILE",
-                             "--tls-key FILE", "--password-file FILE", "--allow-anyone"}) {
+  for (const char* option :
+       {"--server-name NAME", "--stop-time N", "--tls-certificate FILE", "--tls-key FILE",
+        "--password-file FILE", "--allow-anyone", "--config FILE", "--reloadable"}) {
     EXPECT_THAT(help.out, HasSubstr(option));
   }
   EXPECT_THAT(runPcicim({"--help"}).out, HasSubstr("serve"));

@@ -23,13 +23,18 @@ std::string debianArchitecture() {
   return linesOf(shell("dpkg --print-architecture").out).front();
 }
 
+/// Without anything that a compiler made a package suits every machine.
+std::string architectureOf(const std::string& package) {
+  return package == "pcicim-service" ? "all" : debianArchitecture();
+}
+
 /// One package as CPack made it, unpacked.
 class Package {
  public:
   explicit Package(const std::string& name)
       : name_(name),
         file_(fs::path(PACKAGES) /
-              (name + '_' + PROJECT_VERSION "-1_" + debianArchitecture() + ".deb")) {
+              (name + '_' + PROJECT_VERSION "-1_" + architectureOf(name) + ".deb")) {
     EXPECT_EQ(shell("dpkg-deb -x " + quoted(file_) + ' ' + quoted(content()) + " && dpkg-deb -e " +
                     quoted(file_) + ' ' + quoted(control()))
                   .status,
@@ -64,7 +69,7 @@ class EveryPackage : public testing::TestWithParam<const char*> {
 
 INSTANTIATE_TEST_SUITE_P(Debian, EveryPackage,
                          testing::Values("pciprovider", "pciprovider-platform", "pciprovider-tools",
-                                         "pciprovider-dev"),
+                                         "pcicim-service", "pciprovider-dev"),
                          [](const auto& test) {
                            const std::string name = test.param;
                            const auto dash = name.find('-');
@@ -75,7 +80,7 @@ TEST_P(EveryPackage, ControlFieldsAreComplete) {
   EXPECT_EQ(package_.field("Package"), GetParam());
   EXPECT_EQ(package_.field("Version"), PROJECT_VERSION "-1");
   EXPECT_EQ(package_.field("Source"), "pciprovider");
-  EXPECT_EQ(package_.field("Architecture"), debianArchitecture());
+  EXPECT_EQ(package_.field("Architecture"), architectureOf(GetParam()));
   EXPECT_EQ(package_.field("Priority"), "optional");
   EXPECT_THAT(package_.field("Section"), MatchesRegex("admin|libs|libdevel"));
   EXPECT_THAT(package_.field("Maintainer"), MatchesRegex(".+ <[^ ]+@[^ ]+>"));
@@ -124,9 +129,12 @@ TEST_P(EveryPackage, BelongsToRootWithTheUsualPermissions) {
                                          "root/root .*")));
 }
 
-TEST_P(EveryPackage, RunsNoScriptsOfItsOwn) {
-  for (const char* script : {"preinst", "postinst", "prerm", "postrm"}) {
-    EXPECT_FALSE(fs::exists(package_.control() / script)) << script;
+// Only the service has something to stop.
+TEST_P(EveryPackage, RunsNoScriptsButThoseOfTheService) {
+  EXPECT_FALSE(fs::exists(package_.control() / "preinst"));
+  for (const char* script : {"postinst", "prerm", "postrm"}) {
+    EXPECT_EQ(fs::exists(package_.control() / script), package_.name() == "pcicim-service")
+        << script;
   }
 }
 
@@ -191,13 +199,59 @@ TEST(Packages, EachHoldsItsPart) {
 
 TEST(Packages, NoFileIsInTwoOfThem) {
   std::map<std::string, std::string> owners;
-  for (const char* name :
-       {"pciprovider", "pciprovider-platform", "pciprovider-tools", "pciprovider-dev"}) {
+  for (const char* name : {"pciprovider", "pciprovider-platform", "pciprovider-tools",
+                           "pcicim-service", "pciprovider-dev"}) {
     for (const std::string& file : filesBelow(Package(name).content())) {
       const auto [owner, isNew] = owners.emplace(file, name);
       EXPECT_TRUE(isNew) << file << " is in " << owner->second << " and " << name;
     }
   }
+}
+
+TEST(ServicePackage, HoldsUnitsThatAreOffAndAConfiguration) {
+  const Package service("pcicim-service");
+  for (const char* unit : {"pcicim.service", "pcicim.socket"}) {
+    EXPECT_TRUE(service.contains(std::string("usr/lib/systemd/system/") + unit));
+    EXPECT_THAT(contentOf(service.content() / "usr/lib/systemd/system-preset/80-pcicim.preset"),
+                HasSubstr(std::string("\ndisable ") + unit + '\n'));
+  }
+  EXPECT_TRUE(service.contains("etc/pcicim.conf"));
+  EXPECT_EQ(contentOf(service.control() / "conffiles"), "/etc/pcicim.conf\n");
+}
+
+TEST(ServicePackage, ItsScriptsNeitherEnableNorStartAnything) {
+  const Package service("pcicim-service");
+  for (const char* script : {"postinst", "prerm", "postrm"}) {
+    const std::string text = contentOf(service.control() / script);
+    EXPECT_THAT(text, HasSubstr("set -e\n")) << script;
+    EXPECT_THAT(text, Not(testing::ContainsRegex("helper enable|invoke (re)?start"))) << script;
+  }
+  EXPECT_THAT(contentOf(service.control() / "prerm"),
+              HasSubstr("deb-systemd-invoke stop pcicim.socket pcicim.service"));
+}
+
+// What systemd itself thinks of the unit; 10 is no protection at all. The unit says what it does
+// without, and why.
+TEST(ServicePackage, TheServiceIsShutIn) {
+  const Package service("pcicim-service");
+  const fs::path unit = service.content() / "usr/lib/systemd/system/pcicim.service";
+  const Outcome judged =
+      shell("systemd-analyze security --offline=true --threshold=20 " + quoted(unit) + " 2>&1");
+  EXPECT_EQ(judged.status, 0) << judged.out;
+  EXPECT_THAT(judged.out, HasSubstr("Overall exposure level for pcicim.service: "));
+}
+
+TEST(ServicePackage, EveryOptionInTheConfigurationIsKnown) {
+  const Package service("pcicim-service");
+  const std::string help = shell(quoted(BUILD_DIRECTORY "/bin/pcicim") + " serve --help").out;
+  std::size_t count = 0;
+  for (const std::string& line : linesOf(contentOf(service.content() / "etc/pcicim.conf"))) {
+    const auto sign = line.find(" = ");
+    if (!line.starts_with('#') || sign == std::string::npos) continue;
+    EXPECT_THAT(help, HasSubstr("--" + line.substr(1, sign - 1) + ' ')) << line;
+    ++count;
+  }
+  EXPECT_GE(count, 8U);
 }
 
 TEST(Packages, PlatformLibrariesAreAnnouncedToTheLoaderAndToPackagesThatUseThem) {

@@ -1,10 +1,11 @@
 #!/bin/bash
-# Fetches what the guest needs and the host does not: Debian's cloud kernel and a static busybox.
-# Neither is installed, so that what the host itself boots stays as it is. Quick when both are there.
-# Usage: fetch_packages.sh DIRECTORY     (leaves DIRECTORY/vmlinuz and DIRECTORY/busybox)
+# Fetches what the guests need and the host does not: Debian's cloud kernel, a static busybox, and a
+# small Debian system with systemd and what the project's packages depend on. None is installed, so
+# that what the host itself boots stays as it is. Quick when all are there.
+# Usage: fetch_packages.sh DIRECTORY     (leaves vmlinuz, busybox and system.tar there)
 set -euo pipefail
 
-(($# == 1)) || { sed -n '4s/^# //p' "$0" >&2; exit 2; }
+(($# == 1)) || { sed -n '5s/^# //p' "$0" >&2; exit 2; }
 mkdir -p "$1"
 cd "$1"
 
@@ -35,6 +36,21 @@ unpack() {
   mv "$file.part" "$file"
 }
 
+# The host's own sources, where they are in Debian's usual places.
+make_system() {
+  local sources=() file
+  for file in /etc/apt/sources.list /etc/apt/sources.list.d/debian.sources; do
+    [[ ! -s "$file" ]] || sources+=("$file")
+  done
+  mmdebstrap --quiet --variant=essential \
+    --include=systemd,libpci3,pci.ids,libssl3,libexpat1,libpugixml1v5,libstdc++6,passwd \
+    --dpkgopt='path-exclude=/usr/share/doc/*' --dpkgopt='path-exclude=/usr/share/man/*' \
+    --dpkgopt='path-exclude=/usr/share/locale/*' --dpkgopt='path-exclude=/usr/share/zoneinfo/*' \
+    bookworm system.part.tar "${sources[@]}"
+  mv system.part.tar system.tar
+}
+
+[[ -s system.tar ]] || make_system
 [[ ! -s vmlinuz || ! -s busybox ]] || exit 0
 rm -f -- *.deb
 download || { update_lists && download; }
