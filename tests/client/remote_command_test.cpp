@@ -81,6 +81,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Arguments{"get", kDevice, "--property", "ElementName"},
                     Arguments{"associators", kDevice}, Arguments{"associator-names", kDevice},
                     Arguments{"associators", kDevice, "--property", "ElementName"},
+                    Arguments{"associators", kDevice, "--result-class", "CIM_ManagedSystemElement"},
+                    Arguments{"associators", kDevice, "--assoc-class", "Zelmar_PCIControlledBy"},
+                    Arguments{"associator-names", kDevice, "--role", "Antecedent"},
                     Arguments{"references", kDevice}, Arguments{"reference-names", kDevice}));
 
 class RemoteTrees : public testing::TestWithParam<const char*> {};

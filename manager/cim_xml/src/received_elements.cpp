@@ -73,7 +73,7 @@ Value readKeyValue(pugi::xml_node element) {
   const bool isTyped = !typed.empty() && *typed.value() != '\0';
   if (!isTyped && sameName(kind, "numeric")) return readUntypedNumber(text);
   std::optional<CimType> type =
-      isTyped ? typeNamed(typed.value()) : typeNamed(kind == "" ? "string" : kind);
+      isTyped ? typeNamed(typed.value()) : typeNamed(kind.empty() ? "string" : kind);
   if (!type) refuse("a key of unknown type " + shortText(isTyped ? typed.value() : kind));
   auto scalar = readScalar(*type, text);
   if (!scalar) {

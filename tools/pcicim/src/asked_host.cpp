@@ -9,8 +9,10 @@
 #include <stdexcept>
 #include <utility>
 
+#include "checked_operations.h"
 #include "managed_topology.h"
 #include "password.h"
+#include "path_text.h"
 #include "remote_topology.h"
 
 namespace pcicim {
@@ -37,16 +39,25 @@ class LocalHost : public AskedHost {
 
 class RemoteHost : public AskedHost {
  public:
-  explicit RemoteHost(const cimom::ClientSettings& settings)
-      : name_(settings.url.name), client_(settings), topology_(client_, name_) {}
+  RemoteHost(const cimom::ClientSettings& settings, const cimom::ClassRepository& classes,
+             bool isChecked)
+      : name_(settings.url.name),
+        client_(settings),
+        checked_(client_, classes),
+        isChecked_(isChecked),
+        topology_(client_, name_) {}
 
   std::string name() const override { return name_; }
-  cimom::Operations& operations() override { return client_; }
+  cimom::Operations& operations() override {
+    return isChecked_ ? static_cast<cimom::Operations&>(checked_) : client_;
+  }
   TopologySource& topology() override { return topology_; }
 
  private:
   std::string name_;
   cimom::CimXmlClient client_;
+  CheckedOperations checked_;
+  bool isChecked_;
   RemoteTopology topology_;
 };
 
@@ -58,7 +69,33 @@ cimom::ClientLimits limitsFor(const RemoteOptions& options) {
   return limits;
 }
 
-std::vector<std::unique_ptr<AskedHost>> remoteHosts(const RemoteOptions& options) {
+/// The class that the command is about; empty where it is about none.
+std::string targetClass(const Options& options) {
+  switch (options.command) {
+    case Command::kEnumerate:
+      return options.target;
+    case Command::kGet:
+    case Command::kAssociators:
+    case Command::kAssociatorNames:
+    case Command::kReferences:
+    case Command::kReferenceNames:
+      return parsePath(options.target).className;
+    default:
+      return "";
+  }
+}
+
+/// Nothing can be said of classes that only the server knows.
+bool knowsAll(const cimom::ClassRepository& classes, const Options& options) {
+  const auto names = {targetClass(options), options.assocClass, options.resultClass};
+  return std::ranges::all_of(names, [&classes](const std::string& name) {
+    return name.empty() || classes.contains(name);
+  });
+}
+
+std::vector<std::unique_ptr<AskedHost>> remoteHosts(const Session& session, const Options& asked) {
+  const RemoteOptions& options = asked.remote;
+  const bool isChecked = knowsAll(session.classes(), asked);
   std::vector<std::unique_ptr<AskedHost>> hosts;
   std::map<std::string, std::string> passwords;
   for (const std::string& text : options.urls) {
@@ -75,7 +112,7 @@ std::vector<std::unique_ptr<AskedHost>> remoteHosts(const RemoteOptions& options
       }
       settings.password = known->second;
     }
-    hosts.push_back(std::make_unique<RemoteHost>(settings));
+    hosts.push_back(std::make_unique<RemoteHost>(settings, session.classes(), isChecked));
   }
   return hosts;
 }
@@ -83,7 +120,7 @@ std::vector<std::unique_ptr<AskedHost>> remoteHosts(const RemoteOptions& options
 }  // namespace
 
 std::vector<std::unique_ptr<AskedHost>> askedHosts(Session& session, const Options& options) {
-  if (!options.remote.urls.empty()) return remoteHosts(options.remote);
+  if (!options.remote.urls.empty()) return remoteHosts(session, options);
   std::vector<std::unique_ptr<AskedHost>> hosts;
   hosts.push_back(std::make_unique<LocalHost>(session));
   return hosts;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "asked_host.h"
+#include "exit_code.h"
 #include "options.h"
 
 namespace pcicim {
@@ -17,8 +18,8 @@ class HostsFailed : public std::runtime_error {
   explicit HostsFailed(bool isPartial)
       : std::runtime_error("hosts have failed"), isPartial_(isPartial) {}
 
-  /// 3 where there are answers of others, 1 where there is none.
-  int exitCode() const noexcept { return isPartial_ ? 3 : 1; }
+  /// Whether there are answers of others.
+  ExitCode exitCode() const noexcept { return isPartial_ ? kPartial : kFailure; }
 
  private:
   bool isPartial_;

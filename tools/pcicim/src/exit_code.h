@@ -7,6 +7,8 @@ enum ExitCode : int {
   kSuccess = 0,
   kFailure = 1,
   kWrongUse = 2,
+  /// Some of several hosts did not answer.
+  kPartial = 3,
   /// What was asked for by name is not there.
   kNotFound = 4,
 };

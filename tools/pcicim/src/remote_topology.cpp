@@ -22,9 +22,11 @@ constexpr std::size_t kMostQuestions = std::size_t{1} << 20;
 Record toRecord(const std::vector<cimom::NamedValue>& values,
                 const std::vector<std::string>& names) {
   Record record;
-  for (const auto& [written, value] : values) {
-    const auto name = std::ranges::find_if(
-        names, [&written](const std::string& asked) { return cimom::sameName(asked, written); });
+  for (const cimom::NamedValue& written : values) {
+    const auto name = std::ranges::find_if(names, [&written](const std::string& asked) {
+      return cimom::sameName(asked, written.name);
+    });
+    const cimom::Value& value = written.value;
     if (name == names.end() || value.isNull || value.isArray || value.elements.empty()) continue;
     record[*name] = cimom::toText(value.elements.front());
   }
