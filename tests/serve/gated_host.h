@@ -25,10 +25,11 @@ class GatedHost : public cimom::Operations {
     note_ = std::move(note);
   }
 
-  /// How many instances a listing returns, and the error with which it ends then. Set it before
-  /// anybody asks.
+  /// How many instances a listing returns, with the note as it is now, and the error with which it
+  /// ends then. Set it before anybody asks.
   void setListing(std::size_t count, std::string error = {}) {
     listed_ = count;
+    listedNote_ = note_;
     listingError_ = std::move(error);
   }
   /// Instances of all listings that were taken.
@@ -59,7 +60,7 @@ class GatedHost : public cimom::Operations {
     for (std::size_t i = 0; i < listed_; ++i) {
       cimom::ObjectPath name = path;
       name.keys.push_back({"Id", cimom::Value::text(std::to_string(i))});
-      sink({std::move(name), {{"Note", cimom::Value::text(note())}}});
+      sink({std::move(name), {{"Note", cimom::Value::text(listedNote_)}}});
       ++handedOver_;
     }
     if (!listingError_.empty()) throw cimom::CimError(CMPI_RC_ERR_FAILED, listingError_);
@@ -100,11 +101,6 @@ class GatedHost : public cimom::Operations {
     changed_.notify_all();
   }
 
-  std::string note() {
-    const std::lock_guard lock(mutex_);
-    return note_;
-  }
-
   [[noreturn]] static void refuse() {
     throw cimom::CimError(CMPI_RC_ERR_NOT_SUPPORTED, "not here");
   }
@@ -131,6 +127,7 @@ class GatedHost : public cimom::Operations {
   bool open_ = true;
   unsigned waiting_ = 0;
   std::size_t listed_ = 0;
+  std::string listedNote_;
   std::string listingError_;
   std::atomic<std::size_t> handedOver_ = 0;
   int listings_ = 0;

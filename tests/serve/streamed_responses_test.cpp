@@ -219,6 +219,35 @@ TEST(StreamedResponse, AStopWaitsNoLongerThanItsTime) {
   reader.join();
 }
 
+/// One address with more slow clients than there are workers and places to wait.
+TEST(StreamedResponse, SlowClientsOfOneAddressLeaveOthersTheirTurn) {
+  RunningServer server({.requestTime = seconds(600), .requests = 2, .waiting = 4});
+  server.host.setNote(kLongNote);
+  server.host.setListing(kEndless);
+  std::vector<std::unique_ptr<RawClient>> slow;
+  for (int i = 0; i < 20; ++i) slow.push_back(asking(server));
+  slow.front()->receiveUntil(kOk);
+  server.host.setNote("short");
+  for (const char* source : {"127.0.0.2", "127.0.0.3", "127.0.0.2"}) {
+    RawClient other(server.port(), source);
+    ASSERT_TRUE(other.send(wireText(getThing("a"), "Connection: close\r\n")));
+    EXPECT_THAT(other.receiveAll(seconds(100)), AllOf(StartsWith(kOk), HasSubstr("short")));
+  }
+}
+
+TEST(StreamedResponse, OneThatGivesWayIsTakenForWholeByNobody) {
+  RunningServer server({.requestTime = seconds(600), .requests = 1});
+  server.host.setNote(kLongNote);
+  server.host.setListing(kEndless);
+  const auto slow = asking(server, "TE: trailers\r\n");
+  slow->receiveUntil(kOk);
+  RawClient other(server.port(), "127.0.0.2");
+  ASSERT_TRUE(other.send(wireText(getThing("a"), "Connection: close\r\n")));
+  EXPECT_THAT(other.receiveAll(seconds(100)), StartsWith(kOk));
+  const std::string rest = slow->receiveAll(seconds(100));
+  EXPECT_THAT(rest, AllOf(Not(HasSubstr("</CIM>")), HasSubstr("\r\n0\r\nCIMStatusCode: 1\r\n")));
+}
+
 class StreamedMessage : public ServiceTest {
  protected:
   StreamedMessage() {

@@ -216,7 +216,7 @@ void HttpConnection::onRequest() {
       net::post(self->stream_.get_executor(), [self] { self->close(); });
     }
   };
-  if (!shared_.workers.offer(std::move(work))) {
+  if (!shared_.workers.offer(client_, std::move(work))) {
     refuse(status::service_unavailable, "The server is busy.");
   }
 }
@@ -238,7 +238,7 @@ CimXmlReply HttpConnection::makeReply() {
   const HttpRequest& request = reader_.request();
   if (request.version() < 11) return shared_.service.answer(cimHeaders_, request.body());
   return shared_.service.answer(cimHeaders_, request.body(), [this](std::string_view part) {
-    parts_.put(part, [] { return false; });
+    parts_.put(part, [this] { return shared_.workers.mustGiveWay(); });
     net::post(stream_.get_executor(), [self = shared_from_this()] { self->writeParts(); });
   });
 }

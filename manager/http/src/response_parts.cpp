@@ -24,8 +24,9 @@ void ResponseParts::put(std::string_view part, const MustGiveWay& mustGiveWay) {
   const auto hasRoom = [&] {
     return isAbandoned_ || waiting_.empty() || waiting_.size() + part.size() <= kMostWaiting;
   };
-  while (!changed_.wait_for(lock, kStep, hasRoom)) {
+  while (!hasRoom()) {
     if (mustGiveWay()) isAbandoned_ = true;
+    changed_.wait_for(lock, kStep, hasRoom);
   }
   if (isAbandoned_) throw ResponseAbandoned();
   // A chunk of no bytes would be the last.

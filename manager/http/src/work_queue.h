@@ -1,84 +1,74 @@
 #pragma once
 
+#include <boost/asio/ip/address.hpp>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <map>
 #include <mutex>
-#include <stdexcept>
-#include <string>
-#include <system_error>
 #include <thread>
 #include <vector>
 
 namespace cimom {
 
-/// Work handed to a fixed number of threads. Work must not throw. Safe from any thread.
+/// Clients' work, handed to a fixed number of threads so that no client keeps the others from
+/// theirs: a free thread takes the oldest work of the client that has the least running. Work must
+/// not throw. Safe from any thread.
 class WorkQueue {
  public:
+  using Client = boost::asio::ip::address;
   using Work = std::function<void()>;
+  using Clock = std::chrono::steady_clock;
 
-  /// `capacity` is how much may wait while all threads are at work. Throws std::runtime_error when
-  /// the threads cannot be made.
-  WorkQueue(unsigned threads, std::size_t capacity) : idle_(threads), capacity_(capacity) {
-    try {
-      for (unsigned i = 0; i < threads; ++i) threads_.emplace_back([this] { run(); });
-    } catch (const std::system_error& error) {
-      // Those that were made run already.
-      finish();
-      throw std::runtime_error("cannot make " + std::to_string(threads) +
-                               " threads for requests: " + error.code().message());
-    }
-  }
+  /// `capacity` is how much may wait while all threads are at work, three quarters of it of one
+  /// client. Work that has waited for `patience` makes others give way. Throws std::runtime_error
+  /// when the threads cannot be made.
+  WorkQueue(unsigned threads, std::size_t capacity,
+            std::chrono::milliseconds patience = std::chrono::seconds(2));
   ~WorkQueue() { finish(); }
   WorkQueue(const WorkQueue&) = delete;
   WorkQueue& operator=(const WorkQueue&) = delete;
 
   /// Waits for what has been taken, waiting work too, and ends the threads. Once this has begun no
   /// more may be offered.
-  void finish() {
-    {
-      const std::lock_guard lock(mutex_);
-      ending_ = true;
-    }
-    changed_.notify_all();
-    for (std::thread& thread : threads_) thread.join();
-    threads_.clear();
-  }
+  void finish();
 
-  /// False, and `work` untouched, when too much waits already.
-  bool offer(Work&& work) {
-    {
-      const std::lock_guard lock(mutex_);
-      if (waiting_.size() >= capacity_ + idle_) return false;
-      waiting_.push_back(std::move(work));
-    }
-    changed_.notify_one();
-    return true;
-  }
+  /// False, and `work` untouched, when too much waits already, of all clients or of this one.
+  bool offer(const Client& client, Work&& work);
+
+  /// Asked by work that waits for its client: true when it should end, since others have waited for
+  /// a thread for too long and no client has more running than its own. It has to end then.
+  bool mustGiveWay();
 
  private:
-  void run() {
-    std::unique_lock lock(mutex_);
-    for (;;) {
-      changed_.wait(lock, [this] { return ending_ || !waiting_.empty(); });
-      if (waiting_.empty()) return;
-      Work work = std::move(waiting_.front());
-      waiting_.pop_front();
-      --idle_;
-      lock.unlock();
-      work();
-      work = nullptr;
-      lock.lock();
-      ++idle_;
-    }
-  }
+  struct Waiting {
+    Client client;
+    Work work;
+    Clock::time_point since;
+  };
+  struct Running {
+    Client client;
+    bool givesWay = false;
+  };
 
+  // All of these need the lock.
+  std::size_t runningOf(const Client& client) const;
+  std::size_t waitingOf(const Client& client) const;
+  bool isOwedAThread(const Waiting& waiting, std::size_t most) const;
+  Waiting takeNext();
+
+  void run();
+
+  const std::size_t capacity_;
+  const std::chrono::milliseconds patience_;
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::deque<Work> waiting_;
+  /// The oldest first.
+  std::deque<Waiting> waiting_;
+  std::map<std::thread::id, Running> running_;
   std::size_t idle_;
-  std::size_t capacity_;
   bool ending_ = false;
   std::vector<std::thread> threads_;
 };

@@ -22,7 +22,9 @@ struct HttpLimits {
   std::chrono::seconds idleTime{5};
   /// Requests answered at the same time, at least 1; each takes a thread.
   unsigned requests = 8;
-  /// Whole requests that wait beyond those; the next is answered with 503.
+  /// Whole requests that wait beyond those, three quarters of them from one address; the next is
+  /// answered with 503. One that has waited for two seconds ends a long response whose client is
+  /// slow, of the address that has most of them.
   unsigned waiting = 32;
   /// Open connections, at least 1; a client beyond them is answered with 503. When more than half
   /// are open, connections end with their response, so that idle ones never hold all.
