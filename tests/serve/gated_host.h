@@ -26,11 +26,10 @@ class GatedHost : public cimom::Operations {
   }
 
   /// How many instances a listing returns, with the note as it is now, and the error with which it
-  /// ends then. Set it before anybody asks.
+  /// ends then.
   void setListing(std::size_t count, std::string error = {}) {
-    listed_ = count;
-    listedNote_ = note_;
-    listingError_ = std::move(error);
+    const std::lock_guard lock(mutex_);
+    listing_ = {count, note_, std::move(error)};
   }
   /// Instances of all listings that were taken.
   std::size_t handedOver() const { return handedOver_; }
@@ -57,13 +56,14 @@ class GatedHost : public cimom::Operations {
   void enumerateInstances(const cimom::ObjectPath& path, const cimom::PropertyList&,
                           const cimom::InstanceSink& sink) override {
     const ListingUnderWay underWay(*this);
-    for (std::size_t i = 0; i < listed_; ++i) {
+    const Listing listing = listingNow();
+    for (std::size_t i = 0; i < listing.count; ++i) {
       cimom::ObjectPath name = path;
       name.keys.push_back({"Id", cimom::Value::text(std::to_string(i))});
-      sink({std::move(name), {{"Note", cimom::Value::text(listedNote_)}}});
+      sink({std::move(name), {{"Note", cimom::Value::text(listing.note)}}});
       ++handedOver_;
     }
-    if (!listingError_.empty()) throw cimom::CimError(CMPI_RC_ERR_FAILED, listingError_);
+    if (!listing.error.empty()) throw cimom::CimError(CMPI_RC_ERR_FAILED, listing.error);
   }
   void associators(const cimom::ObjectPath&, const cimom::AssociationFilter&,
                    const cimom::PropertyList&, const cimom::InstanceSink&) override {
@@ -83,6 +83,17 @@ class GatedHost : public cimom::Operations {
   }
 
  private:
+  struct Listing {
+    std::size_t count = 0;
+    std::string note;
+    std::string error;
+  };
+
+  Listing listingNow() {
+    const std::lock_guard lock(mutex_);
+    return listing_;
+  }
+
   class ListingUnderWay {
    public:
     explicit ListingUnderWay(GatedHost& host) : host_(host) { host_.countListing(1); }
@@ -126,9 +137,7 @@ class GatedHost : public cimom::Operations {
   std::string note_;
   bool open_ = true;
   unsigned waiting_ = 0;
-  std::size_t listed_ = 0;
-  std::string listedNote_;
-  std::string listingError_;
+  Listing listing_;
   std::atomic<std::size_t> handedOver_ = 0;
   int listings_ = 0;
   unsigned begun_ = 0;
