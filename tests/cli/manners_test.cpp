@@ -8,6 +8,7 @@
 
 #include "made_inventory.h"
 #include "run_pcicim.h"
+#include "terminal.h"
 
 namespace clitest {
 namespace {
@@ -110,6 +111,69 @@ TEST(StandardError, HasTheLinesOfFactoriesOnlyWhenAskedFor) {
     EXPECT_EQ(onSample({command}).err, "");
     EXPECT_THAT(onSample({"--verbose", command}).err, HasSubstr(line));
   }
+}
+
+TEST(Names, OfOtherClientsAreUnderstood) {
+  const std::string path = "root/cimv2:Zelmar_PCIeSwitch.DeviceID=\"0000:01:00.0\"";
+  const Outcome plain = onSample({"get", path});
+  EXPECT_EQ(plain.status, 0) << plain.err;
+  for (const char* host : {"127.0.0.1:5988/", "http://alice@node7.example:5988/"}) {
+    EXPECT_EQ(onSample({"get", host + path}).out, plain.out) << host;
+    const Outcome listing = onSample({"enum", std::string(host) + "root/cimv2:Zelmar_PCIeSwitch"});
+    EXPECT_EQ(listing.out, onSample({"enum", "Zelmar_PCIeSwitch"}).out) << listing.err;
+  }
+  const Outcome object = onSample({"enum", path});
+  EXPECT_EQ(object.status, 1);
+  EXPECT_THAT(object.err, HasSubstr("a class has no keys"));
+  EXPECT_THAT(onSample({"enum", "root/other:Zelmar_PCIeSwitch"}).err,
+              HasSubstr("CIM_ERR_INVALID_NAMESPACE"));
+}
+
+TEST(Text, ShowsIdsAlsoInHexadecimalDigits) {
+  const std::string text = onSample({"get", "Zelmar_PCIDevice.DeviceID=\"0000:03:00.0\""}).out;
+  EXPECT_THAT(text, testing::ContainsRegex("VendorID  *= 32902 \\(0x8086\\)\n"));
+  EXPECT_THAT(text, testing::ContainsRegex("PCIDeviceID  *= 4307 \\(0x10d3\\)\n"));
+  EXPECT_THAT(text, testing::ContainsRegex("RevisionID  *= 0 \\(0x00\\)\n"));
+}
+
+TEST(Text, OfNamesShowsNoControlOfTheTerminalAndCanBeHandedBack) {
+  const Outcome names =
+      runPcicim({"--inventory", sample("q35-pcie-switches.txt").string(), "--host-name",
+                 "a\x1b[31m\xc2\x9b\u202e\"", "enum", "Zelmar_PCIeSwitch", "--names"});
+  EXPECT_THAT(names.out, HasSubstr("SystemName=\"a\\x001B[31m\\x009B\\x202E\\\"\""));
+  const Outcome values =
+      runPcicim({"--inventory", sample("q35-pcie-switches.txt").string(), "--host-name",
+                 "a\x1b[31m\xc2\x9b\u202e\"", "enum", "Zelmar_PCIeSwitch"});
+  EXPECT_THAT(values.out, HasSubstr("= \"a\\x001B[31m\\u{9b}\\u{202e}\\\"\"\n"));
+}
+
+const Arguments kShownTree{"--inventory", sample("q35-pcie-switches.txt").string(), "tree"};
+
+TEST(ColouredText, IsForTerminalsAlone) {
+  EXPECT_EQ(onSample({"tree"}).out.find('\x1b'), std::string::npos);
+  OnTerminal shown(PCICIM_PROGRAM, kShownTree, {{"TERM", "xterm"}, {"NO_COLOR", ""}}, true);
+  EXPECT_THAT(shown.awaitEnd(), HasSubstr("\x1b[36m[bridge to bus 01] \x1b[0mRed Hat"));
+  for (const Environment& environment : {Environment{{"TERM", "dumb"}, {"NO_COLOR", ""}},
+                                         Environment{{"TERM", "xterm"}, {"NO_COLOR", "1"}}}) {
+    OnTerminal plain(PCICIM_PROGRAM, kShownTree, environment, true);
+    const std::string text = plain.awaitEnd();
+    EXPECT_THAT(text, HasSubstr("[bridge to bus 01] Red Hat"));
+    EXPECT_EQ(text.find("\x1b["), std::string::npos) << text;
+  }
+}
+
+TEST(ColouredText, IsAsTheOptionSays) {
+  const std::string tree = onSample({"--color", "always", "tree"}).out;
+  EXPECT_THAT(tree, HasSubstr("\x1b[1mSegment 0000, bus 00\x1b[0m\n"));
+  EXPECT_THAT(tree, HasSubstr("\x1b[2m (empty)\x1b[0m\n"));
+  EXPECT_THAT(onSample({"--color", "always", "enum", "Zelmar_PCIeSwitch"}).out,
+              HasSubstr("\x1b[1mZelmar_PCIeSwitch\x1b[0m\n"));
+  EXPECT_EQ(onSample({"--color", "always", "enum", "Zelmar_PCIeSwitch", "--json"}).out.find('\x1b'),
+            std::string::npos);
+  Arguments never = kShownTree;
+  never.insert(never.begin(), {"--color", "never"});
+  OnTerminal plain(PCICIM_PROGRAM, never, {{"TERM", "xterm"}, {"NO_COLOR", ""}}, true);
+  EXPECT_EQ(plain.awaitEnd().find("\x1b[36m"), std::string::npos);
 }
 
 TEST(Json, OfCountsIsOneObject) {

@@ -151,7 +151,7 @@ TEST(PrintTree, OfFunctionsWithOneAddressTheFirstTakesTheChildren) {
 TEST(PrintTree, NothingOfANameReachesTheTerminalAsControl) {
   Function hostile = function("0000:00:00.0", "");
   hostile.name = "red\x1b[31m\nline";
-  EXPECT_EQ(drawn({hostile}), "Segment 0000, bus 00\n`- 0000:00:00.0  red?[31m?line\n");
+  EXPECT_EQ(drawn({hostile}), "Segment 0000, bus 00\n`- 0000:00:00.0  red\\x1b[31m\\x0aline\n");
 }
 
 /// Serves functions of its own; `enumerated` ones show in the enumeration of devices.

@@ -46,6 +46,10 @@ void appendForReaders(std::string& out, char32_t code) {
 
 template <typename Append>
 std::string withEscapes(std::string_view text, const Append& append) {
+  // Nearly all text is plain.
+  if (std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7f; })) {
+    return std::string(text);
+  }
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {

@@ -13,9 +13,11 @@
 #include "asked_host.h"
 #include "each_host.h"
 #include "output.h"
+#include "path_text.h"
 #include "picture.h"
 #include "serve.h"
 #include "session.h"
+#include "standard_output.h"
 #include "tree_json.h"
 
 namespace pcicim {
@@ -34,6 +36,21 @@ const std::vector<std::string>& publishedClasses() {
 cimom::ObjectPath classPath(const std::string& className) {
   cimom::ObjectPath path;
   path.className = className;
+  return path;
+}
+
+/// A class as people name it, perhaps with host and namespace in front.
+cimom::ObjectPath classNamed(const std::string& text) {
+  if (text.find(':') == std::string::npos) {
+    return classPath(text);
+  }
+  const PathText written = parsePath(text);
+  if (!written.keys.empty()) {
+    throw PathError("a class has no keys; \"pcicim get\" shows one object",
+                    written.keys.front().position);
+  }
+  cimom::ObjectPath path = classPath(written.className);
+  path.nameSpace = written.nameSpace;
   return path;
 }
 
@@ -130,13 +147,13 @@ class CommandRunner {
   /// Prints what the request hands to the sink that it is given.
   template <typename Request>
   void list(Request request) {
-    ListingPrinter printer(session_.classes(), options_.format, out_, host_.name());
+    ListingPrinter printer(session_.classes(), options_.format, out_, host_.name(), isColoured());
     request([&printer](const auto& object) { printer.print(object); });
     printer.finish();
   }
 
   void enumerate() {
-    const cimom::ObjectPath asked = classPath(options_.target);
+    const cimom::ObjectPath asked = classNamed(options_.target);
     list([&](const auto& sink) {
       if (options_.namesOnly) {
         host_.operations().enumerateInstanceNames(asked, sink);
@@ -172,9 +189,11 @@ class CommandRunner {
     if (functions.empty() && leftOut.empty()) {
       out_ << "No PCI functions.\n";
     }
-    printTree(std::move(functions), out_);
+    printTree(std::move(functions), out_, isColoured());
     printLeftOut(leftOut, out_);
   }
+
+  bool isColoured() const { return wantsColours(options_.colours); }
 
   const Options& options_;
   Session& session_;

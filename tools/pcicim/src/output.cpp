@@ -1,5 +1,7 @@
 #include "output.h"
 
+#include <model/names.h>
+#include <model/visible_text.h>
 #include <mof/mof_writer.h>
 #include <mof/value_meanings.h>
 
@@ -7,6 +9,7 @@
 #include <iomanip>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -91,6 +94,26 @@ Json ofHost(const std::string& host, const Json& object) {
   return named;
 }
 
+/// Numbers that everybody writes in hexadecimal digits.
+bool isId(std::string_view property) {
+  static const std::vector<std::string> kIds{"VendorID", "PCIDeviceID", "SubsystemID",
+                                             "SubsystemVendorID", "RevisionID"};
+  return cimom::holdsName(kIds, property);
+}
+
+/// " (0x8086)" for a number; empty for others.
+std::string inHex(const cimom::Value& value) {
+  const auto* number =
+      value.elements.size() == 1 ? std::get_if<std::uint64_t>(&value.elements.front()) : nullptr;
+  if (number == nullptr) {
+    return "";
+  }
+  std::ostringstream text;
+  text << " (0x" << std::hex << std::setfill('0')
+       << std::setw(value.type == cimom::CimType::kUint8 ? 2 : 4) << *number << ')';
+  return text.str();
+}
+
 std::string description(const cimom::ClassDeclaration& declaration) {
   const auto* text = cimom::findQualifier(declaration.qualifiers, "Description");
   return text == nullptr ? "" : std::string(text->text());
@@ -101,35 +124,49 @@ std::string description(const cimom::ClassDeclaration& declaration) {
 /// Writes instances as text, with the meanings of their values.
 class ListingPrinter::Meanings {
  public:
-  explicit Meanings(const cimom::ClassRepository& classes) : meanings_(classes) {}
+  Meanings(const cimom::ClassRepository& classes, bool isColoured)
+      : meanings_(classes), isColoured_(isColoured) {}
 
   void printText(const cimom::Instance& instance, std::ostream& out) {
     std::size_t width = 0;
     for (const auto& [name, value] : instance.properties) {
       width = std::max(width, name.size());
     }
-    text_ = instance.path.className + '\n';
+    text_.clear();
+    append("\x1b[1m", instance.path.className);
+    text_ += '\n';
     for (const cimom::NamedValue& property : instance.properties) {
-      text_ += "  " + property.name;
+      text_ += "  ";
+      append("\x1b[36m", property.name);
       text_.append(width - property.name.size(), ' ');
-      text_ += " = " + meanings_.explained(instance.path.className, property) + '\n';
+      text_ += " = ";
+      text_ += cimom::visibleText(meanings_.explained(instance.path.className, property));
+      text_ += isId(property.name) ? inHex(property.value) : "";
+      text_ += '\n';
     }
     out << text_;
   }
 
  private:
+  void append(std::string_view manner, std::string_view name) {
+    text_ += isColoured_ ? manner : "";
+    text_ += cimom::visibleText(name);
+    text_ += isColoured_ ? "\x1b[0m" : "";
+  }
+
   cimom::ValueMeanings meanings_;
+  bool isColoured_;
   std::string text_;
 };
 
 OutputFailure::OutputFailure() : std::runtime_error("the output cannot be written") {}
 
 ListingPrinter::ListingPrinter(const cimom::ClassRepository& classes, Format format,
-                               std::ostream& out, std::string host)
+                               std::ostream& out, std::string host, bool isColoured)
     : format_(format),
       out_(out),
       host_(std::move(host)),
-      meanings_(std::make_unique<Meanings>(classes)) {}
+      meanings_(std::make_unique<Meanings>(classes, isColoured)) {}
 
 ListingPrinter::~ListingPrinter() = default;
 
@@ -169,7 +206,7 @@ void ListingPrinter::print(const cimom::ObjectPath& path) {
   } else if (format_ == Format::kJsonLines) {
     out_ << onOneLine(ofHost(host_, toJson(path))) << '\n';
   } else {
-    out_ << cimom::toText(path) << '\n';
+    out_ << cimom::visibleText(path) << '\n';
   }
 }
 

@@ -25,15 +25,16 @@ class OutputFailure : public std::runtime_error {
 /// and the stream outlive it.
 ///
 /// Instances. Text: one block each, names aligned, values with the meaning that their class gives
-/// them; JSON: an array, one object to a line, its class as "@class", references as objects, bytes
-/// that are no UTF-8 replaced; lines of JSON: such objects alone, with the host as "@host" in
-/// front; MOF: what a MOF reader reads back. Object paths: one to a line, in JSON an array of
-/// objects.
+/// them and ids also in hexadecimal digits, what is not for a terminal written out; JSON: an array,
+/// one object to a line, its class as "@class", references as objects, bytes that are no UTF-8
+/// replaced; lines of JSON: such objects alone, with the host as "@host" in front; MOF: what a MOF
+/// reader reads back. Object paths: one to a line, in JSON an array of objects.
 class ListingPrinter {
  public:
-  /// `host` is what lines of JSON call the host.
+  /// `host` is what lines of JSON call the host; `isColoured` sets names off in text, by escapes of
+  /// terminals.
   ListingPrinter(const cimom::ClassRepository& classes, Format format, std::ostream& out,
-                 std::string host = {});
+                 std::string host = {}, bool isColoured = false);
   ~ListingPrinter();
   ListingPrinter(const ListingPrinter&) = delete;
   ListingPrinter& operator=(const ListingPrinter&) = delete;

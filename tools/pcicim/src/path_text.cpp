@@ -77,14 +77,41 @@ class PathReader {
     }
   }
 
+  /// Behind the slashes of a URL; 0 without them.
+  std::size_t beginOfHost() const {
+    for (const std::string_view scheme : {"//", "http://", "https://"}) {
+      if (lowerCase(text_.substr(0, scheme.size())) == scheme) {
+        return scheme.size();
+      }
+    }
+    return 0;
+  }
+
+  /// Of "node7.example:5988/" and the like at the beginning, with the slash; 0 when it is not
+  /// there. No namespace has a number and a slash behind a colon.
+  std::size_t lengthOfHostAndPort() const {
+    const std::size_t slash = std::min(text_.find('/'), text_.find('"'));
+    if (slash == std::string_view::npos || text_[slash] != '/') {
+      return 0;
+    }
+    const std::size_t colon = text_.substr(0, slash).rfind(':');
+    if (colon == std::string_view::npos || colon == 0 || colon + 1 == slash) {
+      return 0;
+    }
+    const std::string_view port = text_.substr(colon + 1, slash - colon - 1);
+    return std::all_of(port.begin(), port.end(), isDigit) ? slash + 1 : 0;
+  }
+
   void readNamespace(PathText& path) {
-    if (text_.substr(0, 2) == "//") {
-      at_ = text_.find('/', 2);
+    if (const std::size_t host = beginOfHost(); host != 0) {
+      at_ = text_.find('/', host);
       if (at_ == std::string_view::npos) {
         at_ = text_.size();
         fail("expected a namespace behind the host name");
       }
       ++at_;
+    } else {
+      at_ = lengthOfHostAndPort();
     }
     const std::size_t end = text_.find_first_of(":.=\",", at_);
     if (end == std::string_view::npos || text_[end] != ':') {
@@ -198,8 +225,10 @@ class PathReader {
     if (!accept('-')) {
       accept('+');
     }
+    const bool isHex = text_.substr(at_, 2) == "0x" || text_.substr(at_, 2) == "0X";
+    at_ += isHex ? 2 : 0;
     const std::size_t digits = at_;
-    while (isDigit(next())) {
+    while (isHex ? hexValue(next()) >= 0 : isDigit(next())) {
       ++at_;
     }
     if (at_ == digits) {

@@ -33,9 +33,10 @@ struct PathText {
   std::vector<Key> keys;
 };
 
-/// Reads [[//HOST/]NAMESPACE:]CLASS[.KEY=VALUE[,KEY=VALUE]...] with values in double quotes
-/// (escapes as in MOF), whole numbers, TRUE or FALSE. The host's name is dropped. A key named
-/// twice is an error. Throws PathError.
+/// Reads [[HOST/]NAMESPACE:]CLASS[.KEY=VALUE[,KEY=VALUE]...] with values in double quotes (escapes
+/// as in MOF), whole numbers (also in hexadecimal digits, 0x1f), TRUE or FALSE. HOST is //NAME,
+/// http://[USER@]NAME[:PORT], the same with https, or [USER@]NAME:PORT, as other clients print it,
+/// and is dropped. A key named twice is an error. Throws PathError.
 PathText parsePath(std::string_view text);
 
 }  // namespace pcicim

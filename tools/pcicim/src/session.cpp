@@ -83,10 +83,14 @@ void setUpLog(bool verbose) {
 }
 
 template <typename Number>
-bool readNumber(std::string_view text, Number& number) {
-  text.remove_prefix(text.substr(0, 1) == "+" ? 1 : 0);
+bool readNumber(std::string_view written, Number& number) {
+  std::string text(written.substr(written.starts_with('+') ? 1 : 0));
+  const std::size_t digits = text.starts_with('-') ? 1 : 0;
+  const bool isHex =
+      text.size() > digits + 1 && (text[digits + 1] == 'x' || text[digits + 1] == 'X');
+  text.erase(digits, isHex ? 2 : 0);
   const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  const auto [stop, error] = std::from_chars(text.data(), end, number, isHex ? 16 : 10);
   return error == std::errc() && stop == end;
 }
 

@@ -3,8 +3,27 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <string_view>
 
 namespace pcicim {
+namespace {
+
+std::string_view variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+}  // namespace
+
+bool wantsColours(Colours choice) {
+  if (choice != Colours::kAuto) {
+    return choice == Colours::kAlways;
+  }
+  const std::string_view terminal = variable("TERM");
+  return isatty(STDOUT_FILENO) != 0 && !terminal.empty() && terminal != "dumb" &&
+         variable("NO_COLOR").empty();
+}
 
 StandardOutputBuffer::StandardOutputBuffer() {
   setp(characters_.data(), characters_.data() + characters_.size());

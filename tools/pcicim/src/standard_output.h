@@ -4,7 +4,13 @@
 #include <ostream>
 #include <streambuf>
 
+#include "options.h"
+
 namespace pcicim {
+
+/// Whether text at standard output is to be coloured: by itself on a terminal that can, unless the
+/// variable NO_COLOR is set and not empty.
+bool wantsColours(Colours choice);
 
 /// Writes to standard output and remembers why that failed: a stream reports only that it did, and
 /// errno has changed by the time it is read.

@@ -3,6 +3,7 @@
 // input is not trusted: parents may be missing or form a circle, and addresses may be unreadable.
 // Each function is printed exactly once all the same; `printed_` holds which were. A printer is for
 // one thread and one call, and nothing is shared between calls.
+#include <model/visible_text.h>
 #include <topology/topology.h>
 
 #include <algorithm>
@@ -73,13 +74,15 @@ std::vector<Function> sorted(std::vector<Function> functions,
   return result;
 }
 
+/// Of what the terminal shows; all are ended by kPlain.
+constexpr std::string_view kBold = "\x1b[1m";
+constexpr std::string_view kDim = "\x1b[2m";
+constexpr std::string_view kCyan = "\x1b[36m";
+constexpr std::string_view kPlain = "\x1b[0m";
+
 /// Names come from a list that anyone can edit: nothing in them may reach the terminal as control.
 void appendPrintable(std::string_view text, std::string& to) {
-  const std::size_t start = to.size();
-  to += text;
-  std::replace_if(
-      to.begin() + static_cast<std::ptrdiff_t>(start), to.end(),
-      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, '?');
+  to += cimom::visibleText(text);
 }
 
 /// Which functions are below which, all of them by their index.
@@ -153,9 +156,10 @@ class Branches {
 
 class TreePrinter {
  public:
-  TreePrinter(std::vector<Function> functions, std::ostream& out)
+  TreePrinter(std::vector<Function> functions, std::ostream& out, bool isColoured)
       : functions_(sorted(std::move(functions), addresses_)),
         out_(out),
+        isColoured_(isColoured),
         branches_(functions_),
         printed_(functions_.size(), false) {}
 
@@ -228,8 +232,19 @@ class TreePrinter {
   }
 
   void heading(std::string_view text) {
-    text_ += text;
+    paint(kBold, [&] { text_ += text; });
     text_ += '\n';
+  }
+
+  /// What `append` appends is shown in that manner, where colours are wanted.
+  template <class Append>
+  void paint(std::string_view manner, Append append) {
+    const std::size_t start = text_.size();
+    append();
+    if (isColoured_ && text_.size() != start) {
+      text_.insert(start, manner);
+      text_ += kPlain;
+    }
   }
 
   /// What is left once everything with a beginning is printed hangs off circles: climbing leads
@@ -292,9 +307,9 @@ class TreePrinter {
     text_ += isLast ? "`- " : "|- ";
     appendPrintable(function.address, text_);
     text_ += "  ";
-    describe(index);
+    paint(kCyan, [&] { describe(index); });
     appendPrintable(function.name, text_);
-    remark(index);
+    paint(kDim, [&] { remark(index); });
     text_ += '\n';
     if (text_.size() >= kMostKept) {
       flush();
@@ -365,6 +380,7 @@ class TreePrinter {
   std::vector<std::optional<Address>> addresses_;
   std::vector<Function> functions_;
   std::ostream& out_;
+  bool isColoured_;
   Branches branches_;
   std::vector<bool> printed_;
   /// What of the branches on the way to the latest line is still to be printed, and what stands
@@ -418,8 +434,8 @@ std::string addressText(const Address& address) {
   return text;
 }
 
-void printTree(std::vector<Function> functions, std::ostream& out) {
-  TreePrinter(std::move(functions), out).print();
+void printTree(std::vector<Function> functions, std::ostream& out, bool isColoured) {
+  TreePrinter(std::move(functions), out, isColoured).print();
 }
 
 void printLeftOut(const std::vector<Function>& functions, std::ostream& out) {

@@ -55,7 +55,9 @@ struct Function {
 /// it as parent. Every function is printed exactly once, in the order of addresses; those that
 /// hang together in a circle, name a parent that is not there or have no readable address follow
 /// under a heading of their own. Of functions with the same address the first takes the children.
-void printTree(std::vector<Function> functions, std::ostream& out);
+/// What is not for a terminal is written out in names and addresses (cimom::visibleText); where
+/// `isColoured` is set, headings, kinds and remarks are set off from names by escapes of terminals.
+void printTree(std::vector<Function> functions, std::ostream& out, bool isColoured = false);
 
 /// Prints how many functions the tree leaves out, a line for each bus that they are on. A function
 /// without a readable address does not count.
