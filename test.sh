@@ -1,7 +1,8 @@
 #!/bin/bash
 # Builds everything in the debug preset and runs every test; with --vm, instead, the tests that boot
-# a virtual machine under software emulation and ask in it.
-# Usage: ./test.sh [--vm] [CTEST-OPTION]...     (for example: ./test.sh -R Tree)
+# a virtual machine under software emulation and ask in it, with --browser those that open the pages
+# of `pcicim serve` in a browser.
+# Usage: ./test.sh [--vm|--browser] [CTEST-OPTION]...     (for example: ./test.sh -R Tree)
 set -euo pipefail
 cd "$(dirname "$(realpath "$0")")"
 
@@ -13,6 +14,11 @@ if [[ "${1:-}" == --vm ]]; then
   groups+=(vm)
   targets=(--target vm_tests)
   tests=vm
+elif [[ "${1:-}" == --browser ]]; then
+  shift
+  groups+=(browser)
+  targets=(--target browser_tests)
+  tests=browser
 fi
 
 scripts/install-packages.sh "${groups[@]}"

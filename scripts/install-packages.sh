@@ -1,12 +1,13 @@
 #!/bin/bash
 # Installs the Debian packages that a job needs and that are missing.
-# Usage: scripts/install-packages.sh GROUP...     (groups: build, test, bench, vm, package, lint)
+# Usage: scripts/install-packages.sh GROUP...     (groups: build, test, browser, bench, vm, package, lint)
 set -euo pipefail
 
 declare -A groups=(
   [build]="cmake ninja-build g++ pkgconf libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libboost-dev libexpat1-dev libssl-dev libcrypt-dev libcairo2-dev"
   [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file sblim-wbemcli openssl poppler-utils systemd"
   [vm]="qemu-system-x86 mmdebstrap dpkg-dev file"
+  [browser]="chromium chromium-driver fonts-dejavu-core"
   [bench]="libbenchmark-dev pciutils valgrind"
   [package]="dpkg-dev file"
   [lint]="clang clang-format clang-tidy libclang-rt-14-dev shellcheck"

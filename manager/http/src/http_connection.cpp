@@ -19,6 +19,7 @@
 #include <string_view>
 #include <utility>
 
+#include "http_pages.h"
 #include "http_refusals.h"
 
 namespace cimom {
@@ -172,7 +173,7 @@ void HttpConnection::onHead() {
   firstDeadline_.reset();
   state_ = State::kReadingBody;
   const HttpRequest& head = reader_.request();
-  if (auto refused = refusalByHead(head, shared_.limits, shared_.names, local_)) {
+  if (auto refused = refusalByHead(head, shared_.limits, shared_.names, local_, shared_.pages)) {
     return respond(std::move(*refused));
   }
   if (head.method() == http::verb::options) return respond(optionsResponse());
@@ -227,6 +228,12 @@ void HttpConnection::answer() {
   if (login_ && !shared_.access->verify(*login_, client_)) {
     return onStrand([self = shared_from_this()] { self->refuseLogin(); });
   }
+  if (isForPage(reader_.request(), shared_.pages)) {
+    HttpResponse page = pageResponse(reader_.request(), *shared_.pages);
+    return onStrand([self = shared_from_this(), page = std::move(page)]() mutable {
+      self->respond(std::move(page));
+    });
+  }
   onStrand([self = shared_from_this(), reply = makeReply()]() mutable {
     reply.isStreamed ? self->endParts(reply.lateError)
                      : self->respond(cimResponse(std::move(reply)));
@@ -270,6 +277,10 @@ void HttpConnection::respond(HttpResponse response) {
   state_ = State::kWriting;
   beginResponse(std::move(response));
   response_.prepare_payload();
+  // HEAD is answered with the length alone.
+  if (reader_.hasRequest() && reader_.request().method() == http::verb::head) {
+    response_.body().clear();
+  }
   serializer_.emplace(response_);
   write();
 }

@@ -2,6 +2,7 @@
 
 #include <cim_xml/cim_xml_service.h>
 #include <http/http_server.h>
+#include <http/page_service.h>
 
 #include <atomic>
 #include <boost/asio/ip/tcp.hpp>
@@ -31,6 +32,8 @@ struct HttpSharedState {
   const ServedNames names;
   /// Null where nobody is asked for a password.
   HttpAccess* access;
+  /// Null where there are no pages.
+  PageService* pages;
   /// Whole requests are answered here; reading and writing takes none of these threads.
   WorkQueue& workers;
   std::atomic<bool> stopping = false;

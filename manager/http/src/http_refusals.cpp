@@ -8,6 +8,9 @@
 #include <string_view>
 #include <system_error>
 
+#include "http_pages.h"
+#include "http_target.h"
+
 namespace cimom {
 namespace {
 
@@ -26,25 +29,6 @@ bool hasOne(const HttpRequest& head, field name) {
 }
 
 // --- Which server, and from where
-
-/// A request's target: its authority, where it names one, and its path.
-struct Target {
-  std::string_view authority;
-  std::string_view path;
-};
-
-Target targetOf(const HttpRequest& head) {
-  const std::string_view text = standard(head.target());
-  const std::size_t scheme = text.find("://");
-  const bool isAbsolute =
-      !text.starts_with('/') && scheme != std::string_view::npos &&
-      (sameName(text.substr(0, scheme), "http") || sameName(text.substr(0, scheme), "https"));
-  if (!isAbsolute) return {"", text.substr(0, text.find_first_of("?#"))};
-  const std::string_view rest = text.substr(scheme + 3);
-  const std::size_t end = std::min(rest.find_first_of("/?#"), rest.size());
-  const std::string_view path = rest.substr(end, rest.find_first_of("?#", end) - end);
-  return {rest.substr(0, end), path.empty() ? "/" : path};
-}
 
 /// An origin is the scheme and authority of the page that made a browser send the request.
 bool isOwnOrigin(std::string_view origin, std::string_view authority) {
@@ -176,8 +160,12 @@ Refusal refusalByMethod(const HttpRequest& head) {
 }  // namespace
 
 Refusal refusalByHead(const HttpRequest& head, const HttpLimits& limits, const ServedNames& names,
-                      const Address& local) {
+                      const Address& local, const PageService* pages) {
   if (auto refused = refusalBySite(head, names, local)) return refused;
+  if (isForPage(head, pages)) {
+    if (!mayHaveBody(head)) return std::nullopt;
+    return refusal(status::bad_request, "A page is asked for without a body.");
+  }
   if (auto refused = refusalByMethod(head)) return refused;
   if (head.method() == http::verb::options) return std::nullopt;
   return refusalByBody(head, limits);

@@ -40,7 +40,8 @@ class CimXmlHttpServer::Implementation {
  public:
   Implementation(const CimXmlService& service, const HttpSettings& settings)
       : workers_(std::max(settings.limits.requests, 1U), settings.limits.waiting),
-        shared_{service, settings.limits, namesOf(settings), accessOf(settings), workers_} {}
+        shared_{service,        settings.limits, namesOf(settings), accessOf(settings),
+                settings.pages, workers_} {}
   /// Connections that a stop has left end with the context, before the registries that know them.
   ~Implementation() { workers_.finish(); }
   Implementation(const Implementation&) = delete;

@@ -2,8 +2,11 @@
 
 #include <cim_xml/cim_xml_service.h>
 #include <http/http_server.h>
+#include <http/page_service.h>
 #include <interop/interop_operations.h>
 #include <malloc.h>
+#include <model/names.h>
+#include <page/topology_pages.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -13,10 +16,13 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <ostream>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
+#include "managed_topology.h"
 #include "report.h"
 #include "service_manager.h"
 #include "supervisor.h"
@@ -137,6 +143,34 @@ std::string classToTry(const std::vector<std::string>& served,
   return found != published.end() ? *found : served.front();
 }
 
+/// The pages, as the server takes them.
+class ServedPages : public cimom::PageService {
+ public:
+  ServedPages(Session& session, PageSettings settings)
+      : pages_(session.classes(), session.manager(), std::move(settings)) {}
+
+  bool covers(std::string_view path) const override { return TopologyPages::covers(path); }
+  cimom::HttpPage answer(std::string_view target) override {
+    PageReply reply = pages_.answer(target);
+    return {reply.status, std::move(reply.contentType), std::move(reply.policy),
+            std::move(reply.body)};
+  }
+
+ private:
+  TopologyPages pages_;
+};
+
+/// The published classes that are there first, in their order, then those of other providers.
+std::vector<std::string> pageClasses(const std::vector<std::string>& published,
+                                     const std::vector<std::string>& served) {
+  std::vector<std::string> names;
+  std::ranges::copy_if(published, std::back_inserter(names),
+                       [&](const auto& name) { return cimom::holdsName(served, name); });
+  std::ranges::copy_if(served, std::back_inserter(names),
+                       [&](const auto& name) { return !cimom::holdsName(names, name); });
+  return names;
+}
+
 class Announcement {
  public:
   Announcement(const ServeOptions& options, const Session& session, const SocketAddress& address)
@@ -151,6 +185,7 @@ class Announcement {
     for (const std::string& name : classes) out << "  " << name << '\n';
     out << "Try: wbemcli -nl " << authority() << "ei '" << scheme() << login() << place_ << '/'
         << nameSpace << ':' << tried << "'\n"
+        << "In a browser: " << scheme() << place_ << "/\n"
         << "Stop it with Ctrl-C or SIGTERM.\n"
         << std::flush;
   }
@@ -215,9 +250,17 @@ void serve(Session& session, const Options& options, const std::vector<std::stri
   cimom::InteropOperations interop(session.classes(), factsOf(options.serve, settings));
   settings.further.push_back({cimom::kInteropNamespace, cimom::kInteropAlias, &interop});
   const cimom::CimXmlService service(session.classes(), session.manager(), settings);
-  cimom::CimXmlHttpServer server(service, httpSettings(options.serve, hostName));
-  const SocketAddress address = listen(server, options.serve);
   const std::vector<std::string> served = session.manager().servedClasses();
+  ServedPages pages(session, {.hostName = hostName,
+                              .classes = pageClasses(published, served),
+                              .readMachine = [&manager = session.manager(), hostName] {
+                                ManagedTopology source(manager);
+                                return readMachine(source, hostName);
+                              }});
+  cimom::HttpSettings http = httpSettings(options.serve, hostName);
+  http.pages = &pages;
+  cimom::CimXmlHttpServer server(service, http);
+  const SocketAddress address = listen(server, options.serve);
   Announcement(options.serve, session, address)
       .print(served, classToTry(served, published), settings.nameSpace, out);
   options.serve.isReady();

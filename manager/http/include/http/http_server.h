@@ -42,6 +42,8 @@ struct HttpLimits {
   std::chrono::milliseconds loginDelay{1000};
 };
 
+class PageService;
+
 struct HttpSettings {
   HttpLimits limits{};
   /// Names and addresses by which clients may call the server, beside localhost, the address that
@@ -53,15 +55,18 @@ struct HttpSettings {
   std::string tlsKey{};
   /// File with lines of `user:hash`; empty: nobody is asked for a password.
   std::string passwordFile{};
+  /// Pages for browsers, under the same rules as CIM requests; they outlive the server. Null: none.
+  PageService* pages = nullptr;
 };
 
 /// Serves CIM-XML over HTTP/1.1, plain or with TLS 1.2 and later, with HTTP basic authentication
 /// where there is a password file.
 ///
-/// Takes POST at /cimom and at /; OPTIONS returns what the server can do, other methods are
-/// answered with 405 (M-POST with 501, upon which clients use POST). A request head of more than 16
-/// KiB is answered with 431, a body in an encoding with 415, one of unknown length with 411, one
-/// for another server with 421, one that a web page caused with 403.
+/// Takes POST at /cimom and at /, GET and HEAD for the pages where there are any; OPTIONS returns
+/// what the server can do, other methods are answered with 405 (M-POST with 501, upon which clients
+/// use POST). A request head of more than 16 KiB is answered with 431, a body in an encoding with
+/// 415, one of unknown length with 411, one for another server with 421, one that a web page caused
+/// with 403.
 ///
 ///     CimXmlHttpServer server(service, {});
 ///     const int port = server.listen("127.0.0.1", 5988);
