@@ -310,7 +310,7 @@ TEST_F(ServeReload, AServerThatEndsByItselfEndsTheWhole) {
   ASSERT_EQ(serving.size(), 1U);
   kill(serving.front(), SIGKILL);
   EXPECT_EQ(server.waitForEnd(std::chrono::seconds(60)), 128 + SIGKILL);
-  EXPECT_THAT(server.errors(), HasSubstr("pcicim: the server has ended with exit code 137\n"));
+  waitForError(server, "pcicim: the server has ended with exit code 137\n");
 }
 
 TEST_F(ServeReload, NoServerOutlivesItsSupervisor) {

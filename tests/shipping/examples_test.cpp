@@ -68,7 +68,7 @@ TEST(ExampleProvider, GetsAnInstanceByItsName) {
 
 TEST(ExampleProvider, SaysThatThereIsNoSuchInstance) {
   const Outcome got = ask("get " + quoted("Example_PciVendor.Name=\"Nobody\""));
-  EXPECT_EQ(got.status, 1);
+  EXPECT_EQ(got.status, 4);
   EXPECT_EQ(got.out, "pcicim: CIM_ERR_NOT_FOUND: no function of this vendor\n");
 }
 
