@@ -5,7 +5,7 @@ set -euo pipefail
 
 declare -A groups=(
   [build]="cmake ninja-build g++ pkgconf libpci-dev pci.ids libcli11-dev nlohmann-json3-dev libpugixml-dev libboost-dev libexpat1-dev libssl-dev libcrypt-dev libcairo2-dev"
-  [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file sblim-wbemcli openssl poppler-utils systemd"
+  [test]="libgtest-dev libgmock-dev libbenchmark-dev pciutils dpkg-dev file sblim-wbemcli openssl poppler-utils systemd zsh"
   [vm]="qemu-system-x86 mmdebstrap dpkg-dev file"
   [browser]="chromium chromium-driver fonts-dejavu-core"
   [bench]="libbenchmark-dev pciutils valgrind"

@@ -129,6 +129,50 @@ TEST(Names, OfOtherClientsAreUnderstood) {
               HasSubstr("CIM_ERR_INVALID_NAMESPACE"));
 }
 
+TEST(Addresses, MayBeShort) {
+  const Outcome whole = onSample({"get", "Zelmar_PCIDevice.DeviceID=\"0000:03:00.0\""});
+  for (const char* address : {"03:00.0", "3:0.0", "0000:03:00.0"}) {
+    EXPECT_EQ(onSample({"get", "-s", address}).out, whole.out) << address;
+  }
+  EXPECT_THAT(onSample({"get", "-s", "01:00.0"}).out, StartsWith("Zelmar_PCIeSwitch\n"));
+  EXPECT_THAT(onSample({"get", "-s", "00:04.0"}).out, StartsWith("Zelmar_PCIBridge\n"));
+  EXPECT_EQ(onSample({"get", "-s", "7f:00.0"}).status, kNotFound);
+  EXPECT_EQ(onSample({"get", "-s", "03:"}).status, 1);
+  expectRefused({"get"}, "PATH, or -s ADDRESS, is required");
+  expectRefused({"get", "-s", "xx:00.0"}, "xx:00.0 is no address");
+  expectRefused({"tree", "-s", "00:20.0"}, "00:20.0 is no address");
+}
+
+TEST(Addresses, NarrowListings) {
+  EXPECT_THAT(onSample({"enum", "Zelmar_PCIPort", "--names", "-s", "02:"}).out,
+              testing::AllOf(HasSubstr("0000:02:03.0-ep"), testing::Not(HasSubstr("0000:03:"))));
+  const auto cards = nlohmann::json::parse(onSample({"enum", "Zelmar_PCIDevice", "-d", "8086:10D3",
+                                                     "--property", "ElementName", "--json"})
+                                               .out);
+  ASSERT_EQ(cards.size(), 1U);
+  EXPECT_EQ(cards[0].at("DeviceID"), "0000:03:00.0");
+  EXPECT_FALSE(cards[0].contains("VendorID"));
+  EXPECT_EQ(onSample({"enum", "Zelmar_PCIDevice", "-d", "8086:10d3", "-s", "04:"}).out, "");
+  expectRefused({"enum", "Zelmar_PCIDevice", "-d", "8086"}, "8086 is not of the form");
+  EXPECT_THAT(onSample({"enum", "Zelmar_PCIPortGroup", "-s", "02:"}).err,
+              HasSubstr("Zelmar_PCIPortGroup has no addresses"));
+}
+
+TEST(Addresses, NarrowTheTreeToBranches) {
+  const std::string expected =
+      "Segment 0000, bus 00\n"
+      "`- 0000:00:04.0  [bridge to bus 01] Red Hat, Inc. QEMU PCIe Root port\n"
+      "   `- 0000:01:00.0  [switch, 4 ports] Texas Instruments XIO3130 PCI Express Switch "
+      "(Upstream), slot 1\n"
+      "      `- 0000:02:00.0  [port to bus 03] Texas Instruments XIO3130 PCI Express Switch "
+      "(Downstream)\n"
+      "         `- 0000:03:00.0  Intel Corporation 82574L Gigabit Network Connection, slot 11\n";
+  EXPECT_EQ(onSample({"tree", "-s", "03:00.0"}).out, expected);
+  EXPECT_EQ(onSample({"tree", "-d", "8086:10d3"}).out, expected);
+  EXPECT_EQ(onSample({"tree", "-s", "02:00.0"}).out, expected);
+  EXPECT_EQ(onSample({"tree", "-s", "7f:"}).status, kNotFound);
+}
+
 TEST(Text, ShowsIdsAlsoInHexadecimalDigits) {
   const std::string text = onSample({"get", "Zelmar_PCIDevice.DeviceID=\"0000:03:00.0\""}).out;
   EXPECT_THAT(text, testing::ContainsRegex("VendorID  *= 32902 \\(0x8086\\)\n"));

@@ -71,6 +71,7 @@ TEST(Install, PutsEveryPartInItsPlace) {
       "share/pciprovider/registration/pciprovider.reg",
       "share/pciprovider/registration/hostsystemprovider.mof",
       "share/pciprovider/registration/hostsystemprovider.reg",
+      "share/bash-completion/completions/pcicim",
       "share/man/man1/pcicim.1",
       "share/man/man8/pciprovider-register.8",
       "share/doc/pciprovider/administration.md",

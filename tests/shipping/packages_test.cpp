@@ -190,6 +190,8 @@ TEST(Packages, EachHoldsItsPart) {
   EXPECT_TRUE(tools.contains("usr/share/pciprovider/mof/standard/CIM_Qualifiers.mof"));
   EXPECT_TRUE(tools.contains("usr/share/pciprovider/mof/standard/CIM_Standard.mof"));
   EXPECT_TRUE(tools.contains("usr/share/man/man1/pcicim.1.gz"));
+  EXPECT_TRUE(tools.contains("usr/share/bash-completion/completions/pcicim"));
+  EXPECT_TRUE(tools.contains("usr/share/zsh/vendor-completions/_pcicim"));
   const Package development("pciprovider-dev");
   EXPECT_TRUE(development.contains("usr/include/zelcppc/CmpiInstanceMI.h"));
   EXPECT_TRUE(development.contains("usr/include/zelcppc/ProviderFactory.h"));

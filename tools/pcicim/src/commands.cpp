@@ -5,13 +5,19 @@
 #include <model/names.h>
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
+#include <optional>
 #include <ostream>
+#include <set>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include <topology/topology_reader.h>
 #include "asked_host.h"
 #include "each_host.h"
+#include "function_filter.h"
 #include "output.h"
 #include "path_text.h"
 #include "picture.h"
@@ -37,6 +43,15 @@ cimom::ObjectPath classPath(const std::string& className) {
   cimom::ObjectPath path;
   path.className = className;
   return path;
+}
+
+constexpr const char* kDeviceId = "DeviceID";
+
+/// Ports are called after their function: "0000:02:00.0-ep".
+std::string functionOf(const cimom::Value& deviceId) {
+  const std::string text =
+      deviceId.elements.empty() ? "" : cimom::toText(deviceId.elements.front());
+  return text.substr(0, text.find('-'));
 }
 
 /// A class as people name it, perhaps with host and namespace in front.
@@ -75,7 +90,9 @@ class CommandRunner {
         return enumerate();
       case Command::kGet:
         return list([&](const auto& sink) {
-          sink(host_.operations().getInstance(path_, propertiesOf(path_.className)));
+          sink(options_.address.empty()
+                   ? host_.operations().getInstance(path_, propertiesOf(path_.className))
+                   : functionAtAddress());
         });
       case Command::kAssociators:
         return list([&](const auto& sink) {
@@ -103,6 +120,9 @@ class CommandRunner {
 
  private:
   bool takesPath() const {
+    if (!options_.address.empty()) {
+      return false;
+    }
     switch (options_.command) {
       case Command::kClasses:
       case Command::kCount:
@@ -154,13 +174,99 @@ class CommandRunner {
 
   void enumerate() {
     const cimom::ObjectPath asked = classNamed(options_.target);
+    const FunctionTest isMeant = functionTest(asked);
     list([&](const auto& sink) {
       if (options_.namesOnly) {
-        host_.operations().enumerateInstanceNames(asked, sink);
+        host_.operations().enumerateInstanceNames(asked, [&](cimom::ObjectPath&& path) {
+          if (isMeant(path.findKey(kDeviceId))) sink(path);
+        });
       } else {
-        host_.operations().enumerateInstances(asked, propertiesOf(asked.className), sink);
+        host_.operations().enumerateInstances(asked, propertiesOf(asked.className),
+                                              [&](cimom::Instance&& instance) {
+                                                if (isMeant(instance.findProperty(kDeviceId)))
+                                                  sink(instance);
+                                              });
       }
     });
+  }
+
+  /// Whether an object with that DeviceID is of the functions that -s and -d mean.
+  using FunctionTest = std::function<bool(const cimom::Value*)>;
+
+  FunctionTest functionTest(const cimom::ObjectPath& asked) {
+    if (options_.address.empty() && options_.ids.empty()) {
+      return [](const cimom::Value*) { return true; };
+    }
+    const cimom::ClassRepository& classes = session_.classes();
+    if (classes.contains(asked.className) &&
+        classes.findProperty(asked.className, kDeviceId) == nullptr) {
+      throw cimom::CimError(CMPI_RC_ERR_INVALID_PARAMETER,
+                            asked.className + " has no addresses to look for");
+    }
+    return [meant = meantAddresses(asked), filter = addressFilter()](const cimom::Value* id) {
+      const auto address = id == nullptr ? std::nullopt : parseAddress(functionOf(*id));
+      return address && filter.matches(*address) && (!meant || meant->contains(*address));
+    };
+  }
+
+  AddressFilter addressFilter() const {
+    return parseAddressFilter(options_.address).value_or(AddressFilter());
+  }
+
+  /// Those with the ids that are asked for; nothing where all will do.
+  std::optional<std::set<Address>> meantAddresses(const cimom::ObjectPath& asked) {
+    if (options_.ids.empty()) {
+      return std::nullopt;
+    }
+    const IdFilter ids = parseIdFilter(options_.ids).value_or(IdFilter());
+    const auto isOrAny = [](const std::optional<unsigned>& wanted, const cimom::Value* value) {
+      return !wanted || (value != nullptr && !value->elements.empty() &&
+                         cimom::toText(value->elements.front()) == std::to_string(*wanted));
+    };
+    std::set<Address> meant;
+    host_.operations().enumerateInstances(
+        asked, std::vector<std::string>{kDeviceId, "VendorID", "PCIDeviceID"},
+        [&](cimom::Instance&& instance) {
+          const cimom::Value* id = instance.findProperty(kDeviceId);
+          const auto address = id == nullptr ? std::nullopt : parseAddress(functionOf(*id));
+          if (address && isOrAny(ids.vendor, instance.findProperty("VendorID")) &&
+              isOrAny(ids.device, instance.findProperty("PCIDeviceID"))) {
+            meant.insert(*address);
+          }
+        });
+    return meant;
+  }
+
+  bool isListed(const cimom::ObjectPath& asked, const std::string& deviceId) {
+    bool isFound = false;
+    host_.operations().enumerateInstanceNames(asked, [&](cimom::ObjectPath&& path) {
+      const cimom::Value* id = path.findKey(kDeviceId);
+      isFound = isFound || (id != nullptr && functionOf(*id) == deviceId);
+    });
+    return isFound;
+  }
+
+  /// The device, bridge or switch at the address that was given.
+  cimom::Instance functionAtAddress() {
+    const AddressFilter filter = addressFilter();
+    if (!filter.bus || !filter.device || !filter.function) {
+      throw cimom::CimError(CMPI_RC_ERR_INVALID_PARAMETER,
+                            options_.address + " is not the address of one function");
+    }
+    const std::string address =
+        addressText({filter.segment.value_or(0), *filter.bus, *filter.device, *filter.function});
+    // Switches and devices answer for every function; of switches only those that are listed count.
+    for (const char* name : {"Zelmar_PCIeSwitch", "Zelmar_PCIBridge", "Zelmar_PCIDevice"}) {
+      cimom::ObjectPath path = classPath(name);
+      if (std::string_view(name) == "Zelmar_PCIeSwitch" && !isListed(path, address)) continue;
+      path.keys.push_back({kDeviceId, cimom::Value::text(address)});
+      try {
+        return host_.operations().getInstance(path, propertiesOf(path.className));
+      } catch (const cimom::CimError& error) {
+        if (error.code() != CMPI_RC_ERR_NOT_FOUND) throw;
+      }
+    }
+    throw cimom::CimError(CMPI_RC_ERR_NOT_FOUND, "no device, bridge or switch at " + address);
   }
 
   void count() {
@@ -182,7 +288,12 @@ class CommandRunner {
   void tree() {
     TopologySource& source = host_.topology();
     std::vector<Function> functions = readTopology(source);
-    const std::vector<Function> leftOut = findLeftOut(source, functions);
+    std::vector<Function> leftOut;
+    if (options_.address.empty() && options_.ids.empty()) {
+      leftOut = findLeftOut(source, functions);
+    } else {
+      functions = meantOf(functions);
+    }
     if (options_.format == Format::kJson) {
       return printTreeJson(functions, leftOut, out_);
     }
@@ -191,6 +302,22 @@ class CommandRunner {
     }
     printTree(std::move(functions), out_, isColoured());
     printLeftOut(leftOut, out_);
+  }
+
+  std::vector<Function> meantOf(const std::vector<Function>& functions) {
+    // Every function with ids that a class enumerates has a port.
+    const auto meant = meantAddresses(classPath("Zelmar_PCIPort"));
+    const AddressFilter filter = addressFilter();
+    std::vector<bool> isMeant;
+    for (const Function& function : functions) {
+      const auto address = parseAddress(function.address);
+      isMeant.push_back(address && filter.matches(*address) &&
+                        (!meant || meant->contains(*address)));
+    }
+    if (std::find(isMeant.begin(), isMeant.end(), true) == isMeant.end()) {
+      throw cimom::CimError(CMPI_RC_ERR_NOT_FOUND, "no such function");
+    }
+    return branchesOf(functions, isMeant);
   }
 
   bool isColoured() const { return wantsColours(options_.colours); }

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "exit_code.h"
+#include "function_filter.h"
 #include "suggestion.h"
 
 #include "configuration_file.h"
@@ -45,6 +46,10 @@ class CommandLine {
       // Checked here, so that a word that is no subcommand is named in the complaint.
       if (app_.get_subcommands().empty()) {
         throw CLI::RequiredError("A subcommand");
+      }
+      if (options_.command == Command::kGet && getPath_->count() == 0 && options_.address.empty() &&
+          !help_->parsed()) {
+        throw CLI::RequiredError("PATH, or -s ADDRESS,");
       }
       if (help_->parsed()) {
         answerHelp(result);
@@ -230,17 +235,42 @@ class CommandLine {
               {"text", "json"});
     addFormat(addCommand("count", "Count the instances of each published class", Command::kCount),
               {"text", "json"});
-    addFormat(addCommand("tree", "Show the PCI topology", Command::kTree), {"text", "json"});
+    CLI::App* tree = addCommand("tree", "Show the PCI topology", Command::kTree);
+    addFunctionFilters(tree);
+    addFormat(tree, {"text", "json"});
     CLI::App* enumerate = addCommand("enum", "Enumerate a class", Command::kEnumerate);
     addTarget(enumerate, "CLASS");
     enumerate->add_flag("--names", options_.namesOnly, "Object paths only");
+    addFunctionFilters(enumerate);
     addProperties(enumerate);
     addFormat(enumerate);
   }
 
+  void addFunctionFilters(CLI::App* command) {
+    addAddress(command, "Only functions at [[SEGMENT:]BUS:][DEVICE][.FUNCTION], hexadecimal");
+    command->add_option("-d,--id", options_.ids, "Only functions with these ids, hexadecimal")
+        ->type_name("VENDOR:DEVICE")
+        ->check([](const std::string& text) {
+          return parseIdFilter(text) ? "" : text + " is not of the form VENDOR:DEVICE";
+        });
+  }
+
+  CLI::Option* addAddress(CLI::App* command, const char* description) {
+    return command->add_option("-s,--address", options_.address, description)
+        ->type_name("ADDRESS")
+        ->check([](const std::string& text) {
+          return !text.empty() && parseAddressFilter(text)
+                     ? ""
+                     : text + " is no address such as 01:00.0";
+        });
+  }
+
   void addPathCommands() {
     CLI::App* get = addCommand("get", "Get one instance", Command::kGet);
-    addTarget(get, "PATH");
+    CLI::Option* path = get->add_option("PATH", options_.target);
+    path->excludes(
+        addAddress(get, "The device, bridge or switch at [SEGMENT:]BUS:DEVICE.FUNCTION"));
+    getPath_ = path;
     addProperties(get);
     addFormat(get);
     addProperties(addAssociation("associators", "Get what is associated with an object",
@@ -377,6 +407,7 @@ class CommandLine {
 
   CLI::App app_{"Asks the PCI provider about this host's PCI topology, or a saved one."};
   CLI::App* help_ = nullptr;
+  CLI::Option* getPath_ = nullptr;
   std::string helpTopic_;
   Options options_;
   CLI::App* serve_ = nullptr;

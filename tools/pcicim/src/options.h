@@ -89,6 +89,9 @@ struct Options {
   bool namesOnly = false;
   /// Empty: all properties.
   std::vector<std::string> properties;
+  /// Checked; empty: all functions.
+  std::string address;
+  std::string ids;
   std::string assocClass;
   std::string resultClass;
   std::string role;
