@@ -10,17 +10,21 @@
 #include <optional>
 #include <ostream>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <topology/topology_reader.h>
 #include "asked_host.h"
+#include "diff_command.h"
 #include "each_host.h"
+#include "exit_code.h"
 #include "function_filter.h"
 #include "output.h"
 #include "path_text.h"
 #include "picture.h"
+#include "save_command.h"
 #include "serve.h"
 #include "session.h"
 #include "standard_output.h"
@@ -115,6 +119,10 @@ class CommandRunner {
         return serve(session_, options_, publishedClasses(), out_);
       case Command::kTree:
         return tree();
+      case Command::kSave:
+        return save(host_, session_.inventory(), options_, publishedClasses(), out_);
+      case Command::kDiff:
+        break;
     }
   }
 
@@ -128,8 +136,10 @@ class CommandRunner {
       case Command::kCount:
       case Command::kEnumerate:
       case Command::kPicture:
+      case Command::kSave:
       case Command::kServe:
       case Command::kTree:
+      case Command::kDiff:
         return false;
       default:
         return true;
@@ -332,14 +342,21 @@ class CommandRunner {
 
 }  // namespace
 
-void runCommand(const Options& options, std::ostream& out) {
+int runCommand(const Options& options, std::ostream& out) {
   Session session(options);
+  if (options.command == Command::kDiff) return diff(session.classes(), options, out);
   const auto hosts = askedHosts(session, options);
   const auto ask = [&](AskedHost& host, std::ostream& answer) {
     CommandRunner(options, session, host, answer).run();
   };
-  if (hosts.size() == 1) return ask(*hosts.front(), out);
-  askEachHost(hosts, options.format, out, ask);
+  if (hosts.size() == 1) {
+    ask(*hosts.front(), out);
+  } else if (options.command == Command::kSave) {
+    throw std::runtime_error("save keeps the answers of one host: --url is given more than once");
+  } else {
+    askEachHost(hosts, options.format, out, ask);
+  }
+  return kSuccess;
 }
 
 }  // namespace pcicim

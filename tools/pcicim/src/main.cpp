@@ -62,14 +62,20 @@ int exitCodeOf(const std::exception& error) {
   return isMissing ? pcicim::kNotFound : pcicim::kFailure;
 }
 
+/// Differences end diff with 1, so that a failure needs another code.
+int failureOf(const pcicim::Options& options, int code) {
+  return options.command == pcicim::Command::kDiff ? pcicim::kTrouble : code;
+}
+
 int run(const pcicim::Options& options) {
   if (!options.verbose) {
     pcicim::leaveOutFactoryLines();
   }
   pcicim::StandardOutputBuffer buffer;
   std::ostream out(&buffer);
+  int code = pcicim::kSuccess;
   try {
-    pcicim::runCommand(options, out);
+    code = pcicim::runCommand(options, out);
   } catch (const pcicim::OutputFailure&) {
     // The buffer knows why.
   } catch (const pcicim::HostsFailed& failed) {
@@ -79,10 +85,11 @@ int run(const pcicim::Options& options) {
   } catch (const std::exception& error) {
     out.flush();
     pcicim::report(pcicim::Severity::kError, error.what());
-    return exitCodeOf(error);
+    return failureOf(options, exitCodeOf(error));
   }
   out.flush();
-  return outcomeOf(buffer);
+  const int outcome = outcomeOf(buffer);
+  return outcome != pcicim::kSuccess ? failureOf(options, outcome) : code;
 }
 
 /// Each serving process reads the command line anew, and with it the file that it names.

@@ -32,6 +32,7 @@ class CommandLine {
     addClassCommands();
     addPathCommands();
     addPicture();
+    addChanges();
     addServe();
     addHelp();
     app_.footer(
@@ -187,19 +188,15 @@ class CommandLine {
     }
     app_.add_option("--password-file", remote.passwordFile,
                     "The password for --url, in the first line; else PCICIM_PASSWORD or a prompt")
-        ->type_name("FILE")
-        ->needs(url);
+        ->type_name("FILE");
     app_.add_option("--ca-file", remote.caFile,
                     "Trust the authorities of these certificates, in PEM, not the system's")
-        ->type_name("FILE")
-        ->needs(url);
+        ->type_name("FILE");
     app_.add_flag("--insecure", remote.insecure,
-                  "Take any certificate, and send the password also without TLS")
-        ->needs(url);
+                  "Take any certificate, and send the password also without TLS");
     app_.add_option("--timeout", remote.timeout, "Seconds without progress (default: 60)")
         ->type_name("N")
-        ->check(CLI::Range(1, 86400))
-        ->needs(url);
+        ->check(CLI::Range(1, 86400));
   }
 
   static std::string urlProblem(const std::string& text) {
@@ -221,6 +218,13 @@ class CommandLine {
     }
     if (options_.command == Command::kPicture && options_.remote.urls.size() > 1) {
       throw CLI::ValidationError("--url", "a picture is that of one host");
+    }
+    // The sides of diff may be URLs.
+    const bool hasUrl = !options_.remote.urls.empty() || options_.command == Command::kDiff;
+    for (const char* name : {"--password-file", "--ca-file", "--insecure", "--timeout"}) {
+      if (!hasUrl && app_.get_option(name)->count() > 0) {
+        throw CLI::RequiresError(name, "--url");
+      }
     }
   }
 
@@ -299,6 +303,22 @@ class CommandLine {
             "What to draw, whatever the file's name is")
         ->check(CLI::IsMember(kFormats))
         ->type_name("FORMAT");
+  }
+
+  void addChanges() {
+    CLI::App* save = addCommand("save", "Keep all answers of a host in a file", Command::kSave);
+    addTarget(save, "FILE");
+    save->add_flag("--without-associations", options_.withoutAssociations,
+                   "Leave out what associates objects; diff does without");
+    save->footer("FILE is written whole or not at all; - is standard output.");
+    CLI::App* diff = addCommand("diff", "Tell what changed between two hosts", Command::kDiff);
+    addTarget(diff, "BEFORE");
+    diff->add_option("AFTER", options_.secondTarget)->required();
+    addFormat(diff, {"text", "json"});
+    diff->footer(
+        "BEFORE and AFTER are each a saved inventory (lspci -D -xxxx), a file that save wrote, -\n"
+        "for standard input with one of these, the URL of a CIM server as for --url, or live: for\n"
+        "this host. The exit code is 0 when nothing changed, 1 when something did, 2 for trouble.");
   }
 
   void addServe() {

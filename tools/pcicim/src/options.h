@@ -17,6 +17,8 @@ enum class Command {
   kAssociatorNames,
   kReferences,
   kReferenceNames,
+  kSave,
+  kDiff,
   kServe,
   kTree,
 };
@@ -86,6 +88,10 @@ struct Options {
 
   /// A class name, an object path or the name of a file, as the command needs.
   std::string target;
+  /// Of `diff`, the second side; `target` is the first.
+  std::string secondTarget;
+  /// `save` leaves out the associations.
+  bool withoutAssociations = false;
   bool namesOnly = false;
   /// Empty: all properties.
   std::vector<std::string> properties;

@@ -1,5 +1,6 @@
 #include "output.h"
 
+#include <changes/value_json.h>
 #include <model/names.h>
 #include <model/visible_text.h>
 #include <mof/mof_writer.h>
@@ -7,7 +8,6 @@
 
 #include <algorithm>
 #include <iomanip>
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -15,12 +15,6 @@
 
 namespace pcicim {
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-std::string onOneLine(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 template <typename Items, typename ToJson>
 void printJsonArray(const Items& items, std::ostream& out, const ToJson& toJson) {
@@ -31,53 +25,6 @@ void printJsonArray(const Items& items, std::ostream& out, const ToJson& toJson)
     separator = ",\n";
   }
   out << (items.empty() ? "]\n" : "\n]\n");
-}
-
-Json toJson(const cimom::ObjectPath& path);
-
-Json toJson(const cimom::Scalar& scalar) {
-  return std::visit(
-      [](const auto& value) -> Json {
-        using Held = std::decay_t<decltype(value)>;
-        if constexpr (std::is_same_v<Held, std::monostate>) {
-          return nullptr;
-        } else if constexpr (std::is_same_v<Held, std::shared_ptr<const cimom::ObjectPath>>) {
-          return value ? toJson(*value) : Json(nullptr);
-        } else {
-          return value;
-        }
-      },
-      scalar);
-}
-
-Json toJson(const cimom::Value& value) {
-  if (value.isNull || (!value.isArray && value.elements.empty())) {
-    return nullptr;
-  }
-  if (!value.isArray) {
-    return toJson(value.elements.front());
-  }
-  Json array = Json::array();
-  for (const cimom::Scalar& element : value.elements) {
-    array.push_back(toJson(element));
-  }
-  return array;
-}
-
-void addValues(Json& object, const std::vector<cimom::NamedValue>& values) {
-  for (const auto& [name, value] : values) {
-    object[name] = toJson(value);
-  }
-}
-
-Json toJson(const cimom::ObjectPath& path) {
-  Json object = Json::object();
-  object["@class"] = path.className;
-  if (!path.nameSpace.empty()) {
-    object["@namespace"] = path.nameSpace;
-  }
-  addValues(object, path.keys);
-  return object;
 }
 
 Json toJson(const cimom::Instance& instance) {
