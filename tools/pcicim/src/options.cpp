@@ -383,9 +383,11 @@ class CommandLine {
                            bool crossesTheAssociation) {
     CLI::App* added = addCommand(name, description, command);
     addTarget(added, "PATH");
-    added->add_option("--result-class", options_.resultClass, "Answer with this class alone");
+    added->add_option("--result-class", options_.resultClass,
+                      "Answer with this class and those below it alone");
     added->add_option("--role", options_.role, "The object's role in the association");
-    added->add_option("--assoc-class", options_.assocClass, "Follow this association alone");
+    added->add_option("--assoc-class", options_.assocClass,
+                      "Follow this association and those below it alone");
     if (crossesTheAssociation) {
       added->add_option("--result-role", options_.resultRole, "The role of the answers");
     }
