@@ -126,6 +126,18 @@ TEST(SwitchChildren, AreThoseWhoseParentHasTheWholeAddress) {
   EXPECT_EQ(DownstreamPortsCount(device("D")), 0);
 }
 
+TEST(SwitchChildren, AreThoseWhoseParentHasEveryDigitOfTheAddress) {
+  std::vector<Function> functions;
+  for (const char* address : {"0000:01:00.0", "0000:01:00.1", "0000:02:00.0", "0001:01:00.0"}) {
+    functions.push_back({address, 1, 0x0604, 5});
+    functions.push_back({address + std::string("-below"), 2, 0x0604, 6, address});
+  }
+  load(functions);
+  for (const char* address : {"0000:01:00.0", "0000:01:00.1", "0000:02:00.0", "0001:01:00.0"}) {
+    EXPECT_EQ(DownstreamPortsCount(device(address)), 1) << address;
+  }
+}
+
 TEST(SwitchChildren, AreCountedPastEightBits) {
   std::vector<Function> functions{{"U", 1, 0x0604, 5}};
   for (int index = 0; index < 300; ++index) {
