@@ -64,6 +64,10 @@ cimom::Value valueOf(const cimom::PropertyDeclaration& key, const std::string& t
   }
 }
 
+[[noreturn]] void refuseKey(const std::string& className, const std::string& name) {
+  throw UrlError(className + " has no key " + name + '.');
+}
+
 }  // namespace
 
 std::string percentEncoded(std::string_view text) {
@@ -144,7 +148,7 @@ cimom::ObjectPath objectOf(const std::string& className, std::string_view query,
   path.className = className;
   for (const auto& [name, text] : parseQuery(query)) {
     const auto* key = classes.findProperty(className, name);
-    if (key == nullptr || !key->isKey) throw UrlError(className + " has no key " + name + '.');
+    if (key == nullptr || !key->isKey) refuseKey(className, name);
     path.keys.push_back({key->name, valueOf(*key, text)});
   }
   if (path.keys.empty()) throw UrlError("The address names no key of an object.");

@@ -51,7 +51,7 @@ std::string picturePolicy() {
   if (EVP_Digest(style.data(), style.size(), digest.data(), &length, EVP_sha256(), nullptr) != 1) {
     throw std::bad_alloc();
   }
-  std::array<unsigned char, 2 * EVP_MAX_MD_SIZE> text{};
+  std::array<unsigned char, std::size_t{2} * EVP_MAX_MD_SIZE> text{};
   const int size = EVP_EncodeBlock(text.data(), digest.data(), static_cast<int>(length));
   const std::string encoded(text.begin(), text.begin() + size);
   return "default-src 'none'; style-src 'sha256-" + encoded + "'; frame-ancestors 'none'";
