@@ -66,11 +66,9 @@ TEST_F(ClientTls, AsksNoServerWithACertificateThatIsNotTrusted) {
 }
 
 TEST_F(ClientTls, AsksNoServerThatHasTheCertificateOfAnother) {
-  cimom::HttpSettings served = encrypted();
-  served.serverNames = {"127.0.0.1.nip.example"};
-  const RunningServer server(served);
-  // The system resolves names without dots to nothing else; ::ffff:127.0.0.1 is the same address.
-  cimom::ClientSettings settings = trusting(at("https", "[::ffff:127.0.0.1]", server));
+  const RunningServer server(encrypted());
+  // The same address in another form, which is not in the certificate.
+  const cimom::ClientSettings settings = trusting(at("https", "[::ffff:127.0.0.1]", server));
   EXPECT_THAT(ask(settings), HasSubstr("its certificate is not accepted: IP address mismatch"));
 }
 

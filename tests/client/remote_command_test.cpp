@@ -1,6 +1,9 @@
 // `pcicim --url` as a user runs it, against `pcicim serve` and against servers that lie.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -172,6 +175,40 @@ TEST_F(RemoteLogin, TakesThePasswordFromAFileOrTheEnvironment) {
                              ": it does not take the password of alice\n");
 }
 
+/// What the command shows at a terminal where the text is typed once it has asked.
+std::string shownAtTerminal(Arguments words, const std::string& asks, const std::string& typed) {
+  words.insert(words.begin(), PCICIM_PROGRAM);
+  std::vector<char*> pointers;
+  for (std::string& word : words) pointers.push_back(word.data());
+  pointers.push_back(nullptr);
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    execv(pointers.front(), pointers.data());
+    _exit(127);
+  }
+  std::string shown;
+  bool isTyped = false;
+  char bytes[1024];
+  for (ssize_t count = 0; (count = read(terminal, bytes, sizeof bytes)) > 0;) {
+    shown.append(bytes, static_cast<std::size_t>(count));
+    if (isTyped || shown.find(asks) == std::string::npos) continue;
+    isTyped = write(terminal, typed.data(), typed.size()) == static_cast<ssize_t>(typed.size());
+  }
+  close(terminal);
+  waitpid(child, nullptr, 0);
+  return shown;
+}
+
+TEST_F(RemoteLogin, AsksForThePasswordWhereThereIsATerminal) {
+  const std::string url = "https://alice@localhost:" + std::to_string(server.port());
+  const std::string shown = shownAtTerminal(
+      {"--ca-file", files.certificate(), "--url", url, "count"}, "Password of alice: ", "s3cret\n");
+  EXPECT_THAT(shown, StartsWith("Password of alice: "));
+  EXPECT_THAT(shown, HasSubstr("13  Zelmar_PCIDevice"));
+  EXPECT_THAT(shown, Not(HasSubstr("s3cret")));
+}
+
 /// What the hosts print on their own, as several are printed.
 TEST(SeveralHosts, ArePrintedInTheirOrderUnderTheirNames) {
   const Arguments one = hostOf("q35-pcie-switches");
@@ -249,6 +286,10 @@ TEST(JsonLines, AreTheObjectsOfTheArrayWithTheirHost) {
     }
     EXPECT_EQ(found, expected);
   }
+  const auto counts = linesOf(run(host, {"count", "--format", "jsonl"}).out);
+  ASSERT_EQ(counts.size(), 10U);
+  EXPECT_EQ(counts[0],
+            "{\"@host\":\"made.example\",\"class\":\"Zelmar_PCIDevice\",\"instances\":13}");
   const Outcome nothing =
       run(hostOf("i440fx-conventional"), {"enum", "Zelmar_PCIeSwitch", "--format", "jsonl"});
   EXPECT_EQ(nothing.status, 0) << nothing.err;

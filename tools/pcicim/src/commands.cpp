@@ -286,7 +286,7 @@ class CommandRunner {
       host_.operations().enumerateInstanceNames(classPath(name),
                                                 [&names](const auto&) { ++names; });
     }
-    printCounts(counts, options_.format, out_);
+    printCounts(counts, options_.format, out_, host_.name());
   }
 
   void picture() {

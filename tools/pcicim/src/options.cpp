@@ -238,7 +238,7 @@ class CommandLine {
     addFormat(addCommand("classes", "List the published classes", Command::kClasses),
               {"text", "json"});
     addFormat(addCommand("count", "Count the instances of each published class", Command::kCount),
-              {"text", "json"});
+              {"text", "json", "jsonl"});
     CLI::App* tree = addCommand("tree", "Show the PCI topology", Command::kTree);
     addFunctionFilters(tree);
     addFormat(tree, {"text", "json"});

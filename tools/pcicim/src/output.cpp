@@ -164,7 +164,14 @@ void ListingPrinter::finish() {
 }
 
 void printCounts(const std::vector<std::pair<std::string, std::size_t>>& counts, Format format,
-                 std::ostream& out) {
+                 std::ostream& out, const std::string& host) {
+  if (format == Format::kJsonLines) {
+    for (const auto& [name, count] : counts) {
+      const Json object{{"@host", host}, {"class", name}, {"instances", count}};
+      out << onOneLine(object) << '\n';
+    }
+    return;
+  }
   if (format == Format::kJson) {
     Json object = Json::object();
     for (const auto& [name, count] : counts) {

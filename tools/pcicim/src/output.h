@@ -58,9 +58,9 @@ class ListingPrinter {
 };
 
 /// Prints how many instances classes have, in the order given: lines for people, or one JSON object
-/// with the number for each name.
+/// with the number for each name, or an object to a line with "@host", "class" and "instances".
 void printCounts(const std::vector<std::pair<std::string, std::size_t>>& counts, Format format,
-                 std::ostream& out);
+                 std::ostream& out, const std::string& host);
 
 /// Prints classes by name, each with its superclass and description, as text or JSON; as MOF they
 /// are files already.
