@@ -68,6 +68,21 @@ TEST_F(Https, OlderVersionsAreRefusedWithTheReason) {
   }
 }
 
+TEST_F(Https, LongResponsesComeInChunks) {
+  RunningServer server(settings());
+  server.host.setNote(std::string(4000, 'n'));
+  server.host.setListing(1000);
+  TlsClient client(server.port());
+  ASSERT_FALSE(client.handshake());
+  const CimRequest listing = CimRequest("EnumerateInstances").className("ClassName", "Test_Thing");
+  ASSERT_TRUE(client.send(wireText(listing, "Connection: close\r\n")));
+  TlsClient::Error end;
+  EXPECT_THAT(client.receiveAll(end),
+              testing::AllOf(StartsWith(kOk), HasSubstr("Transfer-Encoding: chunked"),
+                             testing::EndsWith("</CIM>\r\n0\r\n\r\n")));
+  EXPECT_EQ(end, boost::asio::error::eof) << end.message();
+}
+
 TEST_F(Https, AConnectionServesOneRequestAfterTheOther) {
   const RunningServer server(settings());
   TlsClient client(server.port());

@@ -213,12 +213,21 @@ void HttpConnection::onRequest() {
     try {
       self->answer();
     } catch (...) {
-      // For want of memory, or because nobody takes the response any more.
-      net::post(self->stream_.get_executor(), [self] { self->close(); });
+      self->giveUp();
     }
   };
   if (!shared_.workers.offer(client_, std::move(work))) {
     refuse(status::service_unavailable, "The server is busy.");
+  }
+}
+
+/// For want of memory, or because nobody takes the response any more.
+void HttpConnection::giveUp() noexcept {
+  parts_.abandon();
+  try {
+    net::post(stream_.get_executor(), [self = shared_from_this()] { self->close(); });
+  } catch (...) {
+    // The connection ends with its last owner.
   }
 }
 

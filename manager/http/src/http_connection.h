@@ -104,6 +104,7 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
 
   void onRequest();
   void answer();
+  void giveUp() noexcept;
   CimXmlReply makeReply();
   void refuseLogin();
   void refuse(boost::beast::http::status status, const std::string& reason);
