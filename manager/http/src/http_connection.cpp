@@ -2,9 +2,10 @@
 // read the head, refuse it or read the body, let a worker answer, write, and begin again or finish.
 // State says which step is under way, and one timer bounds each but answering. Each handler keeps
 // the connection alive, and all run on the socket's strand, so that no member needs a lock; only a
-// worker runs elsewhere, and while it does (kAnswering) nothing else touches the reader. A refusal
-// always ends the connection; at its end the connection goes on reading for a moment, since closing
-// over unread bytes would lose the response.
+// worker runs elsewhere, and while it does (kAnswering, kStreaming) nothing changes the reader. A
+// long response is written while the worker makes it: what is between them (parts_) has a lock of
+// its own. A refusal always ends the connection; at its end the connection goes on reading for a
+// moment, since closing over unread bytes would lose the response.
 #include "http_connection.h"
 
 #include <algorithm>
