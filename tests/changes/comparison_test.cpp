@@ -293,15 +293,15 @@ TEST(Compare, FollowsABridgeWhoseSubsystemChanged) {
 }
 
 TEST(Compare, TellsPortsOfAFunctionThatStays) {
-  pcicim::Machine after = host().machine();
+  pcicim::ComparedMachine after = host().machine();
   std::erase_if(after.ports, [](const auto& port) { return port.id == "0000:00:01.0-sec"; });
   EXPECT_THAT(told(host().machine(), after), ElementsAre("port gone: 0000:00:01.0-sec Bridge"));
   EXPECT_THAT(told(after, host().machine()), ElementsAre("port new: 0000:00:01.0-sec Bridge"));
 }
 
 TEST(Compare, TellsPropertiesOfAPort) {
-  pcicim::Machine after = host().machine();
-  for (pcicim::MachinePort& port : after.ports) {
+  pcicim::ComparedMachine after = host().machine();
+  for (pcicim::ComparedPort& port : after.ports) {
     if (port.id == "0000:01:00.0-ep") {
       port.properties[0].value = "1";
       port.controller = "0000:02:00.0";
@@ -314,15 +314,15 @@ TEST(Compare, TellsPropertiesOfAPort) {
 }
 
 TEST(Compare, TellsPortsWithoutAFunction) {
-  pcicim::Machine before;
+  pcicim::ComparedMachine before;
   before.ports = {{"0000:01:00.0-ep", "A", "", {}}, {"0000:02:00.0-ep", "B", "", {}}};
-  pcicim::Machine after;
+  pcicim::ComparedMachine after;
   after.ports = {{"0000:02:00.0-ep", "B", "", {}}, {"none", "C", "", {}}};
   EXPECT_THAT(told(before, after), ElementsAre("port gone: 0000:01:00.0-ep A", "port new: none C"));
 }
 
 TEST(Compare, TellsAPortGroupThatNothingElseExplains) {
-  pcicim::Machine after = host().machine();
+  pcicim::ComparedMachine after = host().machine();
   std::erase_if(after.groups, [](const auto& group) { return group.bus == 5U; });
   EXPECT_THAT(told(host().machine(), after), ElementsAre("port group gone: Zelmar:bus-5"));
   EXPECT_THAT(told(after, host().machine()), ElementsAre("port group new: Zelmar:bus-5"));
@@ -350,11 +350,11 @@ TEST(Compare, ReadsWhatHasNoPlace) {
 }
 
 /// A bridge at every address, each behind the one before it.
-pcicim::Machine chain(unsigned length) {
-  pcicim::Machine machine;
+pcicim::ComparedMachine chain(unsigned length) {
+  pcicim::ComparedMachine machine;
   std::string parent;
   for (unsigned i = 0; i < length; ++i) {
-    pcicim::MachineFunction function;
+    pcicim::ComparedFunction function;
     function.address = {0, i / 256 % 256, i / 8 % 32, i % 8};
     function.id = pcicim::addressText(*function.address);
     function.parent = parent;

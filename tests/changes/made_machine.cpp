@@ -221,8 +221,8 @@ std::vector<cimom::Instance> MadeHost::instances(const std::string& className) c
   return result;
 }
 
-pcicim::Machine MadeHost::machine() const {
-  pcicim::MachineBuilder builder;
+pcicim::ComparedMachine MadeHost::machine() const {
+  pcicim::ComparedMachineBuilder builder;
   std::vector<std::string> classes = pcicim::elementClasses();
   classes.emplace_back(pcicim::kUnlisted);
   for (const std::string& className : classes) {
@@ -234,7 +234,8 @@ pcicim::Machine MadeHost::machine() const {
   return builder.take();
 }
 
-std::vector<std::string> told(const pcicim::Machine& before, const pcicim::Machine& after) {
+std::vector<std::string> told(const pcicim::ComparedMachine& before,
+                              const pcicim::ComparedMachine& after) {
   std::ostringstream out;
   FewWords words;
   pcicim::printChanges(pcicim::compare(before, after), words, out);

@@ -67,14 +67,15 @@ class MadeHost {
 
   /// All instances of a class, or of pcicim::kUnlisted.
   std::vector<cimom::Instance> instances(const std::string& className) const;
-  pcicim::Machine machine() const;
+  pcicim::ComparedMachine machine() const;
 
  private:
   std::vector<MadeFunction> functions_;
 };
 
 /// The lines that tell what changed; values have no words but 13 ("Supports PCIe").
-std::vector<std::string> told(const pcicim::Machine& before, const pcicim::Machine& after);
+std::vector<std::string> told(const pcicim::ComparedMachine& before,
+                              const pcicim::ComparedMachine& after);
 std::vector<std::string> told(const MadeHost& before, const MadeHost& after);
 
 }  // namespace changetest

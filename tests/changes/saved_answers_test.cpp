@@ -78,9 +78,10 @@ std::string saved(const MadeHost& made) {
   return out.str();
 }
 
-pcicim::Machine read(const std::string& text, const pcicim::SavedAnswersLimits& limits = {}) {
+pcicim::ComparedMachine read(const std::string& text,
+                             const pcicim::SavedAnswersLimits& limits = {}) {
   std::istringstream in(text);
-  pcicim::MachineBuilder builder;
+  pcicim::ComparedMachineBuilder builder;
   pcicim::SavedAnswers(*in.rdbuf(), "FILE", limits).giveTo(builder);
   return builder.take();
 }
@@ -107,7 +108,7 @@ std::string emptyAnswers(const std::string& more = "") {
 }
 
 TEST(SavedAnswers, AreReadAsTheyWereWritten) {
-  const pcicim::Machine machine = read(saved(host()));
+  const pcicim::ComparedMachine machine = read(saved(host()));
   EXPECT_EQ(machine.host.name, "made");
   EXPECT_EQ(machine.host.time, "2026-01-31T12:00:00Z");
   EXPECT_EQ(machine.functions.size(), 4U);
@@ -118,9 +119,9 @@ TEST(SavedAnswers, AreReadAsTheyWereWritten) {
 }
 
 TEST(SavedAnswers, HaveWhatNoEnumerationListsOnce) {
-  const pcicim::Machine machine = read(saved(host()));
+  const pcicim::ComparedMachine machine = read(saved(host()));
   std::vector<std::string> unlisted;
-  for (const pcicim::MachineFunction& function : machine.functions) {
+  for (const pcicim::ComparedFunction& function : machine.functions) {
     if (!function.isListed) unlisted.push_back(function.id);
   }
   EXPECT_THAT(unlisted, testing::ElementsAre("0000:04:00.0"));

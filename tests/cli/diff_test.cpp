@@ -193,10 +193,14 @@ TEST(Diff, ReadsBothSidesFromPipes) {
 
 TEST(Diff, ComparesThisHost) {
   const TemporaryFile empty("");
-  const Environment noHost{{"QARCTL_SYSFS_ROOT", std::filesystem::temp_directory_path()},
+  // A sysfs of a host without PCI.
+  const std::filesystem::path sysfs = empty.path().string() + ".sysfs";
+  std::filesystem::create_directories(sysfs / "bus");
+  const Environment noHost{{"QARCTL_SYSFS_ROOT", sysfs},
                            // Not this one: that is what the word is for.
                            {"QARCTL_PCI_DUMP", switches()}};
   const Outcome outcome = runPcicim({"diff", empty.path(), "live:"}, noHost);
+  std::filesystem::remove_all(sysfs);
   EXPECT_EQ(outcome.status, kSame) << outcome.out << outcome.err;
   const Outcome missing =
       runPcicim({"diff", empty.path(), "live:"}, {{"QARCTL_SYSFS_ROOT", "/nonexistent"}});

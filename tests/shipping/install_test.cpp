@@ -76,6 +76,7 @@ TEST(Install, PutsEveryPartInItsPlace) {
       "share/man/man8/pciprovider-register.8",
       "share/doc/pciprovider/administration.md",
       "share/doc/pciprovider/other-hosts.md",
+      "share/doc/pciprovider/saved-answers.md",
       "share/doc/pciprovider/saved-inventories.md"};
   for (const std::string& file : expected) EXPECT_THAT(files, Contains(file));
 }

@@ -44,8 +44,8 @@ void BusMap::note(const FunctionTree& before, const FunctionTree& after, const M
     if (other == kNone) {
       continue;
     }
-    const MachineFunction& from = before.function(index);
-    const MachineFunction& to = after.function(other);
+    const ComparedFunction& from = before.function(index);
+    const ComparedFunction& to = after.function(other);
     const bool isInPlace = matching.links[index] == Link::kSamePlace;
     if (isInPlace != inPlace || !from.address || !to.address) {
       continue;

@@ -30,7 +30,7 @@ using Text = std::optional<std::string>;
 /// The ports of each function, in the order of their sides; those of unknown functions apart.
 class PortTable {
  public:
-  PortTable(const Machine& machine, const FunctionTree& tree) : machine_(machine) {
+  PortTable(const ComparedMachine& machine, const FunctionTree& tree) : machine_(machine) {
     for (std::size_t i = 0; i < machine.ports.size(); ++i) {
       const std::size_t function = tree.find(machine.ports[i].functionId());
       (function == kNone ? homeless_ : byFunction_[function]).push_back(i);
@@ -42,7 +42,7 @@ class PortTable {
            [this](std::size_t port) { return std::string_view(machine_.ports[port].id); });
   }
 
-  const MachinePort& port(std::size_t index) const { return machine_.ports[index]; }
+  const ComparedPort& port(std::size_t index) const { return machine_.ports[index]; }
   const List& homeless() const { return homeless_; }
   const List& of(std::size_t function) const {
     static const List kNoPorts;
@@ -58,7 +58,7 @@ class PortTable {
     });
   }
 
-  const Machine& machine_;
+  const ComparedMachine& machine_;
   std::unordered_map<std::size_t, List> byFunction_;
   List homeless_;
 };
@@ -73,7 +73,7 @@ Text numberText(const std::optional<unsigned>& number) {
 
 class Comparison {
  public:
-  Comparison(const Machine& before, const Machine& after)
+  Comparison(const ComparedMachine& before, const ComparedMachine& after)
       : machine_(before),
         otherMachine_(after),
         before_(before),
@@ -110,8 +110,8 @@ class Comparison {
       if (matching_.links[index] != Link::kSamePlace) {
         continue;
       }
-      const MachineFunction& from = before_.function(index);
-      const MachineFunction& to = after_.function(matching_.after[index]);
+      const ComparedFunction& from = before_.function(index);
+      const ComparedFunction& to = after_.function(matching_.after[index]);
       if (addressAfter(from) != to.address) {
         matching_.links[index] = Link::kMoved;
       }
@@ -119,7 +119,7 @@ class Comparison {
   }
 
   /// The address that the function has when nothing but its bus's number changed.
-  std::optional<Address> addressAfter(const MachineFunction& function) const {
+  std::optional<Address> addressAfter(const ComparedFunction& function) const {
     if (!function.address) {
       return std::nullopt;
     }
@@ -288,8 +288,8 @@ class Comparison {
   }
 
   void compareFunctions(std::size_t index, std::size_t other) {
-    const MachineFunction& from = before_.function(index);
-    const MachineFunction& to = after_.function(other);
+    const ComparedFunction& from = before_.function(index);
+    const ComparedFunction& to = after_.function(other);
     if (from.name != to.name) {
       Change change = changeOf(index, other, Kind::kRenamed);
       change.oldName = from.name;
@@ -368,8 +368,8 @@ class Comparison {
     std::size_t i = 0;
     std::size_t j = 0;
     while (i < from.size() || j < to.size()) {
-      const MachinePort* port = i < from.size() ? &ports_.port(from[i]) : nullptr;
-      const MachinePort* newPort = j < to.size() ? &otherPorts_.port(to[j]) : nullptr;
+      const ComparedPort* port = i < from.size() ? &ports_.port(from[i]) : nullptr;
+      const ComparedPort* newPort = j < to.size() ? &otherPorts_.port(to[j]) : nullptr;
       if (port != nullptr && newPort != nullptr && port->side() == newPort->side()) {
         comparePort(index, other, *port, *newPort);
         ++i;
@@ -385,7 +385,7 @@ class Comparison {
   }
 
   /// Another class has other ports: that follows.
-  void addPort(Change change, const MachinePort& port, bool isSameClass) {
+  void addPort(Change change, const ComparedPort& port, bool isSameClass) {
     if (isSameClass) {
       change.port = port.id;
       change.name = port.name;
@@ -393,10 +393,10 @@ class Comparison {
     }
   }
 
-  void comparePort(std::size_t index, std::size_t other, const MachinePort& port,
-                   const MachinePort& newPort) {
-    const MachineFunction& from = before_.function(index);
-    const MachineFunction& to = after_.function(other);
+  void comparePort(std::size_t index, std::size_t other, const ComparedPort& port,
+                   const ComparedPort& newPort) {
+    const ComparedFunction& from = before_.function(index);
+    const ComparedFunction& to = after_.function(other);
     Change change = changeOf(index, other, Kind::kChanged);
     change.port = newPort.id;
     change.className = elementClasses()[3];
@@ -413,7 +413,7 @@ class Comparison {
   }
 
   /// A port repeats some properties of its function.
-  static bool isOfFunction(const MachineFunction& function, std::string_view name,
+  static bool isOfFunction(const ComparedFunction& function, std::string_view name,
                            const Text& value) {
     const std::string* own = findValue(function.properties, name);
     return own != nullptr && value == *own;
@@ -432,7 +432,7 @@ class Comparison {
       left.emplace(otherPorts_.port(port).id, port);
     }
     for (const std::size_t port : ports_.homeless()) {
-      const MachinePort& from = ports_.port(port);
+      const ComparedPort& from = ports_.port(port);
       const auto found = left.find(idAfterRenumbering(from));
       if (found != left.end()) {
         Change change;
@@ -451,14 +451,14 @@ class Comparison {
     }
   }
 
-  std::string idAfterRenumbering(const MachinePort& port) const {
-    MachineFunction function;
+  std::string idAfterRenumbering(const ComparedPort& port) const {
+    ComparedFunction function;
     function.address = parseAddress(port.functionId());
     const auto address = addressAfter(function);
     return address ? addressText(*address) + std::string(port.side()) : port.id;
   }
 
-  void addHomeless(const MachinePort& port, Kind kind) {
+  void addHomeless(const ComparedPort& port, Kind kind) {
     Change change;
     change.kind = kind;
     change.port = port.id;
@@ -478,7 +478,7 @@ class Comparison {
       if (lineOf[index] == kNone) {
         continue;
       }
-      const MachineFunction& function = tree.function(index);
+      const ComparedFunction& function = tree.function(index);
       if (function.address) {
         told[function.address->bus % kBuses] = true;
       }
@@ -489,15 +489,15 @@ class Comparison {
     return told;
   }
 
-  void tellGroups(const Machine& machine, const Machine& other, const std::vector<bool>& told,
-                  Kind kind) {
+  void tellGroups(const ComparedMachine& machine, const ComparedMachine& other,
+                  const std::vector<bool>& told, Kind kind) {
     std::vector<bool> isThere(kBuses, false);
-    for (const MachineGroup& group : other.groups) {
+    for (const ComparedGroup& group : other.groups) {
       if (group.bus && *group.bus < kBuses) {
         isThere[*group.bus] = true;
       }
     }
-    for (const MachineGroup& group : machine.groups) {
+    for (const ComparedGroup& group : machine.groups) {
       if (!group.bus || *group.bus >= kBuses || told[*group.bus]) {
         continue;
       }
@@ -521,8 +521,8 @@ class Comparison {
   static constexpr unsigned kBuses = 256;
   static const std::string kNothing;
 
-  const Machine& machine_;
-  const Machine& otherMachine_;
+  const ComparedMachine& machine_;
+  const ComparedMachine& otherMachine_;
   FunctionTree before_;
   FunctionTree after_;
   Matching matching_;
@@ -539,7 +539,7 @@ const std::string Comparison::kNothing;
 
 }  // namespace
 
-std::vector<Change> compare(const Machine& before, const Machine& after) {
+std::vector<Change> compare(const ComparedMachine& before, const ComparedMachine& after) {
   return Comparison(before, after).run();
 }
 

@@ -9,7 +9,7 @@ namespace pcicim {
 namespace {
 
 /// Functions in the order of their addresses, those without one behind all others.
-std::vector<std::size_t> ordered(const Machine& machine) {
+std::vector<std::size_t> ordered(const ComparedMachine& machine) {
   std::vector<std::size_t> indices(machine.functions.size());
   std::iota(indices.begin(), indices.end(), std::size_t{0});
   std::stable_sort(indices.begin(), indices.end(), [&machine](std::size_t left, std::size_t right) {
@@ -27,14 +27,14 @@ std::vector<std::size_t> ordered(const Machine& machine) {
 }
 
 /// The bus and device number, which the functions of a card share; unreadable ones share nothing.
-bool isOneCard(const MachineFunction& left, const MachineFunction& right) {
+bool isOneCard(const ComparedFunction& left, const ComparedFunction& right) {
   return left.address && right.address && left.address->segment == right.address->segment &&
          left.address->bus == right.address->bus && left.address->device == right.address->device;
 }
 
 }  // namespace
 
-FunctionTree::FunctionTree(const Machine& machine)
+FunctionTree::FunctionTree(const ComparedMachine& machine)
     : machine_(machine),
       parents_(machine.functions.size(), kNone),
       children_(machine.functions.size()),

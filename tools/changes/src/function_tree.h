@@ -26,9 +26,9 @@ class FunctionTree {
   };
   using Card = std::vector<std::size_t>;
 
-  explicit FunctionTree(const Machine& machine);
+  explicit FunctionTree(const ComparedMachine& machine);
 
-  const MachineFunction& function(std::size_t index) const { return machine_.functions[index]; }
+  const ComparedFunction& function(std::size_t index) const { return machine_.functions[index]; }
   std::size_t size() const { return machine_.functions.size(); }
   std::size_t parent(std::size_t index) const { return parents_[index]; }
   /// In the order of their addresses, as all lists here.
@@ -49,7 +49,7 @@ class FunctionTree {
   void walk();
   void makeCards();
 
-  const Machine& machine_;
+  const ComparedMachine& machine_;
   /// Indices in the order of ids, and of equal ones in that of the answers.
   std::vector<std::size_t> byId_;
   std::vector<std::size_t> parents_;

@@ -114,21 +114,21 @@ const std::string* findValue(const Properties& properties, std::string_view name
   return found != properties.end() && cimom::sameName(found->name, name) ? &found->value : nullptr;
 }
 
-std::string_view MachinePort::functionId() const {
+std::string_view ComparedPort::functionId() const {
   return std::string_view(id).substr(0, sideOf(id));
 }
 
-std::string_view MachinePort::side() const {
+std::string_view ComparedPort::side() const {
   return std::string_view(id).substr(sideOf(id));
 }
 
-bool MachineBuilder::wants(std::string_view className) const {
+bool ComparedMachineBuilder::wants(std::string_view className) const {
   const auto& classes = elementClasses();
   return className == kUnlisted ||
          std::find(classes.begin(), classes.end(), className) != classes.end();
 }
 
-void MachineBuilder::instance(const cimom::Instance& instance) {
+void ComparedMachineBuilder::instance(const cimom::Instance& instance) {
   const auto& classes = elementClasses();
   if (className_ == classes[3]) {
     addPort(instance);
@@ -139,8 +139,8 @@ void MachineBuilder::instance(const cimom::Instance& instance) {
   }
 }
 
-void MachineBuilder::addFunction(const cimom::Instance& instance) {
-  MachineFunction function;
+void ComparedMachineBuilder::addFunction(const cimom::Instance& instance) {
+  ComparedFunction function;
   function.id = textOf(instance, "DeviceID");
   function.address = parseAddress(function.id);
   function.parent = textOf(instance, "ParentDeviceID");
@@ -154,18 +154,18 @@ void MachineBuilder::addFunction(const cimom::Instance& instance) {
   machine_.functions.push_back(std::move(function));
 }
 
-void MachineBuilder::addPort(const cimom::Instance& instance) {
+void ComparedMachineBuilder::addPort(const cimom::Instance& instance) {
   machine_.ports.push_back({textOf(instance, "DeviceID"), textOf(instance, "ElementName"),
                             textOf(instance, "ControllerDeviceID"),
                             propertiesOf(instance, kPortMembers)});
 }
 
-void MachineBuilder::addGroup(const cimom::Instance& instance) {
+void ComparedMachineBuilder::addGroup(const cimom::Instance& instance) {
   machine_.groups.push_back({textOf(instance, "InstanceID"), smallNumberOf(instance, "BusNumber")});
 }
 
-Machine MachineBuilder::take() {
-  return std::exchange(machine_, Machine());
+ComparedMachine ComparedMachineBuilder::take() {
+  return std::exchange(machine_, ComparedMachine());
 }
 
 }  // namespace pcicim

@@ -34,11 +34,11 @@ Hash hashOf(const Identity& identity) {
   return hash;
 }
 
-unsigned functionNumber(const MachineFunction& function) {
+unsigned functionNumber(const ComparedFunction& function) {
   return function.address ? function.address->function : 0;
 }
 
-Hash placeHash(const MachineFunction& function) {
+Hash placeHash(const ComparedFunction& function) {
   return function.address ? combine(function.address->device, function.address->function)
                           : std::hash<std::string>()(function.id);
 }
@@ -72,7 +72,7 @@ Base firstOf(const FunctionTree& tree, const List& list) {
   return {address.segment, address.bus};
 }
 
-Place placeOf(const MachineFunction& function, const Base& base) {
+Place placeOf(const ComparedFunction& function, const Base& base) {
   Place place;
   if (!function.address) {
     place.isUnreadable = true;
@@ -162,7 +162,7 @@ class RootBuses {
   const RootBus& bus(std::size_t index) const { return before_.rootBuses()[index]; }
   const RootBus& other(std::size_t index) const { return after_.rootBuses()[index]; }
 
-  static Hash contentHash(const MachineFunction& function) {
+  static Hash contentHash(const ComparedFunction& function) {
     return combine(placeHash(function), hashOf(function.identity));
   }
 
@@ -342,8 +342,8 @@ class Matcher {
     std::size_t i = 0;
     std::size_t j = 0;
     while (i < left.size() && j < right.size()) {
-      const MachineFunction& function = before_.function(left[i]);
-      const MachineFunction& other = after_.function(right[j]);
+      const ComparedFunction& function = before_.function(left[i]);
+      const ComparedFunction& other = after_.function(right[j]);
       const auto order = placeOf(function, base) <=> placeOf(other, otherBase);
       if (std::is_lt(order) || !isFree(before_, left[i])) {
         ++i;
@@ -392,8 +392,8 @@ class Matcher {
   bool isEqual(const Card& card, const Card& other) const {
     return std::equal(card.begin(), card.end(), other.begin(), other.end(),
                       [this](std::size_t left, std::size_t right) {
-                        const MachineFunction& one = before_.function(left);
-                        const MachineFunction& two = after_.function(right);
+                        const ComparedFunction& one = before_.function(left);
+                        const ComparedFunction& two = after_.function(right);
                         return functionNumber(one) == functionNumber(two) &&
                                one.identity == two.identity;
                       });
@@ -449,7 +449,7 @@ class Matcher {
   void moveFunctions() {
     Buckets functions;
     for (const std::size_t index : after_.topDown()) {
-      const MachineFunction& function = after_.function(index);
+      const ComparedFunction& function = after_.function(index);
       if (isFree(after_, index) && !function.identity.isBridge()) {
         functions.add(hashOf(function.identity), index);
       }

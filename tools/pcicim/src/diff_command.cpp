@@ -149,8 +149,8 @@ class Side {
     }
   }
 
-  Machine read() {
-    MachineBuilder builder;
+  ComparedMachine read() {
+    ComparedMachineBuilder builder;
     try {
       SavedAnswers(*text_, name_).giveTo(builder);
     } catch (const SavedAnswersError&) {
@@ -158,7 +158,7 @@ class Side {
       throw;
     }
     endAnswering();
-    Machine machine = builder.take();
+    ComparedMachine machine = builder.take();
     machine.host.source = name_;
     return machine;
   }
@@ -260,8 +260,8 @@ int diff(const cimom::ClassRepository& classes, const Options& options, std::ost
   try {
     Side before(options, options.target);
     Side after(options, options.secondTarget);
-    const Machine first = before.read();
-    const Machine second = after.read();
+    const ComparedMachine first = before.read();
+    const ComparedMachine second = after.read();
     const std::vector<Change> changes = compare(first, second);
     if (options.format == Format::kJson) {
       printChangesAsJson(first.host, second.host, changes, out);

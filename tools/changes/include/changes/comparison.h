@@ -77,6 +77,6 @@ struct Change {
 /// then what stayed but changed, each in the order of addresses. Host names, times and the order of
 /// answers are no changes, and nothing is told twice: ports and groups of a card that is told are
 /// not. Safe from any thread.
-std::vector<Change> compare(const Machine& before, const Machine& after);
+std::vector<Change> compare(const ComparedMachine& before, const ComparedMachine& after);
 
 }  // namespace pcicim

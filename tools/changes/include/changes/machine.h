@@ -44,7 +44,7 @@ struct Identity {
 };
 
 /// A PCI function as its instance describes it.
-struct MachineFunction {
+struct ComparedFunction {
   /// Its DeviceID, and the address that it reads as; nothing when it reads as none.
   std::string id;
   std::optional<Address> address;
@@ -64,7 +64,7 @@ struct MachineFunction {
 };
 
 /// A port; its id is that of its function, a minus sign, and a word for the side.
-struct MachinePort {
+struct ComparedPort {
   std::string id;
   std::string name;
   std::string controller;
@@ -74,21 +74,21 @@ struct MachinePort {
   std::string_view side() const;
 };
 
-struct MachineGroup {
+struct ComparedGroup {
   std::string id;
   std::optional<unsigned> bus;
 };
 
 /// What the answers of one host describe.
-struct Machine {
+struct ComparedMachine {
   HostFacts host;
-  std::vector<MachineFunction> functions;
-  std::vector<MachinePort> ports;
-  std::vector<MachineGroup> groups;
+  std::vector<ComparedFunction> functions;
+  std::vector<ComparedPort> ports;
+  std::vector<ComparedGroup> groups;
 };
 
 /// Collects a machine out of answers.
-class MachineBuilder : public AnswersSink {
+class ComparedMachineBuilder : public AnswersSink {
  public:
   void host(const HostFacts& facts) override { machine_.host = facts; }
   bool wants(std::string_view className) const override;
@@ -96,14 +96,14 @@ class MachineBuilder : public AnswersSink {
   void instance(const cimom::Instance& instance) override;
 
   /// What came up to now; nothing is left here.
-  Machine take();
+  ComparedMachine take();
 
  private:
   void addFunction(const cimom::Instance& instance);
   void addPort(const cimom::Instance& instance);
   void addGroup(const cimom::Instance& instance);
 
-  Machine machine_;
+  ComparedMachine machine_;
   std::string className_;
 };
 
