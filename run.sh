@@ -8,6 +8,10 @@ if (($# > 1)) || [[ "${1:-}" == -* ]]; then
   exit 2
 fi
 inventory="${1:-}"
+if [[ -n "$inventory" && (! -f "$inventory" || ! -r "$inventory") ]]; then
+  echo "$inventory is no file that can be read." >&2
+  exit 2
+fi
 [[ -z "$inventory" ]] || inventory="$(realpath -- "$inventory")"
 cd "$(dirname "$(realpath "$0")")"
 
@@ -21,13 +25,14 @@ if ! { cmake --preset release && cmake --build --preset release; } >"$build_log"
   exit 1
 fi
 
-pcicim=build/release/bin/pcicim
+# Whole paths: what is shown below works in any directory.
+pcicim="$PWD/build/release/bin/pcicim"
 options=()
 if [[ -n "$inventory" ]]; then
   options=(--inventory "$inventory")
 elif ! compgen -G "${QARCTL_SYSFS_ROOT:-/sys}/bus/pci/devices/*" >/dev/null &&
   [[ -z "${QARCTL_PCI_DUMP:-}" ]]; then
-  options=(--inventory samples/q35-pcie-switches.txt)
+  options=(--inventory "$PWD/samples/q35-pcie-switches.txt")
   echo "This host has no PCI bus; showing the saved machine ${options[1]} instead." >&2
 fi
 
@@ -36,8 +41,8 @@ echo
 echo "Instances per class:"
 "$pcicim" "${options[@]}" count
 
-shown="$pcicim"
-((${#options[@]} == 0)) || shown="$(printf '%q ' "$pcicim" "${options[@]}")"
+shown="$(printf '%q ' "$pcicim" "${options[@]}")"
+shown="${shown% }"
 cat <<TEXT
 
 Ask more:

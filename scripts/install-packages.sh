@@ -9,7 +9,7 @@ declare -A groups=(
   [vm]="qemu-system-x86 mmdebstrap dpkg-dev file"
   [browser]="chromium chromium-driver fonts-dejavu-core"
   [bench]="libbenchmark-dev pciutils valgrind"
-  [package]="dpkg-dev file"
+  [package]="dpkg-dev file lintian"
   [lint]="clang clang-format clang-tidy libclang-rt-14-dev shellcheck"
 )
 
@@ -46,13 +46,18 @@ else
   echo "Installing: ${missing[*]}" >&2
 fi
 
+# What the package manager says is for who has to find out why it failed.
+log="$(mktemp)"
+trap 'rm -f -- "$log"' EXIT
+
 install_missing() {
   # sudo drops the environment, so the variable is set behind it.
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -y -q --no-install-recommends "${missing[@]}" >&2
+    apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
-if ! { "${as_root[@]}" apt-get update -q >&2 && install_missing; }; then
+if ! { "${as_root[@]}" apt-get update -q && install_missing; } >"$log" 2>&1; then
+  cat "$log" >&2
   echo "Could not install ${missing[*]} (for: $*); see what apt-get said above." >&2
   exit 1
 fi

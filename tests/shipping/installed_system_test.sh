@@ -51,7 +51,7 @@ for directory in "$@"; do
 done
 
 inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin "$@"; }
-names=(pciprovider pciprovider-platform pciprovider-tools pcicim-service pciprovider-dev)
+names=(pciprovider libzelcppc1 libqarctl1 pciprovider-tools pcicim-service pciprovider-dev)
 files_of() { inside dpkg -L "${names[@]}" | sort -u; }
 
 inside dpkg --purge "${names[@]}" >/dev/null 2>&1 || true

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -68,12 +69,12 @@ class EveryPackage : public testing::TestWithParam<const char*> {
 };
 
 INSTANTIATE_TEST_SUITE_P(Debian, EveryPackage,
-                         testing::Values("pciprovider", "pciprovider-platform", "pciprovider-tools",
-                                         "pcicim-service", "pciprovider-dev"),
+                         testing::Values("pciprovider", "libzelcppc1", "libqarctl1",
+                                         "pciprovider-tools", "pcicim-service", "pciprovider-dev"),
                          [](const auto& test) {
-                           const std::string name = test.param;
-                           const auto dash = name.find('-');
-                           return dash == std::string::npos ? "provider" : name.substr(dash + 1);
+                           std::string name = test.param;
+                           std::ranges::replace(name, '-', '_');
+                           return name;
                          });
 
 TEST_P(EveryPackage, ControlFieldsAreComplete) {
@@ -155,18 +156,31 @@ TEST_P(EveryPackage, NothingNamesTheMachineThatBuiltIt) {
   EXPECT_FALSE(anyFileMentions(package_.control(), BUILD_DIRECTORY));
 }
 
-const std::string kThisVersion = "(= " PROJECT_VERSION "-1)";
+const std::string kFromThis = " (>= " PROJECT_VERSION ")";
+const std::string kBeforeTheNext = " (<< " + std::to_string(std::stoi(PROJECT_VERSION) + 1) + "~)";
 
 TEST(Packages, EachDependsOnWhatItsFilesNeed) {
   EXPECT_THAT(Package("pciprovider").field("Depends"),
-              AllOf(HasSubstr("pciprovider-platform " + kThisVersion), HasSubstr("libc6 (>= "),
-                    HasSubstr("libstdc++6 (>= ")));
+              AllOf(HasSubstr("libzelcppc1" + kFromThis), HasSubstr("libqarctl1" + kFromThis),
+                    HasSubstr("libc6 (>= "), HasSubstr("libstdc++6 (>= ")));
   EXPECT_THAT(
-      Package("pciprovider-platform").field("Depends"),
+      Package("libqarctl1").field("Depends"),
       AllOf(HasSubstr("libpci3 (>= "), HasSubstr("libc6 (>= "), HasSubstr("libstdc++6 (>= ")));
+  EXPECT_THAT(Package("libzelcppc1").field("Depends"), HasSubstr("libstdc++6 (>= "));
   EXPECT_THAT(Package("pciprovider-tools").field("Depends"),
-              AllOf(HasSubstr("pciprovider " + kThisVersion), HasSubstr("libstdc++6 (>= ")));
-  EXPECT_EQ(Package("pciprovider-dev").field("Depends"), "pciprovider-platform " + kThisVersion);
+              AllOf(HasSubstr("pciprovider" + kFromThis), HasSubstr("libstdc++6 (>= ")));
+  EXPECT_EQ(Package("pciprovider-dev").field("Depends"),
+            "libzelcppc1" + kFromThis + ", libqarctl1" + kFromThis);
+}
+
+// Otherwise an upgrade of one package would take away the rest.
+TEST_P(EveryPackage, TakesLaterVersionsOfTheOthers) {
+  EXPECT_THAT(package_.field("Depends"), Not(HasSubstr("(= ")));
+  for (const char* other : {"pciprovider", "pciprovider-tools"}) {
+    const std::string depends = package_.field("Depends");
+    if (depends.find(other + kFromThis) == std::string::npos) continue;
+    EXPECT_THAT(depends, HasSubstr(other + kBeforeTheNext));
+  }
 }
 
 TEST(Packages, EachHoldsItsPart) {
@@ -179,10 +193,10 @@ TEST(Packages, EachHoldsItsPart) {
   EXPECT_TRUE(provider.contains("usr/share/pciprovider/registration/pciprovider.reg"));
   EXPECT_TRUE(provider.contains("usr/share/man/man8/pciprovider-register.8.gz"));
   EXPECT_FALSE(provider.contains("usr/share/pciprovider/mof/standard"));
-  const Package platform("pciprovider-platform");
-  EXPECT_TRUE(platform.contains(libraries + "libqarctl.so.1"));
-  EXPECT_TRUE(platform.contains(libraries + "libzelcppc.so.1"));
-  EXPECT_FALSE(platform.contains(libraries + "libqarctl.so"));
+  EXPECT_TRUE(Package("libzelcppc1").contains(libraries + "libzelcppc.so.1"));
+  const Package control("libqarctl1");
+  EXPECT_TRUE(control.contains(libraries + "libqarctl.so.1"));
+  EXPECT_FALSE(control.contains(libraries + "libqarctl.so"));
   const Package tools("pciprovider-tools");
   EXPECT_TRUE(tools.contains("usr/bin/pcicim"));
   EXPECT_TRUE(tools.contains(libraries + "pciprovider/pcicim-cairo.so"));
@@ -192,6 +206,7 @@ TEST(Packages, EachHoldsItsPart) {
   EXPECT_TRUE(tools.contains("usr/share/man/man1/pcicim.1.gz"));
   EXPECT_TRUE(tools.contains("usr/share/bash-completion/completions/pcicim"));
   EXPECT_TRUE(tools.contains("usr/share/zsh/vendor-completions/_pcicim"));
+  EXPECT_TRUE(tools.contains("usr/share/doc/pciprovider-tools/samples/q35-pcie-switches.txt"));
   const Package development("pciprovider-dev");
   EXPECT_TRUE(development.contains("usr/include/zelcppc/CmpiInstanceMI.h"));
   EXPECT_TRUE(development.contains("usr/include/zelcppc/ProviderFactory.h"));
@@ -201,7 +216,7 @@ TEST(Packages, EachHoldsItsPart) {
 
 TEST(Packages, NoFileIsInTwoOfThem) {
   std::map<std::string, std::string> owners;
-  for (const char* name : {"pciprovider", "pciprovider-platform", "pciprovider-tools",
+  for (const char* name : {"pciprovider", "libzelcppc1", "libqarctl1", "pciprovider-tools",
                            "pcicim-service", "pciprovider-dev"}) {
     for (const std::string& file : filesBelow(Package(name).content())) {
       const auto [owner, isNew] = owners.emplace(file, name);
@@ -256,16 +271,45 @@ TEST(ServicePackage, EveryOptionInTheConfigurationIsKnown) {
   EXPECT_GE(count, 8U);
 }
 
-TEST(Packages, PlatformLibrariesAreAnnouncedToTheLoaderAndToPackagesThatUseThem) {
-  const Package platform("pciprovider-platform");
-  EXPECT_EQ(contentOf(platform.control() / "triggers"), "activate-noawait ldconfig\n");
-  EXPECT_THAT(linesOf(contentOf(platform.control() / "shlibs")),
-              UnorderedElementsAre("libqarctl 1 pciprovider-platform (>= " PROJECT_VERSION ")",
-                                   "libzelcppc 1 pciprovider-platform (>= " PROJECT_VERSION ")"));
-  for (const char* library : {"libqarctl.so.1", "libzelcppc.so.1"}) {
+class EveryLibraryPackage : public testing::TestWithParam<const char*> {
+ protected:
+  const std::string library_ = std::string("lib") + GetParam();
+  const Package package_{library_ + '1'};
+};
+
+INSTANTIATE_TEST_SUITE_P(Debian, EveryLibraryPackage, testing::Values("zelcppc", "qarctl"),
+                         [](const auto& test) { return std::string(test.param); });
+
+TEST_P(EveryLibraryPackage, IsAnnouncedToTheLoaderAndToPackagesThatUseIt) {
+  EXPECT_EQ(contentOf(package_.control() / "triggers"), "activate-noawait ldconfig\n");
+  EXPECT_EQ(contentOf(package_.control() / "shlibs"),
+            library_ + " 1 " + library_ + "1 (>= " PROJECT_VERSION ")\n");
+  EXPECT_THAT(
+      shell("readelf -d " + quoted(package_.content() / "usr/" LIBRARY_DIR / (library_ + ".so.1")))
+          .out,
+      HasSubstr("Library soname: [" + library_ + ".so.1]"));
+}
+
+// A symbol that is missing breaks programs, one that is not listed lets them depend on too little.
+TEST_P(EveryLibraryPackage, ListsTheSymbolsThatItHas) {
+  const std::string listed = contentOf(package_.control() / "symbols");
+  EXPECT_THAT(listed, testing::StartsWith(library_ + ".so.1 " + library_ + "1 #MINVER#\n"));
+  const Outcome compared =
+      shell("dpkg-gensymbols -c4 -O/dev/null -v" PROJECT_VERSION " -p" + package_.name() + " -P" +
+            quoted(package_.content()) + " -I" + quoted(package_.control() / "symbols") + " -e" +
+            quoted(package_.content() / "usr/" LIBRARY_DIR / (library_ + ".so.1")) + " 2>&1");
+  EXPECT_EQ(compared.status, 0) << compared.out;
+}
+
+// The linker's part; scripts/check-hardening.sh looks at the compiler's, in optimised builds.
+TEST_P(EveryPackage, ProgramsAndLibrariesAreHardened) {
+  for (const std::string& file : filesBelow(package_.content())) {
+    const fs::path path = package_.content() / file;
+    if (fs::is_symlink(path) || !contentOf(path).starts_with("\177ELF")) continue;
     EXPECT_THAT(
-        shell("readelf -d " + quoted(platform.content() / "usr/" LIBRARY_DIR / library)).out,
-        HasSubstr(std::string("Library soname: [") + library + ']'));
+        shell("readelf -W -l -d " + quoted(path)).out,
+        AllOf(HasSubstr("GNU_RELRO"), HasSubstr("BIND_NOW"), HasSubstr("Elf file type is DYN")))
+        << file;
   }
 }
 

@@ -36,6 +36,8 @@ rm -rf "$root"
 rm -f "$results"
 boot "$work/service-initrd" "$console" "$results" 1536 ||
   give_up "$console" "did not end by itself within $time_limit s, or could not start"
+# A serial line ends its lines as terminals do.
+sed -i 's/\r$//' "$results"
 cat "$results"
 ! grep -q '^FAILED' "$results" || give_up "$console" "found something wrong"
 grep -qx 'The end.' "$results" || give_up "$console" "did not come to the end"
