@@ -268,7 +268,7 @@ TEST(Diff, WritesNothingOfANameAsControl) {
 }
 
 TEST(Diff, ComparesMachinesOfThousandsOfFunctions) {
-  constexpr unsigned kFunctions = 4'000;
+  constexpr unsigned kFunctions = 2'000;
   const TemporaryFile before(machineOf(kFunctions));
   const TemporaryFile after(machineOf(kFunctions - 1));
   const Outcome outcome = diff(before.path(), after.path());

@@ -64,6 +64,7 @@ class SchemaWords : public ValueWriter {
 /// Becomes this program with those arguments.
 void execute(std::vector<std::string> words) {
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) {
     pointers.push_back(word.data());
   }
