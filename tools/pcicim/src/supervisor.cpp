@@ -23,6 +23,9 @@
 namespace pcicim {
 namespace {
 
+/// Added to the signal's number, as shells do.
+constexpr int kEndedBySignal = 128;
+
 [[noreturn]] void throwSystemError(const char* what) {
   throw std::system_error(errno, std::generic_category(), what);
 }
@@ -197,7 +200,7 @@ class Supervisor {
     for (pid_t id = waitpid(-1, &status, WNOHANG); id > 0; id = waitpid(-1, &status, WNOHANG)) {
       // It may have become ready since, and ended all the same.
       takeReadiness();
-      takeEnd(id, WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+      takeEnd(id, WIFEXITED(status) ? WEXITSTATUS(status) : kEndedBySignal + WTERMSIG(status));
     }
   }
 
@@ -209,16 +212,26 @@ class Supervisor {
     } else if (id == starting_.id) {
       starting_.id = kNobody;
       forgetPipe();
-      if (!hasServed_) exitCode_ = isStopping_ ? EXIT_SUCCESS : exitCode;
+      if (!hasServed_) firstServerEnded(exitCode);
       if (hasServed_ && !isStopping_) reloadFailed();
     } else {
       std::erase(leaving_, id);
     }
   }
 
+  /// One that ends by itself has said why; one that a signal ends has not.
+  void firstServerEnded(int exitCode) {
+    exitCode_ = isStopping_ ? EXIT_SUCCESS : exitCode;
+    if (!isStopping_ && exitCode >= kEndedBySignal) tellEnd(exitCode);
+  }
+
   void serverEnded(int exitCode) {
-    report(Severity::kError, "the server has ended with exit code " + std::to_string(exitCode));
+    tellEnd(exitCode);
     stop();
+  }
+
+  static void tellEnd(int exitCode) {
+    report(Severity::kError, "the server has ended with exit code " + std::to_string(exitCode));
   }
 
   /// A second signal ends the serving processes at once.
