@@ -40,7 +40,7 @@ for shell in bash zsh; do
   expect "$shell" "Zelmar_PCIPort Zelmar_PCIPortGroup " --inventory x associators x --result-class Zelmar_PCIPo
   expect "$shell" "--inventory " --inv
   expect "$shell" "--format " tree --for
-  expect "$shell" "json text " count --format ""
+  expect "$shell" "json jsonl text " count --format ""
   expect "$shell" "json jsonl mof text " enum X --format ""
   expect "$shell" "always auto never " --color ""
 done
