@@ -79,7 +79,7 @@ double luminance(std::uint32_t rgb) {
 }
 
 double contrast(std::uint32_t one, std::uint32_t other) {
-  const auto [dark, light] = std::minmax(luminance(one), luminance(other));
+  const auto [dark, light] = std::minmax({luminance(one), luminance(other)});
   return (light + 0.05) / (dark + 0.05);
 }
 
