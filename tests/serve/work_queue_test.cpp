@@ -169,6 +169,20 @@ TEST_F(WorkQueueTest, NoneGivesWayToItsOwnClientNorToOneThatHasAsMuch) {
   gate.letGo(1000);
 }
 
+TEST_F(WorkQueueTest, OneGivesWayToItsOwnClientThatHasWaitedLong) {
+  Yielding ofA;
+  WorkQueue queue(2, 8, milliseconds(0), milliseconds(1));
+  for (int i = 1; i <= 2; ++i) {
+    ASSERT_TRUE(queue.offer(a, ofA.work(queue)));
+    ofA.waitForBegun(i);
+  }
+  ASSERT_TRUE(offer(queue, a, "a"));
+  EXPECT_THAT(gate.waitFor(1), ElementsAre("a"));
+  EXPECT_EQ(ofA.gaveWay(), 1);
+  ofA.end();
+  gate.letGo(1000);
+}
+
 TEST_F(WorkQueueTest, NobodyGivesWayAtOnce) {
   Yielding ofA;
   WorkQueue queue(1, 8, std::chrono::hours(1));

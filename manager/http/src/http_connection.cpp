@@ -199,7 +199,7 @@ void HttpConnection::inviteBody() {
   static constexpr std::string_view kInvitation = "HTTP/1.1 100 Continue\r\n\r\n";
   net::async_write(stream_, net::buffer(kInvitation),
                    [self = shared_from_this()](const Error& error, std::size_t) {
-                     if (error || self->state_ == State::kClosed) return self->close();
+                     if (self->hasEnded(error)) return self->close();
                      self->read();
                    });
 }

@@ -51,6 +51,11 @@ class CimXmlHttpServer::Implementation {
     return listeners_.emplace_back(context_).adopt(listeningSocket);
   }
 
+  std::chrono::milliseconds timeLeft() const {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(stopDeadline_ - Clock::now());
+    return std::max(left, std::chrono::milliseconds(0));
+  }
+
   bool run(int stopDescriptor, int leaveDescriptor) {
     using Descriptor = net::posix::stream_descriptor;
     stopSignal_.assign(duplicate(stopDescriptor));
@@ -195,6 +200,10 @@ int CimXmlHttpServer::adopt(int listeningSocket) {
 
 bool CimXmlHttpServer::run(int stopDescriptor, int leaveDescriptor) {
   return implementation_->run(stopDescriptor, leaveDescriptor);
+}
+
+std::chrono::milliseconds CimXmlHttpServer::timeLeft() const {
+  return implementation_->timeLeft();
 }
 
 bool isLoopback(const std::string& address) {

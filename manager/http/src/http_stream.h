@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 namespace cimom {
@@ -22,6 +23,7 @@ class HttpStream {
   HttpStream(Socket socket, boost::asio::ssl::context* tls) : socket_(std::move(socket)) {
     Error ignored;
     socket_.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
+    keepLittleUnsent();
     if (tls != nullptr) tls_.emplace(socket_, *tls);
   }
 
@@ -65,6 +67,14 @@ class HttpStream {
   }
 
  private:
+  /// Else megabytes wait in the kernel, and a client has to take a third of them to be seen taking
+  /// any.
+  void keepLittleUnsent() {
+    constexpr int kMostUnsent = 128 << 10;
+    setsockopt(socket_.native_handle(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, &kMostUnsent,
+               sizeof kMostUnsent);
+  }
+
   bool peek(unsigned char& first) {
     return recv(socket_.native_handle(), &first, 1, MSG_PEEK | MSG_DONTWAIT) == 1;
   }

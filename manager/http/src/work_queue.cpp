@@ -7,9 +7,9 @@
 #include <utility>
 
 namespace cimom {
-
-WorkQueue::WorkQueue(unsigned threads, std::size_t capacity, std::chrono::milliseconds patience)
-    : capacity_(capacity), patience_(patience), idle_(threads) {
+WorkQueue::WorkQueue(unsigned threads, std::size_t capacity, std::chrono::milliseconds patience,
+                     std::chrono::milliseconds longestPatience)
+    : capacity_(capacity), patience_(patience), longestPatience_(longestPatience), idle_(threads) {
   try {
     for (unsigned i = 0; i < threads; ++i) threads_.emplace_back([this] { run(); });
   } catch (const std::system_error& error) {
@@ -70,9 +70,11 @@ std::size_t WorkQueue::waitingOf(const Client& client) const {
 }
 
 /// True when its client has none running, or would still have no more than the one with the `most`
-/// if that had one less.
+/// if that had one less, or when it has waited long.
 bool WorkQueue::isOwedAThread(const Waiting& waiting, std::size_t most) const {
-  if (Clock::now() - waiting.since < patience_) return false;
+  const auto waited = Clock::now() - waiting.since;
+  if (waited < patience_) return false;
+  if (waited >= longestPatience_) return true;
   const std::size_t running = runningOf(waiting.client);
   return running == 0 || running + 1 < most;
 }

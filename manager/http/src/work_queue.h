@@ -23,10 +23,12 @@ class WorkQueue {
   using Clock = std::chrono::steady_clock;
 
   /// `capacity` is how much may wait while all threads are at work, three quarters of it of one
-  /// client. Work that has waited for `patience` makes others give way. Throws std::runtime_error
-  /// when the threads cannot be made.
+  /// client. Work that has waited for `patience` makes that of others give way, and after
+  /// `longestPatience` that of its own client, too, which else could hold all threads for ever with
+  /// slow responses. Throws std::runtime_error when the threads cannot be made.
   WorkQueue(unsigned threads, std::size_t capacity,
-            std::chrono::milliseconds patience = std::chrono::seconds(2));
+            std::chrono::milliseconds patience = std::chrono::seconds(2),
+            std::chrono::milliseconds longestPatience = std::chrono::seconds(20));
   ~WorkQueue() { finish(); }
   WorkQueue(const WorkQueue&) = delete;
   WorkQueue& operator=(const WorkQueue&) = delete;
@@ -63,6 +65,7 @@ class WorkQueue {
 
   const std::size_t capacity_;
   const std::chrono::milliseconds patience_;
+  const std::chrono::milliseconds longestPatience_;
   std::mutex mutex_;
   std::condition_variable changed_;
   /// The oldest first.

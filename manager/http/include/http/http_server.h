@@ -24,7 +24,7 @@ struct HttpLimits {
   unsigned requests = 8;
   /// Whole requests that wait beyond those, three quarters of them from one address; the next is
   /// answered with 503. One that has waited for two seconds ends a long response whose client is
-  /// slow, of the address that has most of them.
+  /// slow, of the address that has most of them; after 20 seconds, one of its own address, too.
   unsigned waiting = 32;
   /// Open connections, at least 1; a client beyond them is answered with 503. When more than half
   /// are open, connections end with their response, so that idle ones never hold all.
@@ -99,6 +99,9 @@ class CimXmlHttpServer {
   /// now on: no more connections are taken, those that are open end as their promises allow, each
   /// with the answer to its next request, and run returns when all have, within the stop time.
   [[nodiscard]] bool run(int stopDescriptor, int leaveDescriptor = -1);
+
+  /// What run() has left of the stop time; 0 when nothing. For the thread of run(), after it.
+  std::chrono::milliseconds timeLeft() const;
 
  private:
   class Implementation;
