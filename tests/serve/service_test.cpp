@@ -119,6 +119,8 @@ TEST(ServeConfiguration, ItsErrorsNameTheFileAndTheLine) {
   EXPECT_EQ(complaintAbout("config = /etc/x\n"), ", line 1: there is no option config\n");
   EXPECT_EQ(complaintAbout("help = yes\n"), ", line 1: there is no option help\n");
   EXPECT_EQ(complaintAbout("\n\ntls-key = /x\n"), ", line 3: tls-key needs tls-certificate\n");
+  EXPECT_EQ(complaintAbout("url = http://x\n"), ", line 1: there is no option url\n");
+  EXPECT_EQ(complaintAbout("server-name =\n"), ", line 1: server-name has no value\n");
   EXPECT_THAT(complaintAbout("allow-anyone = perhaps\n"),
               AllOf(StartsWith(", line 1: "), HasSubstr("perhaps")));
 }
@@ -129,6 +131,12 @@ TEST(ServeConfiguration, ValuesAreCheckedAsOnTheCommandLine) {
   EXPECT_EQ(outcome.status, 2);
   EXPECT_THAT(outcome.err, AllOf(StartsWith("pcicim: " + file.path().string() + ", line 2: "),
                                  HasSubstr("65536")));
+}
+
+TEST(ServeConfiguration, WhatIsReadAnewIsNoStandardInput) {
+  const Outcome outcome = runPcicim({"--inventory", "-", "serve", "--reloadable"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("it takes a file, not standard input"));
 }
 
 TEST(ServeConfiguration, OneThatCannotBeReadIsNamed) {

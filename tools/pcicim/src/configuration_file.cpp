@@ -19,8 +19,10 @@ std::string trimmed(std::string_view text) {
 }
 
 CLI::Option* findOption(const std::vector<CLI::App*>& commands, const std::string& name) {
-  // What says something and ends, and the file itself, are for the command line alone.
-  static const std::set<std::string> kNotInFiles{"config", "help", "version"};
+  // What says something and ends, the file itself and how other hosts are asked are for the command
+  // line alone.
+  static const std::set<std::string> kNotInFiles{"config",  "help",     "version", "url",
+                                                 "ca-file", "insecure", "timeout"};
   if (name.empty() || kNotInFiles.contains(name)) return nullptr;
   for (CLI::App* command : commands) {
     CLI::Option* option = command->get_option_no_throw("--" + name);
@@ -67,6 +69,7 @@ void ConfigurationFile::apply(const std::vector<CLI::App*>& commands) const {
   for (const Line& line : lines_) {
     CLI::Option* option = findOption(commands, line.name);
     if (option == nullptr) fail(line.number, "there is no option " + line.name);
+    if (line.value.empty()) fail(line.number, line.name + " has no value");
     if (option->count() > 0) onCommandLine.insert(option);
     given.emplace_back(&line, option);
   }

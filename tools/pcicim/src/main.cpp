@@ -5,6 +5,7 @@
 #include <csignal>
 #include <exception>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -93,7 +94,12 @@ int run(const pcicim::Options& options) {
 }
 
 /// Each serving process reads the command line anew, and with it the file that it names.
-int runReloadable(const pcicim::ServeOptions& first, int count, const char* const* words) {
+int runReloadable(const pcicim::Options& options, int count, const char* const* words) {
+  if (options.inventory == "-") {
+    throw std::runtime_error(
+        "--reloadable reads the inventory anew: it takes a file, not standard input");
+  }
+  const pcicim::ServeOptions& first = options.serve;
   const auto sockets =
       first.sockets.empty() ? std::vector<int>{pcicim::openSocket(first)} : first.sockets;
   return pcicim::supervise(sockets, [&](const std::vector<int>& passed, const auto& isReady) {
@@ -111,7 +117,7 @@ int runReloadable(const pcicim::ServeOptions& first, int count, const char* cons
 int runServer(pcicim::Options options, int count, const char* const* words) {
   try {
     options.serve.sockets = pcicim::passedSockets();
-    if (options.serve.isReloadable) return runReloadable(options.serve, count, words);
+    if (options.serve.isReloadable) return runReloadable(options, count, words);
   } catch (const std::exception& error) {
     pcicim::report(pcicim::Severity::kError, error.what());
     return pcicim::kFailure;

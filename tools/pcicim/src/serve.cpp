@@ -266,7 +266,7 @@ void serve(Session& session, const Options& options, const std::vector<std::stri
   options.serve.isReady();
   const bool isAnswered = server.run(stopEvent, leaveEvent);
   service.shutDown();
-  if (!isAnswered || !service.waitForPulled(std::chrono::seconds(options.serve.stopTime))) {
+  if (!isAnswered || !service.waitForPulled(server.timeLeft())) {
     endWithoutWaiting(out);
   }
 }

@@ -102,7 +102,9 @@ class Supervisor {
   }
 
   void waitForNews() const {
-    pollfd waited[]{{signals_.descriptor(), POLLIN, 0}, {starting_.pipe, POLLIN, 0}};
+    // That a server has become ready counts for nothing after a stop, and is not read.
+    const int ready = isStopping_ ? -1 : starting_.pipe;
+    pollfd waited[]{{signals_.descriptor(), POLLIN, 0}, {ready, POLLIN, 0}};
     if (poll(waited, 2, -1) < 0 && errno != EINTR) throwSystemError("poll");
   }
 
