@@ -43,7 +43,7 @@ make_system() {
     [[ ! -s "$file" ]] || sources+=("$file")
   done
   mmdebstrap --quiet --variant=essential \
-    --include=systemd,libpci3,pci.ids,libssl3,libexpat1,libpugixml1v5,libstdc++6,passwd \
+    --include=systemd,libpci3,pci.ids,libssl3,libexpat1,libpugixml1v5,libcairo2,libstdc++6,passwd \
     --dpkgopt='path-exclude=/usr/share/doc/*' --dpkgopt='path-exclude=/usr/share/man/*' \
     --dpkgopt='path-exclude=/usr/share/locale/*' --dpkgopt='path-exclude=/usr/share/zoneinfo/*' \
     bookworm system.part.tar "${sources[@]}"
