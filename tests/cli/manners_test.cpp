@@ -50,6 +50,15 @@ TEST(Complaints, NameNothingThatIsFarFromWhatWasGiven) {
   expectRefused({std::string(100000, 'x')}, "there is no subcommand xxx");
 }
 
+TEST(Json, IsOfAsciiSoThatNothingSteersATerminal) {
+  const std::string name = "a\xe2\x80\xae\x7f\xc2\x9b";
+  for (const char* format : {"json", "jsonl"}) {
+    const Outcome outcome =
+        onSample({"--host-name", name, "enum", "Zelmar_PCIeSwitch", "--format", format});
+    EXPECT_THAT(outcome.out, HasSubstr("a\\u202e\\u007f\\u009b"));
+  }
+}
+
 TEST(Complaints, AreOfTheCommandWhateverTheyAreAbout) {
   expectRefused({}, "subcommand");
   expectRefused({"enum"}, "CLASS");
@@ -58,6 +67,7 @@ TEST(Complaints, AreOfTheCommandWhateverTheyAreAbout) {
   expectRefused({"count", "--format", "mof"}, "--format");
   expectRefused({"count", "--json", "--format", "text"}, "excludes");
   expectRefused({"--color", "blue", "tree"}, "--color");
+  expectRefused({"--json", "tree"}, "--json belongs behind tree\n");
 }
 
 TEST(Complaints, ShowNoControlOfTheTerminal) {

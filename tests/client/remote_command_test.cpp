@@ -71,11 +71,33 @@ TEST_P(RemoteCommand, PrintsWhatTheHostItselfPrints) {
   EXPECT_THAT(remote.err, IsEmpty());
 }
 
+TEST(RemoteOptions, DiffGivesNamesToThisHostAlone) {
+  const std::string sample = clitest::sample("q35-pcie-switches.txt").string();
+  const Outcome outcome = run({"--host-name", "made.example"}, {"diff", sample, deadUrl()});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err, HasSubstr("Connection refused"));
+  EXPECT_THAT(outcome.err, Not(HasSubstr("excludes")));
+}
+
+TEST(RemoteOptions, SaveKeepsTheAnswersOfOneHost) {
+  const Outcome outcome = run({"--url", "http://a", "--url", "http://b"}, {"save", "-"});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err, HasSubstr("save keeps the answers of one host"));
+}
+
+TEST(RemoteOptions, SaysOfPasswordsInUrlsAloneWhereTheyAreReadFrom) {
+  EXPECT_THAT(run({"--url", "http://u:p@a"}, {"count"}).err, HasSubstr("PCICIM_PASSWORD"));
+  const Outcome outcome = run({"--url", "http://a:0"}, {"count"});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err, Not(HasSubstr("PCICIM_PASSWORD")));
+}
+
 constexpr char kDevice[] = "Zelmar_PCIDevice.DeviceID=\"0000:00:02.0\"";
 
 INSTANTIATE_TEST_SUITE_P(
     Commands, RemoteCommand,
     testing::Values(Arguments{"count"}, Arguments{"enum", "Zelmar_PCIBridge"},
+                    Arguments{"get", "-s", "01:00.0"},
                     Arguments{"enum", "Zelmar_PCIPort", "--format", "json"},
                     Arguments{"enum", "--names", "Zelmar_PCIMemberOfCollection"},
                     Arguments{"enum", "Zelmar_PCIMemberOfCollection", "--format", "mof"},

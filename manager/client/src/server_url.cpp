@@ -47,7 +47,9 @@ void takeUser(std::string_view& rest, ServerUrl& url) {
   if (end == std::string_view::npos) return;
   const std::string_view user = rest.substr(0, end);
   if (user.find(':') != std::string_view::npos) {
-    throw UrlError("a password does not belong into a URL, which others can see");
+    throw UrlError(
+        "a password does not belong into a URL, which others can see; it is read from "
+        "--password-file, PCICIM_PASSWORD or the terminal");
   }
   url.user = decoded(user);
   // Between user and password a header has a colon.

@@ -124,7 +124,8 @@ cimom::Value toValue(const Json& json) {
 }
 
 std::string onOneLine(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  // In ASCII, so that nothing in a name can steer a terminal.
+  return json.dump(-1, ' ', true, Json::error_handler_t::replace);
 }
 
 }  // namespace pcicim

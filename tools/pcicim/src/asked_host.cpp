@@ -79,7 +79,8 @@ std::string targetClass(const Options& options) {
     case Command::kAssociatorNames:
     case Command::kReferences:
     case Command::kReferenceNames:
-      return parsePath(options.target).className;
+      // Where an address stands for the path, the class follows from what is there.
+      return options.target.empty() ? "" : parsePath(options.target).className;
     default:
       return "";
   }

@@ -82,10 +82,13 @@ std::vector<std::string> savingWords(const Options& options, const Words& side) 
       words.insert(words.end(), {option, value});
     }
   };
-  add("--host-name", options.hostName);
   add("--schema", options.schema);
-  for (const std::string& library : options.providers) {
-    add("--provider", library);
+  // A server has a name and providers of its own.
+  if (side.empty() || side.front() != "--url") {
+    add("--host-name", options.hostName);
+    for (const std::string& library : options.providers) {
+      add("--provider", library);
+    }
   }
   if (options.verbose) {
     words.emplace_back("--verbose");

@@ -142,7 +142,7 @@ class AnswerPrinter {
       case Format::kJsonLines:
         break;
       case Format::kJson:
-        out_ << (isFirst_ ? "{\n" : ",\n") << nlohmann::json(name).dump() << ": ";
+        out_ << (isFirst_ ? "{\n" : ",\n") << nlohmann::json(name).dump(-1, ' ', true) << ": ";
         if (text.ends_with('\n')) text.pop_back();
         break;
       case Format::kMof:

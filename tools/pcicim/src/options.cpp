@@ -87,6 +87,11 @@ class CommandLine {
     const std::vector<std::string> words = app_.remaining(true);
     const std::string word = words.empty() ? "" : words.front();
     if (word.substr(0, 1) == "-") {
+      for (const CLI::App* command : app_.get_subcommands()) {
+        if (command->get_option_no_throw(word) != nullptr) {
+          return word + " belongs behind " + command->get_name();
+        }
+      }
       return "there is no option " + word + suggestion(word, optionNames());
     }
     if (app_.get_subcommands().empty()) {
@@ -204,8 +209,7 @@ class CommandLine {
       cimom::parseServerUrl(text);
       return "";
     } catch (const cimom::UrlError& error) {
-      return error.what() + std::string("; a password is read from --password-file, ") +
-             "PCICIM_PASSWORD or the terminal";
+      return error.what();
     }
   }
 
@@ -218,6 +222,9 @@ class CommandLine {
     }
     if (options_.command == Command::kPicture && options_.remote.urls.size() > 1) {
       throw CLI::ValidationError("--url", "a picture is that of one host");
+    }
+    if (options_.command == Command::kSave && options_.remote.urls.size() > 1) {
+      throw CLI::ValidationError("--url", "save keeps the answers of one host");
     }
     // The sides of diff may be URLs.
     const bool hasUrl = !options_.remote.urls.empty() || options_.command == Command::kDiff;

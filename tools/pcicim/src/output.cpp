@@ -177,7 +177,7 @@ void printCounts(const std::vector<std::pair<std::string, std::size_t>>& counts,
     for (const auto& [name, count] : counts) {
       object[name] = count;
     }
-    out << object.dump(2) << '\n';
+    out << object.dump(2, ' ', true) << '\n';
     return;
   }
   for (const auto& [name, count] : counts) {

@@ -141,7 +141,7 @@ void printTreeJson(const std::vector<Function>& functions, const std::vector<Fun
   for (const Function& function : leftOut) {
     tree["notShown"].push_back(describeAlone(function));
   }
-  out << tree.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  out << tree.dump(2, ' ', true, Json::error_handler_t::replace) << '\n';
 }
 
 }  // namespace pcicim
