@@ -72,11 +72,14 @@ std::vector<std::string> candidates(const cimom::ClassRepository& classes) {
 
 }  // namespace
 
-void requireClass(const cimom::ClassRepository& classes, const std::string& name) {
-  if (!classes.contains(name)) {
+const cimom::ClassDeclaration& requireClass(const cimom::ClassRepository& classes,
+                                            const std::string& name) {
+  const cimom::ClassDeclaration* found = classes.find(name);
+  if (found == nullptr) {
     throw cimom::CimError(CMPI_RC_ERR_INVALID_CLASS,
                           "unknown class " + name + suggestion(name, candidates(classes)));
   }
+  return *found;
 }
 
 /// The objects that an object is linked with in the roles that were asked for.

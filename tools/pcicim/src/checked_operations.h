@@ -8,9 +8,11 @@
 
 namespace pcicim {
 
-/// Throws CimError (INVALID_CLASS) when there is no class of that name, with the one that may be
-/// meant: the published ones come before the standard's.
-void requireClass(const cimom::ClassRepository& classes, const std::string& name);
+/// The class of that name, which lives as long as the repository. Throws CimError (INVALID_CLASS)
+/// when there is none, with the one that may be meant: the published ones come before the
+/// standard's.
+const cimom::ClassDeclaration& requireClass(const cimom::ClassRepository& classes,
+                                            const std::string& name);
 
 /// The operations of an object manager as people expect them. Providers may take no notice of the
 /// filters of an association request; here every answer is of the result class or below it, comes

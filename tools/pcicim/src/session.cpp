@@ -299,14 +299,12 @@ std::string Session::hostName() const {
 
 cimom::ObjectPath Session::path(std::string_view text) const {
   const PathText written = parsePath(text);
-  const cimom::ClassDeclaration* declaration = repository_->find(written.className);
-  if (declaration == nullptr && !options_.remote.urls.empty()) {
+  if (!options_.remote.urls.empty() && !repository_->contains(written.className)) {
     return pathAsWritten(written);
   }
-  requireClass(*repository_, written.className);
   cimom::ObjectPath path;
   path.nameSpace = written.nameSpace;
-  path.className = declaration->name;
+  path.className = requireClass(*repository_, written.className).name;
   for (const PathText::Key& key : written.keys) {
     const auto* property = repository_->findProperty(path.className, key.name);
     if (property == nullptr || !property->isKey) {
