@@ -70,16 +70,16 @@ std::vector<std::string> candidates(const cimom::ClassRepository& classes) {
   return names;
 }
 
+/// Without reading the class.
+void requireClass(const cimom::ClassRepository& classes, const std::string& name) {
+  if (!classes.contains(name)) refuseClass(classes, name);
+}
+
 }  // namespace
 
-const cimom::ClassDeclaration& requireClass(const cimom::ClassRepository& classes,
-                                            const std::string& name) {
-  const cimom::ClassDeclaration* found = classes.find(name);
-  if (found == nullptr) {
-    throw cimom::CimError(CMPI_RC_ERR_INVALID_CLASS,
-                          "unknown class " + name + suggestion(name, candidates(classes)));
-  }
-  return *found;
+void refuseClass(const cimom::ClassRepository& classes, const std::string& name) {
+  throw cimom::CimError(CMPI_RC_ERR_INVALID_CLASS,
+                        "unknown class " + name + suggestion(name, candidates(classes)));
 }
 
 /// The objects that an object is linked with in the roles that were asked for.

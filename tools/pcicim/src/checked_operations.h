@@ -8,11 +8,9 @@
 
 namespace pcicim {
 
-/// The class of that name, which lives as long as the repository. Throws CimError (INVALID_CLASS)
-/// when there is none, with the one that may be meant: the published ones come before the
-/// standard's.
-const cimom::ClassDeclaration& requireClass(const cimom::ClassRepository& classes,
-                                            const std::string& name);
+/// Throws CimError (INVALID_CLASS) over a class that is not there, with the one that may be meant:
+/// the published ones come before the standard's.
+[[noreturn]] void refuseClass(const cimom::ClassRepository& classes, const std::string& name);
 
 /// The operations of an object manager as people expect them. Providers may take no notice of the
 /// filters of an association request; here every answer is of the result class or below it, comes

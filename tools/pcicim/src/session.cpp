@@ -299,12 +299,14 @@ std::string Session::hostName() const {
 
 cimom::ObjectPath Session::path(std::string_view text) const {
   const PathText written = parsePath(text);
-  if (!options_.remote.urls.empty() && !repository_->contains(written.className)) {
-    return pathAsWritten(written);
+  const cimom::ClassDeclaration* declaration = repository_->find(written.className);
+  if (declaration == nullptr) {
+    if (!options_.remote.urls.empty()) return pathAsWritten(written);
+    refuseClass(*repository_, written.className);
   }
   cimom::ObjectPath path;
   path.nameSpace = written.nameSpace;
-  path.className = requireClass(*repository_, written.className).name;
+  path.className = declaration->name;
   for (const PathText::Key& key : written.keys) {
     const auto* property = repository_->findProperty(path.className, key.name);
     if (property == nullptr || !property->isKey) {
