@@ -25,7 +25,13 @@
 #include <syslog.h>
 
 // The log is the system's: what it costs depends on the log daemon. Here calls do nothing.
-extern "C" __attribute__((visibility("default"))) void syslog(int /*priority*/, const char*, ...) {}
+extern "C" {
+__attribute__((visibility("default"))) void syslog(int /*priority*/, const char*, ...) {}
+// What hardened builds call.
+__attribute__((visibility("default"))) void uncheckedLog(int /*priority*/, int, const char*,
+                                                         ...) __asm__("__syslog_chk");
+void uncheckedLog(int /*priority*/, int, const char*, ...) {}
+}
 
 namespace {
 
