@@ -14,6 +14,7 @@
 #include "client_fixture.h"
 #include "run_pcicim.h"
 #include "served_process.h"
+#include "terminal.h"
 #include "tls_files.h"
 
 namespace clienttest {
@@ -21,6 +22,7 @@ namespace {
 
 using clitest::Arguments;
 using clitest::Environment;
+using clitest::OnTerminal;
 using clitest::Outcome;
 using clitest::runPcicim;
 using clitest::TemporaryFile;
@@ -77,6 +79,16 @@ TEST(RemoteOptions, DiffGivesNamesToThisHostAlone) {
   EXPECT_EQ(outcome.status, 2);
   EXPECT_THAT(outcome.err, HasSubstr("Connection refused"));
   EXPECT_THAT(outcome.err, Not(HasSubstr("excludes")));
+}
+
+TEST(RemoteProgress, SaysHowManyHostsHaveAnswered) {
+  const ScriptedServer silent([](const Conversation& client, const ScriptedRequest&) {
+    client.waitForEnd();
+    return false;
+  });
+  OnTerminal pcicim(PCICIM_PROGRAM, {"--url", silent.url(), "--url", deadUrl(), "count"},
+                    {{"TERM", "xterm"}}, false);
+  EXPECT_THAT(pcicim.awaitShown("1 of 2 hosts have answered"), HasSubstr("1 of 2 hosts"));
 }
 
 TEST(RemoteOptions, SaveKeepsTheAnswersOfOneHost) {

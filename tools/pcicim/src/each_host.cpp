@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "output.h"
+#include "progress.h"
 #include "report.h"
 
 namespace pcicim {
@@ -105,9 +106,14 @@ class Questions {
   Questions(const Questions&) = delete;
   Questions& operator=(const Questions&) = delete;
 
+  /// Says on a terminal how many have answered while it waits.
   HostAnswer waitFor(std::size_t index) {
+    const Progress progress([this] {
+      return std::to_string(answered_) + " of " + std::to_string(hosts_.size()) +
+             " hosts have answered";
+    });
     std::unique_lock<std::mutex> lock(mutex_);
-    answered_.wait(lock, [&] { return answers_[index].has_value(); });
+    changed_.wait(lock, [&] { return answers_[index].has_value(); });
     return std::move(*answers_[index]);
   }
 
@@ -117,16 +123,18 @@ class Questions {
       HostAnswer answer = answerOf(*hosts_[i], command_, room_);
       const std::lock_guard<std::mutex> lock(mutex_);
       answers_[i] = std::move(answer);
-      answered_.notify_all();
+      ++answered_;
+      changed_.notify_all();
     }
   }
 
   const std::vector<std::unique_ptr<AskedHost>>& hosts_;
   const HostCommand& command_;
   std::mutex mutex_;
-  std::condition_variable answered_;
+  std::condition_variable changed_;
   std::vector<std::optional<HostAnswer>> answers_;
   std::atomic<std::size_t> next_ = 0;
+  std::atomic<std::size_t> answered_ = 0;
   std::atomic<std::size_t> room_ = kMostText;
   /// The last member: ended before the others are destroyed.
   std::vector<std::jthread> threads_;
